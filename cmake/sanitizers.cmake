@@ -1,0 +1,8 @@
+# TALVO_SANITIZE names the sanitizers of the whole build ("address,undefined" or "thread"); the first report ends the
+# program, so a test that triggers one fails.
+set(TALVO_SANITIZE "" CACHE STRING "Sanitizers to build with, as given to -fsanitize=")
+
+if(TALVO_SANITIZE)
+  add_compile_options(-fsanitize=${TALVO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${TALVO_SANITIZE})
+endif()
