@@ -1,0 +1,3 @@
+// Included before other headers, makes every DEFINE_GUID in them a definition.
+#define INITGUID
+#include <guiddef.h>

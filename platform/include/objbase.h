@@ -1,0 +1,61 @@
+// Calls of the COM library that we use, and what a module exports.
+#include <windows.h>
+
+#ifndef TALVO_PLATFORM_OBJBASE_H
+#define TALVO_PLATFORM_OBJBASE_H
+
+#include <rpc.h>
+#include <rpcndr.h>
+
+#define interface struct
+#define PURE = 0
+#define THIS_
+#define THIS void
+#define STDMETHOD(method) virtual HRESULT STDMETHODCALLTYPE method
+#define STDMETHOD_(type, method) virtual type STDMETHODCALLTYPE method
+#define WINOLEAPI EXTERN_C DECLSPEC_IMPORT HRESULT STDAPICALLTYPE
+#define WINOLEAPI_(type) EXTERN_C DECLSPEC_IMPORT type STDAPICALLTYPE
+
+#include <cguid.h>
+#include <wtypes.h>
+
+#include <unknwn.h>
+
+#include <objidl.h>
+
+extern "C++" {
+template <typename T>
+void** IID_PPV_ARGS_Helper(T** pp) {
+    static_cast<void>(static_cast<IUnknown*>(*pp));
+    return reinterpret_cast<void**>(pp);
+}
+}
+#define IID_PPV_ARGS(ppType) __uuidof(**(ppType)), IID_PPV_ARGS_Helper(ppType)
+
+typedef enum tagCOINIT { COINIT_APARTMENTTHREADED = 0x2, COINIT_MULTITHREADED = 0x0 } COINIT;
+
+WINOLEAPI_(LPVOID) CoTaskMemAlloc(SIZE_T cb);
+WINOLEAPI_(LPVOID) CoTaskMemRealloc(LPVOID pv, SIZE_T cb);
+WINOLEAPI_(void) CoTaskMemFree(LPVOID pv);
+WINOLEAPI CoGetMalloc(DWORD dwMemContext, LPMALLOC* ppMalloc);
+WINOLEAPI CoRegisterMallocSpy(LPMALLOCSPY pMallocSpy);
+WINOLEAPI CoRevokeMallocSpy(void);
+
+WINOLEAPI StringFromCLSID(REFCLSID rclsid, LPOLESTR* lplpsz);
+WINOLEAPI CLSIDFromString(LPCOLESTR lpsz, LPCLSID pclsid);
+WINOLEAPI IIDFromString(LPCOLESTR lpsz, LPIID lpiid);
+WINOLEAPI_(int) StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax);
+
+WINOLEAPI CoInitialize(LPVOID pvReserved);
+WINOLEAPI CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit);
+WINOLEAPI_(void) CoUninitialize(void);
+WINOLEAPI CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID pvReserved, REFIID riid, LPVOID* ppv);
+WINOLEAPI CoCreateInstance(REFCLSID rclsid, LPUNKNOWN pUnkOuter, DWORD dwClsContext, REFIID riid, LPVOID* ppv);
+WINOLEAPI_(void) CoFreeUnusedLibraries(void);
+WINOLEAPI ProgIDFromCLSID(REFCLSID clsid, LPOLESTR* lplpszProgID);
+WINOLEAPI CLSIDFromProgID(LPCOLESTR lpszProgID, LPCLSID lpclsid);
+
+STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv);
+STDAPI DllCanUnloadNow(void);
+
+#endif

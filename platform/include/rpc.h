@@ -1,0 +1,11 @@
+// Words that headers generated from an interface definition expect.
+#include <windows.h>
+
+#ifndef TALVO_PLATFORM_RPC_H
+#define TALVO_PLATFORM_RPC_H
+
+#define __RPC_USER
+#define __RPC_STUB
+#define __RPC_API
+
+#endif

@@ -1,0 +1,16 @@
+// Words and types of the interface definition language.
+#include <windows.h>
+
+#ifndef TALVO_PLATFORM_RPCNDR_H
+#define TALVO_PLATFORM_RPCNDR_H
+
+#include <rpc.h>
+
+#define __RPCNDR_H_VERSION__ (475)
+typedef unsigned char byte;
+typedef unsigned char boolean;
+#define small char
+#define hyper long long
+#define MIDL_INTERFACE(x) struct
+
+#endif
