@@ -1,0 +1,59 @@
+// The registry in memory: a tree of keys for each predefined handle. Names keep their case and are found without it.
+// Knows nothing of files, handles or text.
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platform {
+
+// What a name and a tree may be, as in the real registry; the text form relies on it.
+inline constexpr size_t kMaxKeyName = 255;
+inline constexpr size_t kMaxValueName = 16383;
+inline constexpr size_t kMaxKeyDepth = 512;
+inline constexpr size_t kMaxValueSize = 1 << 20;  // ours: the file is read and written as a whole
+
+struct RegistryValue {
+    std::u16string name;  // empty: the default value
+    DWORD type = REG_NONE;
+    std::vector<BYTE> data;  // strings as UTF-16 little-endian, as they were set
+
+    bool IsText() const { return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ; }
+};
+
+struct RegistryKey {
+    std::u16string name;
+    std::map<std::u16string, std::unique_ptr<RegistryKey>> keys;  // by folded name, which is also their order
+    std::vector<RegistryValue> values;                            // in the order in which they were first set
+
+    RegistryValue* FindValue(std::u16string_view valueName);
+};
+
+using RegistryPath = std::vector<std::u16string>;
+using RegistryPathView = std::span<const std::u16string>;
+
+// False for a path with an empty, overlong or unprintable name in it. One trailing separator is forgiven.
+[[nodiscard]] bool SplitPath(std::u16string_view text, RegistryPath& path);
+[[nodiscard]] bool IsValueName(std::u16string_view name);
+
+inline constexpr std::array<std::u16string_view, 4> kRootNames = {u"HKEY_CLASSES_ROOT", u"HKEY_CURRENT_USER",
+                                                                  u"HKEY_LOCAL_MACHINE", u"HKEY_USERS"};
+
+struct RegistryTree {
+    std::array<RegistryKey, kRootNames.size()> roots;
+
+    RegistryKey* Find(size_t root, RegistryPathView path);
+    // Adds what is missing. `created` tells whether the last key is new.
+    RegistryKey& Create(size_t root, RegistryPathView path, bool& created);
+    // Removes the key with all below it; false when there is none. `path` is not empty.
+    bool Remove(size_t root, RegistryPathView path);
+};
+
+}  // namespace platform
