@@ -1,0 +1,27 @@
+// The format steps: one encode and one decode step a format, each a function of the session and the bytes of one call.
+//
+// A step owns no memory beyond its output, reads no globals and takes no lock. It returns S_OK or a warning with the output
+// (empty for none), or an error; what it has allocated by then goes with the Output.
+#pragma once
+
+#include "engine/bytes.h"
+#include "engine/output.h"
+#include "engine/session.h"
+
+namespace talvo {
+
+struct StepInput {
+    ByteSpan Source;
+    bool EndOfData;
+    bool StartOfSession;  // the first step of its session: headers are written now
+};
+
+using Step = HRESULT (*)(EncodingSession& session, const StepInput& input, Output& out);
+
+HRESULT Base64Encode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
+HRESULT Base64Decode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
+
+// The exact size of what Base64Encode writes for `sourceSize` more bytes.
+uint64_t Base64EncodedSize(const EncodingSession& session, uint64_t sourceSize, bool endOfData) noexcept;
+
+}  // namespace talvo
