@@ -1,0 +1,92 @@
+#!/usr/bin/env bash
+# The rules that hold for the whole repository and that no compiler sees. One line a rule, "ok RULE" or "not ok RULE",
+# with the places that break it below; ends non-zero if one is broken. Relies on git, grep, sed and awk only.
+set -uo pipefail
+shopt -s lastpipe  # `... | verdict` sets `broken` in this shell
+cd "$(dirname "${BASH_SOURCE[0]}")/../.." || exit 1
+
+broken=0
+
+# verdict RULE: reads the places that break the rule, one a line.
+verdict() {
+  local places
+  places=$(sed 's/^/    /')
+  if [ -z "$places" ]; then
+    echo "ok $1"
+  else
+    printf 'not ok %s\n%s\n' "$1" "$places"
+    broken=1
+  fi
+}
+
+# Our files that match the patterns: what git knows or would add, and what still exists.
+files() {
+  git ls-files --cached --others --exclude-standard -- "$@" | while read -r file; do
+    if [ -f "$file" ]; then echo "$file"; fi
+  done
+}
+
+# search GREP-OPTIONS PATTERN FILE-PATTERN...: file:line:text of every match.
+search() {
+  local options=$1 pattern=$2
+  shift 2
+  files "$@" | tr '\n' '\0' | xargs -0 -r grep -nHI "$options" "$pattern" | cut -c1-160
+}
+
+# Which rooms (or single headers) a room may include, itself aside. A header of the sdk has no folder in its name.
+may_include() {
+  case $1 in
+    platform) echo '' ;;
+    com) echo '' ;;
+    server/results) echo 'com/ Talvo' ;;
+    engine) echo 'com/ server/results/' ;;
+    formats) echo 'com/ server/results/ engine/ Talvo component/variant_bytes.h' ;;
+    component) echo 'com/ server/results/ Talvo' ;;
+    server) echo 'com/ server/results/ engine/ formats/ component/ Talvo' ;;
+    cli | examples) echo 'com/ Talvo' ;;
+  esac
+}
+
+sources_of() { files "$1/*.cpp" "$1/*.h" | if [ "$1" = server ]; then grep -v '^server/results/'; else cat; fi; }
+
+inclusions() {
+  local room file
+  for room in platform com server/results engine formats component server cli examples; do
+    sources_of "$room" | while read -r file; do
+      sed -nE 's/^[[:space:]]*#[[:space:]]*include "([^"]+)".*/\1/p' "$file" |
+        awk -v room="$room" -v file="$file" -v allowed="$(may_include "$room")" '
+          BEGIN { n = split(allowed, prefixes, " ") }
+          {
+            good = index($0, room "/") == 1
+            for (i = 1; i <= n; ++i) if (index($0, prefixes[i]) == 1) good = 1
+            if (!good) print file " includes " $0
+          }'
+    done
+  done
+}
+
+unopened() {
+  files '*.cpp' '*.h' ':!sdk/' | while read -r file; do
+    if ! head -n 1 "$file" | grep -q '^//'; then echo "$file"; fi
+  done
+}
+
+readme_example() {
+  diff <(awk '/^```cpp$/ { on = 1; next } /^```$/ { if (on) exit } on' README.md) examples/encode.cpp 2>&1
+}
+
+# Where git cannot list the files, every rule below would hold for want of a file.
+if [ -z "$(files '*.cpp')" ]; then echo "git lists no sources here" | verdict "git lists the sources"; fi
+inclusions | verdict "rooms include only what lies below them"
+search -E '#include "(formats|component)/' 'server/*' ':!server/class_table.cpp' |
+  verdict "only the class table knows the classes"
+search -E '#[[:space:]]*(el)?if.*(_WIN32|__linux__|__unix__|__MINGW)' '*.cpp' '*.h' ':!platform/' ':!engine/kernels/' ':!sdk/' |
+  verdict "no source outside the platform asks which system it is on"
+unopened | verdict "every source opens with a comment"
+search -E '(^|[^[:alnum:]_.}/])/(home|root|work|tmp|Users)/' '*' ':!tests/data/' |
+  verdict "no path of a particular machine"
+search -iE '\b(Part [0-9]+\.[0-9]+|the s[p]ec(ification)?\b|s[p]ec\.md)' '*' ':!LICENSE' |
+  verdict "texts stand on their own, without references to papers"
+readme_example | verdict "the example of the README is the one that is compiled"
+
+exit $broken
