@@ -1,5 +1,5 @@
-// What the module keeps for all its objects: its instance, the count of live objects and server locks, its locks, and the
-// type information that its dispatch interfaces have loaded. It exists from process attach to process detach.
+// What the module keeps for all its objects: its instance, the count of live objects and server locks, its locks, and
+// the type information that its dispatch interfaces have loaded. It exists from process attach to process detach.
 #pragma once
 
 #include <windows.h>
@@ -41,6 +41,8 @@ public:
     bool InUse() const noexcept { return InterlockedCompareExchange(&locks_, 0, 0) != 0; }
 
     CriticalSection& ClassObjectLock() noexcept { return classObjectLock_; }
+    // Held while one object is linked behind another, so that no two links close a loop between them.
+    CriticalSection& ChainLock() noexcept { return chainLock_; }
 
     // A new reference to the interface's type information from the registered library; the platform's code on failure.
     HRESULT LoadTypeInfo(CachedTypeInfo& cache, ITypeInfo** info) noexcept;
@@ -52,6 +54,7 @@ private:
     LibraryId library_;
     mutable LONG volatile locks_ = 0;
     CriticalSection classObjectLock_;
+    CriticalSection chainLock_;
     CriticalSection typeInfoLock_;
     CachedTypeInfo* loaded_ = nullptr;
 };

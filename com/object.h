@@ -1,7 +1,8 @@
 // Identity, reference counting and aggregation of a COM object.
 //
-// One class serves plain and aggregated creation: the three IUnknown methods of every interface go to `outer_`, which is the
-// aggregate's outer object or this object's own Inner. The Inner counts and looks interfaces up; it alone is the identity.
+// One class serves plain and aggregated creation: the three IUnknown methods of every interface go to `outer_`, which
+// is the aggregate's outer object or this object's own Inner. The Inner counts and looks interfaces up; it alone is the
+// identity.
 #pragma once
 
 #include <windows.h>

@@ -1,4 +1,5 @@
-// Wrappers of the COM task allocator. Blocks that cross an interface come from here and are released with CoTaskMemFree.
+// Wrappers of the COM task allocator. Blocks that cross an interface come from here and are released with
+// CoTaskMemFree.
 #pragma once
 
 #include <windows.h>

@@ -66,7 +66,8 @@ private:
     // A native conversion method of this class, as the automation forms call it.
     using Conversion = HRESULT (STDMETHODCALLTYPE BinaryEncoding::*)(const BYTE*, DWORD, LONG, BYTE**, DWORD*);
 
-    // The held format object, counted: a replacement by another thread takes effect for the next call, never within one.
+    // The held format object, counted: a replacement by another thread takes effect for the next call, never within
+    // one.
     com::ComPtr<ITalvoEncodeData> AcquireFormat() noexcept;
     HRESULT GetFormat(REFIID iid, void** format) noexcept;
     void ReplaceFormat(com::ComPtr<ITalvoEncodeData> format) noexcept;

@@ -1,4 +1,5 @@
-// Automation forms of the buffer and text methods: view the VARIANT, call the native form, hand the block to the result.
+// Automation forms of the buffer and text methods: view the VARIANT, call the native form, hand the block to the
+// result.
 #include "com/unique.h"
 #include "component/binary_encoding.h"
 #include "component/variant_bytes.h"

@@ -1,5 +1,5 @@
-// The file methods. They are declared for clients to compile against and do not convert yet: each answers E_NOTIMPL, with its
-// results cleared. The command reads and writes files itself meanwhile.
+// The file methods. They are declared for clients to compile against and do not convert yet: each answers E_NOTIMPL,
+// with its results cleared. The command reads and writes files itself meanwhile.
 #include "component/binary_encoding.h"
 
 namespace talvo {

@@ -12,8 +12,8 @@ namespace talvo {
 // E_INVALIDARG when nothing converts, E_OUTOFMEMORY.
 HRESULT BytesToText(const BYTE* bytes, uint32_t count, BSTR* text) noexcept;
 
-// A new task block of exactly the converted length, without a terminator; characters that the code page lacks become its
-// default character. `text` has at least one character. E_INVALIDARG when nothing converts, E_OUTOFMEMORY.
+// A new task block of exactly the converted length, without a terminator; characters that the code page lacks become
+// its default character. `text` has at least one character. E_INVALIDARG when nothing converts, E_OUTOFMEMORY.
 HRESULT TextToBytes(BSTR text, BYTE** bytes, DWORD* count) noexcept;
 
 }  // namespace talvo

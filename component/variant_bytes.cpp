@@ -71,7 +71,8 @@ HRESULT CopyIntoArray(uint32_t count, const BYTE* data, SAFEARRAY** result) noex
     return S_OK;
 }
 
-// The descriptor says neither automatic, static nor embedded: destroying the array frees the block with the task allocator.
+// The descriptor says neither automatic, static nor embedded: destroying the array frees the block with the task
+// allocator.
 HRESULT AdoptIntoArray(uint32_t count, BYTE* data, SAFEARRAY** result) noexcept {
     SAFEARRAY* array = nullptr;
     if (const HRESULT hr = SafeArrayAllocDescriptor(1, &array); FAILED(hr)) return hr;

@@ -8,8 +8,8 @@
 
 namespace talvo {
 
-// Read-only view of the bytes that a VARIANT holds, without copying; an array stays locked while the view lives. A VARIANT
-// without usable data gives an empty view, which is no error. The VARIANT must stay unchanged meanwhile.
+// Read-only view of the bytes that a VARIANT holds, without copying; an array stays locked while the view lives. A
+// VARIANT without usable data gives an empty view, which is no error. The VARIANT must stay unchanged meanwhile.
 class VariantByteView {
 public:
     explicit VariantByteView(const VARIANT* variant) noexcept;  // may be null
@@ -32,9 +32,9 @@ private:
 
 enum class ByteArrayMode { Copy, Adopt };
 
-// Makes `*result` a one-dimensional VT_UI1 array with lower bound 0, or VT_EMPTY when there are no bytes. Earlier content of
-// `*result` is not released. Adopt: `data` is a task block, and belongs to the array after success (and only then).
-// E_UNEXPECTED for a null result or an array that cannot be locked, E_OUTOFMEMORY.
+// Makes `*result` a one-dimensional VT_UI1 array with lower bound 0, or VT_EMPTY when there are no bytes. Earlier
+// content of `*result` is not released. Adopt: `data` is a task block, and belongs to the array after success (and only
+// then). E_UNEXPECTED for a null result or an array that cannot be locked, E_OUTOFMEMORY.
 HRESULT MakeByteArrayVariant(uint32_t count, BYTE* data, VARIANT* result, ByteArrayMode mode) noexcept;
 
 }  // namespace talvo

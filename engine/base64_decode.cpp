@@ -13,10 +13,10 @@ constexpr uint32_t kGroupBytes = 3;
 constexpr uint32_t kQuantum = 4;
 
 // An upper bound of the bytes that one call emits.
-// Strict: every three bytes take four data characters. Tolerant: repairs complete quanta from fewer characters, but never
-// more than one byte a character: in "=ab" the "=" stands for two data characters, and after padding each further "=" emits
-// one byte. Only the characters held from before add to that: three held can give three bytes at the first character, two
-// can give two.
+// Strict: every three bytes take four data characters. Tolerant: repairs complete quanta from fewer characters, but
+// never more than one byte a character: in "=ab" the "=" stands for two data characters, and after padding each further
+// "=" emits one byte. Only the characters held from before add to that: three held can give three bytes at the first
+// character, two can give two.
 uint64_t DecodedSizeBound(const EncodingSession& s, uint64_t sourceSize) noexcept {
     if (s.ContinueOnInvalidData) return sourceSize + (s.HeldCount > 1 ? s.HeldCount - 1u : 0u);
     return (sourceSize + s.HeldCount + s.PadCount) / kQuantum * kGroupBytes;

@@ -1,4 +1,5 @@
-// Base64 encode step (RFC 4648, section 4; lines as in RFC 2045): size first, then whole lines by kernel, then the rest.
+// Base64 encode step (RFC 4648, section 4; lines as in RFC 2045): size first, then whole lines by kernel, then the
+// rest.
 #include <algorithm>
 #include <utility>
 

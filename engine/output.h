@@ -14,8 +14,8 @@ namespace talvo {
 // Owns the block until Hand gives it away; an error on the way releases it.
 class Output {
 public:
-    // Room for exactly `size` bytes, not zeroed; no block for 0. Sizes count in 32 bits at the interfaces: what does not
-    // fit there is E_OUTOFMEMORY.
+    // Room for exactly `size` bytes, not zeroed; no block for 0. Sizes count in 32 bits at the interfaces: what does
+    // not fit there is E_OUTOFMEMORY.
     [[nodiscard]] HRESULT Allocate(uint64_t size) noexcept;
     // Gives back what is not needed; `size` is at most the current one.
     void ShrinkTo(uint32_t size) noexcept;

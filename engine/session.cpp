@@ -1,4 +1,5 @@
-// Opens, feeds and closes conversions, and validates options. Knows no format's rules beyond the table and the start values.
+// Opens, feeds and closes conversions, and validates options. Knows no format's rules beyond the table and the start
+// values.
 #include "engine/session.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // The streaming converter behind every format object: the options of one format and the state of its open conversion.
 //
-// A session is a record that the format steps work on; it knows no interface and takes no lock but the one that its owner
-// lends for header values. The owner admits one call at a time and changes options only while State is Idle.
+// A session is a record that the format steps work on; it knows no interface and takes no lock but the one that its
+// owner lends for header values. The owner admits one call at a time and changes options only while State is Idle.
 #pragma once
 
 #include <windows.h>
@@ -33,9 +33,9 @@ public:
     EncodingSession& operator=(const EncodingSession&) = delete;
     virtual ~EncodingSession();
 
-    // Converts one chunk; the first opens the session, `endOfData` closes it. `source` may be null when `size` is 0 (else
-    // E_POINTER). Success (S_OK or a warning): a new task block that the caller owns, or null and 0. Failure: no block, and
-    // the session is closed. berSessionOpened: the other direction is open and stays so.
+    // Converts one chunk; the first opens the session, `endOfData` closes it. `source` may be null when `size` is 0
+    // (else E_POINTER). Success (S_OK or a warning): a new task block that the caller owns, or null and 0. Failure: no
+    // block, and the session is closed. berSessionOpened: the other direction is open and stays so.
     HRESULT EncodeChunk(const BYTE* source, uint32_t size, bool endOfData, BYTE** out, DWORD* outSize) noexcept;
     HRESULT DecodeChunk(const BYTE* source, uint32_t size, bool endOfData, BYTE** out, DWORD* outSize) noexcept;
     // Abandons the open conversion. Options keep their values, header values that a decoding has read included.

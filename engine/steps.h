@@ -1,7 +1,7 @@
 // The format steps: one encode and one decode step a format, each a function of the session and the bytes of one call.
 //
-// A step owns no memory beyond its output, reads no globals and takes no lock. It returns S_OK or a warning with the output
-// (empty for none), or an error; what it has allocated by then goes with the Output.
+// A step owns no memory beyond its output, reads no globals and takes no lock. It returns S_OK or a warning with the
+// output (empty for none), or an error; what it has allocated by then goes with the Output.
 #pragma once
 
 #include "engine/bytes.h"

@@ -11,8 +11,8 @@ class Verdict {
 public:
     explicit Verdict(bool tolerant) noexcept : tolerant_(tolerant) {}
 
-    // Judges a defect, given as its error code. True: the step repairs it and goes on. False: the step ends with Result().
-    // The first warning of a call is kept, except that an invalid character replaces any other.
+    // Judges a defect, given as its error code. True: the step repairs it and goes on. False: the step ends with
+    // Result(). The first warning of a call is kept, except that an invalid character replaces any other.
     [[nodiscard]] bool Repairs(HRESULT error) noexcept {
         if (!tolerant_) {
             result_ = error;

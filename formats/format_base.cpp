@@ -143,27 +143,43 @@ HRESULT EncodingFormatBase::GetSubProcessing(REFIID iid, void** out) noexcept {
 }
 
 HRESULT EncodingFormatBase::PutSubProcessing(ITalvoProcessData* processor) noexcept {
-    return Publish(StoreProcessor([=](com::ComPtr<ITalvoProcessData>& found) {
-        found = com::ComPtr<ITalvoProcessData>(processor);
-        return S_OK;
-    }));
+    return Publish(StoreProcessor(com::ComPtr<ITalvoProcessData>(processor)));
 }
 
 HRESULT EncodingFormatBase::PutSubProcessingOf(IUnknown* object) noexcept {
-    return Publish(StoreProcessor([=](com::ComPtr<ITalvoProcessData>& found) {
-        if (!object) return S_OK;
-        return SUCCEEDED(object->QueryInterface(__uuidof(ITalvoProcessData), found.PutVoid())) ? S_OK : E_INVALIDARG;
-    }));
+    com::ComPtr<ITalvoProcessData> processor;
+    const bool found = !object || SUCCEEDED(object->QueryInterface(__uuidof(ITalvoProcessData), processor.PutVoid()));
+    // An open conversion is the first thing to say, also about an object that is no processor.
+    return Publish(found || OwnerOpen() ? StoreProcessor(std::move(processor)) : E_INVALIDARG);
 }
 
-template <class Find>
-HRESULT EncodingFormatBase::StoreProcessor(Find find) noexcept {
+bool EncodingFormatBase::OwnerOpen() noexcept {
+    std::lock_guard hold(lock_);
+    return owner_ != SessionOwner::None;
+}
+
+// The chain lock makes the look along the chain and the store one step. Object locks are taken one at a time meanwhile:
+// a Reset on its way along the chain holds them from the outside in.
+HRESULT EncodingFormatBase::StoreProcessor(com::ComPtr<ITalvoProcessData> processor) noexcept {
+    std::lock_guard holdChain(com::ModuleState::Get().ChainLock());
+    const bool loop = LeadsBack(processor);
     std::lock_guard hold(lock_);
     if (owner_ != SessionOwner::None) return berSessionOpened;
-    com::ComPtr<ITalvoProcessData> found;
-    if (const HRESULT hr = find(found); FAILED(hr)) return hr;
-    subProcessor_ = std::move(found);
+    if (loop) return E_INVALIDARG;
+    subProcessor_ = std::move(processor);
     return S_OK;
+}
+
+// Whether `processor` is this object, or has it further down, as far as format objects of this server lead.
+bool EncodingFormatBase::LeadsBack(com::ComPtr<ITalvoProcessData> processor) noexcept {
+    while (processor) {
+        com::ComPtr<IFormatObject> format;
+        if (FAILED(processor.As(format))) return false;
+        EncodingFormatBase& base = *format->Base();
+        if (&base == this) return true;
+        processor = base.SubProcessor();
+    }
+    return false;
 }
 
 }  // namespace talvo

@@ -1,5 +1,5 @@
-// The state and the rules that the six format classes share: who may convert when, the chain step of a sub-processor, and the
-// protocol of a property accessor. It has no interface of its own; format_core.h puts the interfaces on it.
+// The state and the rules that the six format classes share: who may convert when, the chain step of a sub-processor,
+// and the protocol of a property accessor. It has no interface of its own; format_core.h puts the interfaces on it.
 #pragma once
 
 #include <windows.h>
@@ -11,6 +11,7 @@
 #include "TalvoBinaryEncoding.h"
 #include "com/com_ptr.h"
 #include "com/lock.h"
+#include "com/module_state.h"
 #include "com/unique.h"
 #include "engine/bytes.h"
 #include "engine/session.h"
@@ -21,6 +22,12 @@ namespace talvo {
 
 // Which operation has a conversion open on a format object.
 enum class SessionOwner : uint32_t { None = 0, Process = 1, Revert = 2 };
+
+class EncodingFormatBase;
+
+// How the format objects of this module know each other; no interface of theirs for anybody else.
+MIDL_INTERFACE("3f6ab7f2-58c1-4a0e-9d0c-6b1b1f3d7a55")
+IFormatObject : public IUnknown { virtual EncodingFormatBase* STDMETHODCALLTYPE Base() noexcept = 0; };
 
 class EncodingFormatBase {
 public:
@@ -36,15 +43,16 @@ protected:
     HRESULT RevertData(const BYTE* source, DWORD size, LONG end, BYTE** out, DWORD* outSize, DWORD* consumed) noexcept;
     HRESULT ResetData() noexcept;
 
-    // SubProcessing: the get asks the held processor for `iid`. The second put asks any object for its ITalvoProcessData:
-    // E_INVALIDARG when it has none. Null removes the processor.
+    // SubProcessing: the get asks the held processor for `iid`. The second put asks any object for its
+    // ITalvoProcessData: E_INVALIDARG when it has none. Null removes the processor.
     HRESULT GetSubProcessing(REFIID iid, void** out) noexcept;
     HRESULT PutSubProcessing(ITalvoProcessData* processor) noexcept;
     HRESULT PutSubProcessingOf(IUnknown* object) noexcept;
 
     // A name field: a new copy; an empty string when none is stored. E_OUTOFMEMORY.
     HRESULT CopyName(com::UniqueBstr EncodingSession::*field, BSTR* out) noexcept;
-    // Runs `store(session)` under the lock, or answers berSessionOpened while a conversion is open or a call is running.
+    // Runs `store(session)` under the lock, or answers berSessionOpened while a conversion is open or a call is
+    // running.
     template <class Store>
     HRESULT Change(Store store) noexcept {
         std::lock_guard hold(lock_);
@@ -88,8 +96,9 @@ private:
     // Options stay as they are from the moment a call is admitted; State is the running call's own while it is busy.
     bool Frozen() const noexcept { return busy_ || session_.State != SessionState::Idle; }
     com::ComPtr<ITalvoProcessData> SubProcessor() noexcept;
-    template <class Find>
-    HRESULT StoreProcessor(Find find) noexcept;
+    HRESULT StoreProcessor(com::ComPtr<ITalvoProcessData> processor) noexcept;
+    bool LeadsBack(com::ComPtr<ITalvoProcessData> processor) noexcept;
+    bool OwnerOpen() noexcept;
 
     // How a stored value crosses an interface: a boolean as VARIANT_BOOL or 1/0, all else unchanged.
     template <class Out, class Field>
@@ -110,3 +119,5 @@ private:
 };
 
 }  // namespace talvo
+
+__CRT_UUID_DECL(talvo::IFormatObject, 0x3f6ab7f2, 0x58c1, 0x4a0e, 0x9d, 0x0c, 0x6b, 0x1b, 0x1f, 0x3d, 0x7a, 0x55)

@@ -1,7 +1,8 @@
 // The interfaces of a format class over EncodingFormatBase, with the four properties that every format has.
 //
-// `Format` is a row: its dispatch and native interfaces, its FormatKind, its class identifier. Where both interfaces agree on
-// a type, one override serves both; where they differ, the accessors differ in how the value crosses and in nothing else.
+// `Format` is a row: its dispatch and native interfaces, its FormatKind, its class identifier. Where both interfaces
+// agree on a type, one override serves both; where they differ, the accessors differ in how the value crosses and in
+// nothing else.
 #pragma once
 
 #include "com/dispatch.h"
@@ -11,9 +12,9 @@
 namespace talvo {
 
 template <class Format>
-using FormatObject =
-    com::Dispatch<com::Object<typename Format::Dual, typename Format::Native, ITalvoEncodeData, ISupportErrorInfo>,
-                  typename Format::Dual>;
+using FormatObject = com::Dispatch<
+    com::Object<typename Format::Dual, typename Format::Native, ITalvoEncodeData, ISupportErrorInfo, IFormatObject>,
+    typename Format::Dual>;
 
 template <class Format>
 class FormatCore : public FormatObject<Format>, protected EncodingFormatBase {
@@ -43,6 +44,9 @@ public:
                                IsEqualIID(iid, __uuidof(IDispatch));
         return supported ? S_OK : S_FALSE;
     }
+
+    // IFormatObject
+    EncodingFormatBase* STDMETHODCALLTYPE Base() noexcept override { return this; }
 
     // SubProcessing
     STDMETHODIMP get_SubProcessing(ITalvoProcessData** ppiSubProcessing) noexcept override {
@@ -89,7 +93,6 @@ public:
     }
 
 protected:
-    // In the order in which clients may rely on them; the last but one is another name of ITalvoEncodeData.
     IUnknown* Find(REFIID iid) noexcept override {
         return FormatObject<Format>::template FindAmong<typename Format::Dual, typename Format::Native, IDispatch,
                                                         ITalvoEncodeData, ITalvoProcessData, ISupportErrorInfo>(this,

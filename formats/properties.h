@@ -19,7 +19,8 @@ public:
     }
 };
 
-// The header file name of a format that writes none: reachable through ITalvoEncodeData alone, without error information.
+// The header file name of a format that writes none: reachable through ITalvoEncodeData alone, without error
+// information.
 template <class Next>
 class UnusedFilename : public Next {
 public:
@@ -33,8 +34,8 @@ public:
     }
 };
 
-// IncludeHeaderFooter and HeaderFilename, kept in `Field` and set by `Set`. One pair of HeaderFilename accessors serves the
-// class's two interfaces and ITalvoEncodeData.
+// IncludeHeaderFooter and HeaderFilename, kept in `Field` and set by `Set`. One pair of HeaderFilename accessors serves
+// the class's two interfaces and ITalvoEncodeData.
 template <class Next, auto Field, auto Set>
 class HeaderLines : public Next {
 public:

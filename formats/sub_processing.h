@@ -15,13 +15,13 @@ struct SubOutput {
     DWORD Size = 0;
 };
 
-// Has `processor` process `source`. On success `bytes` is what the format encodes: `source` itself when the processor passed
-// it through, else the content of `output`. Its failure passes through; its warnings are dropped.
+// Has `processor` process `source`. On success `bytes` is what the format encodes: `source` itself when the processor
+// passed it through, else the content of `output`. Its failure passes through; its warnings are dropped.
 HRESULT ProcessThrough(ITalvoProcessData& processor, ByteSpan source, LONG end, SubOutput& output,
                        ByteSpan& bytes) noexcept;
 
-// Has `processor` revert `data`, which its output replaces unless it passed the data through. Returns the processor's result
-// (S_OK for a pass-through), which takes the place of the decoder's own.
+// Has `processor` revert `data`, which its output replaces unless it passed the data through. Returns the processor's
+// result (S_OK for a pass-through), which takes the place of the decoder's own.
 HRESULT RevertThrough(ITalvoProcessData& processor, LONG end, SubOutput& data) noexcept;
 
 }  // namespace talvo

@@ -218,7 +218,8 @@ typedef struct TalvoQuotedPrintableEncodingFormat TalvoQuotedPrintableEncodingFo
 extern "C" {
 #endif
 
-// Answer of a sub-processor that left the data as it was: its output, if any, is disregarded and the input used instead.
+// Answer of a sub-processor that left the data as it was: its output, if any, is disregarded
+// and its input used instead.
 #define S_PASSTHROUGH ((HRESULT)0x0004E000)
 #ifndef __TalvoBinaryEncodingLib_LIBRARY_DEFINED__
 #define __TalvoBinaryEncodingLib_LIBRARY_DEFINED__

@@ -19,7 +19,8 @@ public:
     STDMETHODIMP_(ULONG) AddRef() noexcept override;
     STDMETHODIMP_(ULONG) Release() noexcept override;
 
-    // E_POINTER, CLASS_E_NOAGGREGATION for an outer object with any interface but IUnknown, else the class's own answer.
+    // E_POINTER, CLASS_E_NOAGGREGATION for an outer object with any interface but IUnknown, else the class's own
+    // answer.
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** object) noexcept override;
     STDMETHODIMP LockServer(BOOL lock) noexcept override;
 

@@ -189,8 +189,8 @@ LSTATUS CreateKeys(HKEY parent, const std::vector<Key>& keys) {
     return ERROR_SUCCESS;
 }
 
-// Removes what the script would create, and nothing that others have put beside it: a key goes with all below it only when
-// it is marked so, else when it is empty by then.
+// Removes what the script would create, and nothing that others have put beside it: a key goes with all below it only
+// when it is marked so, else when it is empty by then.
 LSTATUS RemoveKeys(HKEY parent, const std::vector<Key>& keys);
 
 LSTATUS RemoveBelow(HKEY parent, const Key& key) {

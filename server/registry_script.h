@@ -2,14 +2,14 @@
 //
 //   HKCR
 //   {
-//       Talvo.Example.1 = s 'Example Class'          a key with its default value
+//       Talvo.Example.1 = s 'Example Class'    a key with its default value
 //       {
 //           CLSID = s '{...}'
-//           val Model = s 'Both'                       a named value of the key around it
+//           val Model = s 'Both'                 a named value of the key around it
 //       }
-//       NoRemove CLSID                                 never deleted
+//       NoRemove CLSID                           never deleted
 //       {
-//           ForceRemove '{...}' = s 'Example Class'   deleted with all below it before it is created, and at unregistration
+//           ForceRemove '{...}' = s 'Example Class'   deleted with all below it, before and after
 //       }
 //   }
 //
@@ -24,9 +24,9 @@ namespace talvo {
 
 enum class ScriptAction { Register, Unregister };
 
-// Runs a script (8-bit text). A script is read to its end before the first key is touched. Registering stops at the first
-// failure; unregistering goes on and answers the first failure at its end. Codes: HRESULT forms of the registry's own,
-// HRESULT_FROM_WIN32(ERROR_BAD_FORMAT) for a text that is no script, E_OUTOFMEMORY.
+// Runs a script (8-bit text). A script is read to its end before the first key is touched. Registering stops at the
+// first failure; unregistering goes on and answers the first failure at its end. Codes: HRESULT forms of the registry's
+// own, HRESULT_FROM_WIN32(ERROR_BAD_FORMAT) for a text that is no script, E_OUTOFMEMORY.
 HRESULT RunRegistryScript(std::string_view script, std::basic_string_view<WCHAR> modulePath,
                           ScriptAction action) noexcept;
 

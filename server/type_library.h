@@ -14,7 +14,8 @@ HRESULT RegisterModuleTypeLibrary(const WidePath& modulePath);
 // Success as well where the platform cannot unregister a library.
 HRESULT UnregisterModuleTypeLibrary(const WidePath& modulePath);
 
-// The help directory that goes with a module: "Help" beside the module's folder when it is there, else the module's folder.
+// The help directory that goes with a module: "Help" beside the module's folder when it is there, else the module's
+// folder.
 WidePath HelpDirectory(const WidePath& modulePath);
 
 }  // namespace talvo

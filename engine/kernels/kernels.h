@@ -1,5 +1,6 @@
-// Bulk converters for clean runs. A kernel knows the alphabet and nothing else: no line, no session, no defect. The decoding
-// ones stop in front of the first group that is not all digits and say how far they came; the step judges the rest.
+// Bulk converters for clean runs. A kernel knows the alphabet and nothing else: no line, no session, no defect. The
+// decoding ones stop in front of the first group that is not all digits and say how far they came; the step judges the
+// rest.
 #pragma once
 
 #include <windows.h>

@@ -5,9 +5,9 @@
 
 namespace talvo {
 
-// Publishes error information for `code` on behalf of the class and returns `code` unchanged. The description is the code's
-// text from the module's message table or from the system, the source the ProgID registered for the class, the interface
-// GUID_NULL. A failure in here is ignored.
+// Publishes error information for `code` on behalf of the class and returns `code` unchanged. The description is the
+// code's text from the module's message table or from the system, the source the ProgID registered for the class, the
+// interface GUID_NULL. A failure in here is ignored.
 HRESULT ReportError(REFCLSID classId, HRESULT code) noexcept;
 
 // Sets the thread's error information to none.
