@@ -12,6 +12,9 @@ else()
   target_link_libraries(TalvoBinaryEncoding PRIVATE platform_module_entry)
   target_link_options(TalvoBinaryEncoding PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/module.exports)
   set_target_properties(TalvoBinaryEncoding PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/module.exports)
+  if(NOT TALVO_SANITIZE)  # what a sanitizer needs comes with the program that loads the module
+    target_link_options(TalvoBinaryEncoding PRIVATE -Wl,-z,defs)
+  endif()
   add_module_resources(TalvoBinaryEncoding
     TYPELIB 1 sdk/TalvoBinaryEncoding.idl
     REGISTRY 102 server/resources/binary_encoding.rgs
