@@ -1,0 +1,132 @@
+// The registered road asks by ProgID, so that any module that answers to the names will do.
+#include "cli/server_access.h"
+
+#include <string_view>
+
+#include "cli/messages.h"
+
+namespace talvo {
+namespace {
+
+// What the module is called on the systems it is built for.
+constexpr const char* kModuleNames[] = {"libTalvoBinaryEncoding.so", "TalvoBinaryEncoding.dll"};
+constexpr DWORD kLongestPath = 32768;
+
+std::string PathOf(HMODULE module) {
+    std::string path(kLongestPath, '\0');
+    path.resize(GetModuleFileName(module, path.data(), kLongestPath));
+    return path;
+}
+
+std::string FolderOfCommand() {
+    const std::string path = PathOf(nullptr);
+    return path.substr(0, path.find_last_of("/\\") + 1);
+}
+
+template <class Function>
+Function* Entry(HMODULE module, const char* name) {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+HRESULT CreateRegistered(const ClassName& name, REFIID iid, void** object) {
+    CLSID id;
+    if (const HRESULT hr = CLSIDFromProgID(name.progId, &id); FAILED(hr)) return hr;
+    return CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, iid, object);
+}
+
+struct KeyTraits {
+    using Value = HKEY;
+    static constexpr Value Null() noexcept { return nullptr; }
+    static void Close(Value value) noexcept { RegCloseKey(value); }
+};
+
+std::string Narrow(const OLECHAR* text) { return std::string(text, text + std::char_traits<OLECHAR>::length(text)); }
+
+// The module that is registered for the component; empty when the registry does not say.
+std::string RegisteredPath() {
+    CLSID id;
+    OLECHAR braced[39];
+    if (FAILED(CLSIDFromProgID(kComponentClass.progId, &id)) || StringFromGUID2(id, braced, 39) == 0) return {};
+    const std::string name = "CLSID\\" + Narrow(braced) + "\\InprocServer32";
+    com::UniqueAny<KeyTraits> key;
+    if (RegOpenKeyEx(HKEY_CLASSES_ROOT, name.c_str(), 0, KEY_QUERY_VALUE, key.Put()) != ERROR_SUCCESS) return {};
+    std::string path(kLongestPath, '\0');
+    DWORD size = kLongestPath;
+    if (RegQueryValueEx(key.Get(), nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(path.data()), &size) !=
+        ERROR_SUCCESS)
+        return {};
+    return path.c_str();
+}
+
+}  // namespace
+
+// ---- Modules ----------------------------------------------------------------------------------------------------
+
+DWORD ServerModule::Load(const std::string& path) {
+    const bool bare = path.find_first_of("/\\") == std::string::npos;
+    handle_.Reset(LoadLibrary(((bare ? "./" : "") + path).c_str()));
+    return handle_ ? ERROR_SUCCESS : GetLastError();
+}
+
+HRESULT ServerModule::Create(REFCLSID classId, REFIID iid, void** object) const {
+    const auto getClassObject = Entry<decltype(DllGetClassObject)>(handle_.Get(), "DllGetClassObject");
+    if (!getClassObject) return CO_E_ERRORINDLL;
+    com::ComPtr<IClassFactory> factory;
+    if (const HRESULT hr = getClassObject(classId, __uuidof(IClassFactory), factory.PutVoid()); FAILED(hr)) return hr;
+    return factory->CreateInstance(nullptr, iid, object);
+}
+
+HRESULT ServerModule::Call(const char* entry) const {
+    const auto function = Entry<HRESULT STDAPICALLTYPE()>(handle_.Get(), entry);
+    return function ? function() : CO_E_ERRORINDLL;
+}
+
+std::string ServerModule::Path() const { return PathOf(handle_.Get()); }
+
+DWORD LoadModule(const std::string& given, ServerModule& module, std::string& tried) {
+    if (!given.empty()) return module.Load(tried = given);
+    const std::string folder = FolderOfCommand();
+    for (const char* const name : kModuleNames) {
+        if (GetFileAttributes((folder + name).c_str()) != INVALID_FILE_ATTRIBUTES)
+            return module.Load(tried = folder + name);
+    }
+    tried = folder + kModuleNames[0];
+    return ERROR_MOD_NOT_FOUND;
+}
+
+// ---- Server -----------------------------------------------------------------------------------------------------
+
+HRESULT Server::CreateComponent(const std::string& given, com::ComPtr<ITalvoBinaryEncoding>& component) {
+    if (!given.empty()) return CreateFromModule(given, component);
+    registered_ = true;
+    road_ = "registered";
+    const HRESULT hr = Create(kComponentClass, __uuidof(ITalvoBinaryEncoding), component.PutVoid());
+    if (SUCCEEDED(hr)) return hr;
+    failures_.push_back("through the class registry: " + DescribeSystemResult(hr));
+    return CreateFromModule(given, component);
+}
+
+HRESULT Server::CreateFromModule(const std::string& given, com::ComPtr<ITalvoBinaryEncoding>& component) {
+    registered_ = false;
+    road_ = given.empty() ? "beside the command" : "given by --module";
+    std::string tried;
+    if (const DWORD code = LoadModule(given, module_, tried); code != ERROR_SUCCESS) {
+        failures_.push_back("from " + tried + ": " + DescribeError(code));
+        return HRESULT_FROM_WIN32(code);
+    }
+    const HRESULT hr = Create(kComponentClass, __uuidof(ITalvoBinaryEncoding), component.PutVoid());
+    if (FAILED(hr)) failures_.push_back("from " + tried + ": " + DescribeSystemResult(hr));
+    return hr;
+}
+
+HRESULT Server::CreateFormat(const FormatClass& format, com::ComPtr<ITalvoEncodeData>& object) const {
+    return Create(format.name, __uuidof(ITalvoEncodeData), object.PutVoid());
+}
+
+HRESULT Server::Create(const ClassName& name, REFIID iid, void** object) const {
+    return registered_ ? CreateRegistered(name, iid, object) : module_.Create(*name.id, iid, object);
+}
+
+std::string Server::Origin() const { return (registered_ ? RegisteredPath() : module_.Path()) + " (" + road_ + ")"; }
+
+}  // namespace talvo
