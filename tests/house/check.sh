@@ -43,7 +43,8 @@ may_include() {
     formats) echo 'com/ server/results/ engine/ Talvo component/variant_bytes.h' ;;
     component) echo 'com/ server/results/ Talvo' ;;
     server) echo 'com/ server/results/ engine/ formats/ component/ Talvo' ;;
-    cli | examples) echo 'com/ Talvo' ;;
+    cli) echo 'com/ Talvo server/results/result_codes.def' ;;  # the list is data: it gives codes their names
+    examples) echo 'com/ Talvo' ;;
   esac
 }
 
