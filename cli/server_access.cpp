@@ -90,7 +90,7 @@ DWORD LoadModule(const std::string& given, ServerModule& module, std::string& tr
         if (GetFileAttributes((folder + name).c_str()) != INVALID_FILE_ATTRIBUTES)
             return module.Load(tried = folder + name);
     }
-    tried = folder + kModuleNames[0];
+    tried = folder + kModuleNames[0] + " or " + kModuleNames[1];
     return ERROR_MOD_NOT_FOUND;
 }
 
