@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "platform/last_error.h"
 #include "platform/registry_text.h"
 
 namespace platform {
@@ -30,27 +31,7 @@ private:
     int descriptor_;
 };
 
-LONG ErrorOf(int error, LONG otherwise) {
-    switch (error) {
-        case EACCES:
-        case EPERM:
-        case EROFS:
-            return ERROR_ACCESS_DENIED;
-        case ENOTDIR:
-        case ENOENT:
-            return ERROR_PATH_NOT_FOUND;
-        case ENOSPC:
-        case EDQUOT:
-            return ERROR_DISK_FULL;
-        case ENOMEM:
-            return ERROR_NOT_ENOUGH_MEMORY;
-        case EMFILE:
-        case ENFILE:
-            return ERROR_TOO_MANY_OPEN_FILES;
-        default:
-            return otherwise;
-    }
-}
+LONG ErrorOf(int error) { return static_cast<LONG>(WindowsError(error)); }
 
 bool SameState(const struct stat& a, const struct stat& b) {
     const auto sameTime = [](const timespec& x, const timespec& y) {
@@ -65,7 +46,7 @@ LONG ReadAll(int file, std::string& text) {
     for (;;) {
         const ssize_t got = read(file, buffer, sizeof buffer);
         if (got < 0 && errno == EINTR) continue;
-        if (got < 0) return ErrorOf(errno, ERROR_CANTREAD);
+        if (got < 0) return ErrorOf(errno);
         if (got == 0) return ERROR_SUCCESS;
         text.append(buffer, static_cast<size_t>(got));
     }
@@ -131,10 +112,10 @@ LONG RegistryStore::Refresh() {
     std::string text;
     state_ = {};
     if (const File file(open(name.c_str(), O_RDONLY | O_CLOEXEC)); file) {
-        if (fstat(file.Get(), &state_) != 0) return ErrorOf(errno, ERROR_CANTREAD);
+        if (fstat(file.Get(), &state_) != 0) return ErrorOf(errno);
         if (const LONG code = ReadAll(file.Get(), text); code != ERROR_SUCCESS) return code;
     } else if (errno != ENOENT && errno != ENOTDIR) {
-        return ErrorOf(errno, ERROR_CANTOPEN);
+        return ErrorOf(errno);
     }
     RegistryTree tree;
     if (ReadRegistryText(text, tree) != 0) return ERROR_BADDB;
@@ -149,11 +130,11 @@ LONG RegistryStore::Replace(std::optional<RegistryTree> tree) {
     const std::string temporary = target + ".new";
     unlink(temporary.c_str());  // left by a writer that ended half-way: ours is the only turn
     const File file(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (!file) return ErrorOf(errno, ERROR_CANTWRITE);
+    if (!file) return ErrorOf(errno);
     const bool keepsMode = state_.st_ino == 0 || fchmod(file.Get(), state_.st_mode & 07777) == 0;
     if (!keepsMode || !WriteAll(file.Get(), text) || fsync(file.Get()) != 0 ||
         rename(temporary.c_str(), target.c_str()) != 0) {
-        const LONG code = ErrorOf(errno, ERROR_CANTWRITE);
+        const LONG code = ErrorOf(errno);
         unlink(temporary.c_str());
         return code;
     }
@@ -170,9 +151,9 @@ LONG RegistryStore::WriterTurn::Begin() {
         CreateFolders(name);
         file_ = open(lockName.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     }
-    if (file_ < 0) return ErrorOf(errno, ERROR_CANTWRITE);
+    if (file_ < 0) return ErrorOf(errno);
     while (flock(file_, LOCK_EX) != 0) {
-        if (errno != EINTR) return ErrorOf(errno, ERROR_CANTWRITE);
+        if (errno != EINTR) return ErrorOf(errno);
     }
     return ERROR_SUCCESS;
 }

@@ -1,0 +1,61 @@
+// See registered_text.h.
+#include "platform/registered_text.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/wide_text.h"
+
+namespace platform {
+namespace {
+
+RegistryPath PathOf(NameList names) { return {names.begin(), names.end()}; }
+
+}  // namespace
+
+std::u16string GuidText(REFGUID guid) {
+    OLECHAR text[39] = {};
+    StringFromGUID2(guid, text, 39);
+    return text;
+}
+
+RegistryKey* FindClassesKey(RegistryTree& tree, NameList path) { return tree.Find(kClassesRoot, PathOf(path)); }
+
+RegistryKey* FindKeyBelow(RegistryKey* key, std::u16string_view name) {
+    if (!key) return nullptr;
+    const auto found = key->keys.find(Folded(name));
+    return found == key->keys.end() ? nullptr : found->second.get();
+}
+
+std::optional<std::u16string> TextIn(RegistryKey* key, std::u16string_view valueName) {
+    const RegistryValue* const value = key ? key->FindValue(valueName) : nullptr;
+    if (!value || !value->IsText()) return std::nullopt;
+    std::u16string text(value->data.size() / sizeof(char16_t), u'\0');
+    if (!text.empty()) std::memcpy(text.data(), value->data.data(), text.size() * sizeof(char16_t));
+    text.resize(std::min(text.find(u'\0'), text.size()));
+    return text;
+}
+
+void SetText(RegistryTree& tree, NameList path, std::u16string_view text, std::u16string_view valueName) {
+    bool created = false;
+    RegistryKey& key = tree.Create(kClassesRoot, PathOf(path), created);
+    RegistryValue* value = key.FindValue(valueName);
+    if (!value) {
+        key.values.push_back({std::u16string(valueName), REG_SZ, {}});
+        value = &key.values.back();
+    }
+    value->type = REG_SZ;
+    value->data.assign((text.size() + 1) * sizeof(char16_t), 0);
+    if (!text.empty()) std::memcpy(value->data.data(), text.data(), text.size() * sizeof(char16_t));
+}
+
+LONG ReadClassesText(NameList path, std::u16string& text) {
+    return RegistryStore::Instance().Read([&](RegistryTree& tree) -> LONG {
+        std::optional<std::u16string> found = TextIn(FindClassesKey(tree, path));
+        if (!found || found->empty()) return ERROR_FILE_NOT_FOUND;
+        text = std::move(*found);
+        return ERROR_SUCCESS;
+    });
+}
+
+}  // namespace platform

@@ -1,0 +1,163 @@
+// Loading type libraries: a library is the text of its definition, in a file of its own or as a resource of a module.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <new>
+#include <string>
+
+#include "platform/idl_parser.h"
+#include "platform/type_library.h"
+#include "platform/wide_text.h"
+
+namespace platform {
+namespace {
+
+constexpr off_t kMaxSize = 16 << 20;
+constexpr std::string_view kModuleMark = "\177ELF";
+constexpr WORD kDefaultResource = 1;
+
+// Both separators of Windows lead into a folder here.
+std::u16string SystemPath(std::u16string_view file) {
+    std::u16string path(file);
+    std::replace(path.begin(), path.end(), u'\\', u'/');
+    return path;
+}
+
+bool ReadFileText(const std::u16string& path, std::string& text) {
+    std::string name;
+    if (!Narrow(path, name)) return false;
+    const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) return false;
+    struct stat state {};
+    bool ok = fstat(file, &state) == 0 && S_ISREG(state.st_mode) && state.st_size <= kMaxSize;
+    if (ok) {
+        text.resize(static_cast<size_t>(state.st_size));
+        size_t done = 0;
+        while (done < text.size()) {
+            const ssize_t got = read(file, text.data() + done, text.size() - done);
+            if (got < 0 && errno == EINTR) continue;
+            if (got <= 0) break;
+            done += static_cast<size_t>(got);
+        }
+        ok = done == text.size();
+    }
+    close(file);
+    return ok;
+}
+
+HRESULT LoadFromModule(const std::u16string& path, WORD number, ITypeLib** library) {
+    const HMODULE module = LoadLibraryW(path.c_str());
+    if (!module) return TYPE_E_CANTLOADLIBRARY;
+    HRESULT hr = TYPE_E_CANTLOADLIBRARY;
+    if (const HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(number), u"TYPELIB")) {
+        const auto* const data = static_cast<const char*>(LockResource(LoadResource(module, found)));
+        if (data) hr = LoadLibraryText({data, SizeofResource(module, found)}, library);
+    }
+    FreeLibrary(module);
+    return hr;
+}
+
+bool EndsWith(std::u16string_view path, std::u16string_view ending) {
+    return path.size() >= ending.size() && SameName(path.substr(path.size() - ending.size()), ending);
+}
+
+// "module\2": another resource than the first.
+bool SplitResource(std::u16string& path, WORD& number) {
+    const size_t digits = path.find_last_of(u'/');
+    if (digits == std::u16string::npos || digits + 1 == path.size() || path.size() - digits > 6) return false;
+    DWORD value = 0;
+    for (size_t i = digits + 1; i < path.size(); ++i) {
+        if (path[i] < u'0' || path[i] > u'9') return false;
+        value = value * 10 + (path[i] - u'0');
+    }
+    path.resize(digits);
+    number = static_cast<WORD>(value);
+    return value != 0 && value <= 0xFFFF;
+}
+
+HRESULT LoadFile(const OLECHAR* file, ITypeLib** library) {
+    std::u16string path = SystemPath(file);
+    WORD number = kDefaultResource;
+    std::string content;
+    bool onlyModule = false;
+    if (!ReadFileText(path, content)) {
+        onlyModule = SplitResource(path, number);
+        if (!onlyModule || !ReadFileText(path, content)) return TYPE_E_CANTLOADLIBRARY;
+    }
+    if (content.starts_with(kModuleMark)) return LoadFromModule(path, number, library);
+    const bool isText = EndsWith(path, u".idl") || EndsWith(path, u".tlb");
+    return isText && !onlyModule ? LoadLibraryText(content, library) : TYPE_E_CANTLOADLIBRARY;
+}
+
+// As it is registered: found again from whatever folder is the current one then.
+std::u16string FullPath(const OLECHAR* file) {
+    std::string name;
+    std::u16string full;
+    if (!Narrow(SystemPath(file), name)) return file;
+    char* const real = realpath(name.c_str(), nullptr);
+    const bool ok = real && Widen(real, full);
+    std::free(real);
+    return ok ? full : std::u16string(file);
+}
+
+HRESULT RegisterFile(ITypeLib* library, const OLECHAR* file) {
+    try {
+        return RegisterTypeLib(library, FullPath(file).data(), nullptr);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+// A bare name registers what it finds, a path does not.
+bool IsBareName(std::u16string_view file) { return file.find_first_of(u"/\\:") == std::u16string_view::npos; }
+
+}  // namespace
+
+HRESULT LoadLibraryText(std::string_view text, ITypeLib** library) {
+    try {
+        IdlError error;
+        std::shared_ptr<const Library> data = ParseIdl(text, StandardLibrary(), error);
+        if (!data) return TYPE_E_INVDATAREAD;
+        TypeLibrary* created = nullptr;
+        const HRESULT hr = TypeLibrary::Create(std::move(data), &created);
+        *library = created;
+        return hr;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT LoadLibraryFile(const OLECHAR* file, ITypeLib** library) {
+    try {
+        return LoadFile(file, library);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+}  // namespace platform
+
+WINOLEAUTAPI LoadTypeLib(const OLECHAR* szFile, ITypeLib** pptlib) {
+    return LoadTypeLibEx(szFile, REGKIND_DEFAULT, pptlib);
+}
+
+WINOLEAUTAPI LoadTypeLibEx(LPCOLESTR szFile, REGKIND regkind, ITypeLib** pptlib) {
+    if (!szFile || !pptlib) return E_INVALIDARG;
+    *pptlib = nullptr;
+    ITypeLib* library = nullptr;
+    HRESULT hr = platform::LoadLibraryFile(szFile, &library);
+    if (FAILED(hr)) return hr;
+    if (regkind == REGKIND_REGISTER || (regkind == REGKIND_DEFAULT && platform::IsBareName(szFile))) {
+        hr = platform::RegisterFile(library, szFile);
+        if (FAILED(hr)) {
+            library->Release();
+            return hr;
+        }
+    }
+    *pptlib = library;
+    return S_OK;
+}
