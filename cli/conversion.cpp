@@ -59,8 +59,10 @@ class Warnings {
 public:
     void Note(HRESULT result) {
         const auto row = std::ranges::find(rows_, result, &Row::result);
-        if (row == rows_.end()) rows_.push_back({result, DescribeResult(result), 0});
-        ++(row == rows_.end() ? rows_.back() : *row).calls;
+        if (row != rows_.end())
+            ++row->calls;
+        else
+            rows_.push_back({result, DescribeResult(result), 1});
     }
     void Tell(const std::string& name) const {
         for (const Row& row : rows_) Say(name + ": warning: " + row.text + " (in " + Counted(row.calls, "chunk") + ")");
@@ -165,7 +167,7 @@ private:
     // Among the bytes that come out on a terminal, or while somebody types the input, a bar would only disturb.
     bool WantsProgress() const {
         if (options_.quiet || options_.progress) return !options_.quiet;
-        return IsTerminal(GetStdHandle(STD_ERROR_HANDLE)) && !IsTerminal(source_.Handle()) &&
+        return IsTerminal(StandardHandle(STD_ERROR_HANDLE)) && !IsTerminal(source_.Handle()) &&
                !IsTerminal(destination_.Handle());
     }
 

@@ -84,6 +84,7 @@ ExitCode Run(std::span<const char* const> words) {
 }  // namespace talvo
 
 int main(int argc, char** argv) {
+    talvo::StandardHandle(STD_ERROR_HANDLE);  // before anything is opened
     talvo::ExitCode exit = talvo::ExitCode::Unavailable;
     try {
         const std::span<const char* const> words(argv, static_cast<size_t>(argc));

@@ -2,6 +2,7 @@
 #include "cli/streams.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "cli/options.h"
@@ -15,8 +16,7 @@ bool IsDiskFile(HANDLE file) { return GetFileType(file) == FILE_TYPE_DISK; }
 
 // A standard stream that the parent closed is null or invalid; the calls on it would say nothing helpful.
 DWORD Standard(DWORD which, HANDLE& handle) {
-    handle = GetStdHandle(which);
-    if (handle == nullptr) handle = INVALID_HANDLE_VALUE;
+    handle = StandardHandle(which);
     return handle == INVALID_HANDLE_VALUE ? ERROR_INVALID_HANDLE : ERROR_SUCCESS;
 }
 
@@ -34,6 +34,23 @@ std::vector<std::string_view> Segments(std::string_view name) {
 }
 
 }  // namespace
+
+HANDLE StandardHandle(DWORD which) {
+    struct Entry {
+        DWORD which;
+        HANDLE handle;
+    };
+    static const std::array<Entry, 3> entries = [] {
+        std::array<Entry, 3> all = {
+            {{STD_INPUT_HANDLE, nullptr}, {STD_OUTPUT_HANDLE, nullptr}, {STD_ERROR_HANDLE, nullptr}}};
+        for (Entry& entry : all) {
+            entry.handle = GetStdHandle(entry.which);
+            if (entry.handle == nullptr) entry.handle = INVALID_HANDLE_VALUE;
+        }
+        return all;
+    }();
+    return std::ranges::find(entries, which, &Entry::which)->handle;
+}
 
 DWORD WriteWhole(HANDLE file, std::span<const BYTE> bytes, ULONGLONG& written) {
     while (!bytes.empty()) {
@@ -58,8 +75,7 @@ DWORD WriteText(DWORD standardStream, std::string_view text) {
 
 bool IsTerminal(HANDLE file) {
     DWORD mode = 0;
-    return file != nullptr && file != INVALID_HANDLE_VALUE && GetFileType(file) == FILE_TYPE_CHAR &&
-           GetConsoleMode(file, &mode);
+    return file != INVALID_HANDLE_VALUE && GetFileType(file) == FILE_TYPE_CHAR && GetConsoleMode(file, &mode);
 }
 
 bool SameName(std::string_view a, std::string_view b) { return Segments(a) == Segments(b); }

@@ -21,6 +21,10 @@ struct FileTraits {
 };
 using UniqueFile = com::UniqueAny<FileTraits>;
 
+// A standard stream as it was when this was first called, which is before any file is opened: on some systems a file takes
+// the place of a stream that is closed, and must not get the stream's bytes. The invalid handle for a closed one.
+HANDLE StandardHandle(DWORD which);
+
 // Writes everything; `written` counts what arrived, also on failure.
 [[nodiscard]] DWORD WriteWhole(HANDLE file, std::span<const BYTE> bytes, ULONGLONG& written);
 // The same for text on a standard stream.
