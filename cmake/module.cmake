@@ -5,6 +5,7 @@ target_link_libraries(TalvoBinaryEncoding PRIVATE $<LINK_LIBRARY:WHOLE_ARCHIVE,t
 if(WIN32)
   set_target_properties(TalvoBinaryEncoding PROPERTIES PREFIX "")
   target_sources(TalvoBinaryEncoding PRIVATE server/exports.def)
+  include(windows_resources)
   target_link_options(TalvoBinaryEncoding PRIVATE -Wl,--enable-stdcall-fixup -Wl,--kill-at -s)
 else()
   # The version script decides what is exported; the entry functions must be visible for it to find them.
