@@ -24,6 +24,8 @@ namespace {
 
 using platform::Fail;
 
+thread_local int unloading = 0;  // calls of FreeLibrary that this thread is inside
+
 link_map* ObjectAt(const void* address) {
     Dl_info info;
     void* map = nullptr;
@@ -39,9 +41,13 @@ link_map* ObjectOf(HMODULE module) {
 
 link_map* StandIn() { return ObjectAt(reinterpret_cast<const void*>(&LoadLibraryA)); }
 
-// A symbol of this very object: a lookup by handle also searches what the object depends on.
+// A symbol of this very object: a lookup by handle also searches what the object depends on. An object that came as a
+// part of another has no scope to search until it is opened itself.
 void* OwnSymbol(link_map* object, const char* name) {
-    void* symbol = dlsym(object, name);
+    void* handle = dlopen(*object->l_name ? object->l_name : nullptr, RTLD_LAZY | RTLD_NOLOAD);
+    if (!handle) return nullptr;
+    void* symbol = dlsym(handle, name);
+    dlclose(handle);
     return ObjectAt(symbol) == object ? symbol : nullptr;
 }
 
@@ -214,8 +220,14 @@ HMODULE LoadLibraryW(LPCWSTR lpLibFileName) {
 
 BOOL FreeLibrary(HMODULE hLibModule) {
     link_map* object = hLibModule ? ObjectOf(hLibModule) : nullptr;
-    return object && dlclose(object) == 0 ? TRUE : Fail(ERROR_INVALID_HANDLE);
+    if (!object) return Fail(ERROR_INVALID_HANDLE);
+    ++unloading;
+    const bool closed = dlclose(object) == 0;
+    --unloading;
+    return closed ? TRUE : Fail(ERROR_INVALID_HANDLE);
 }
+
+int platform_is_unloading(void) { return unloading; }
 
 HMODULE GetModuleHandleA(LPCSTR lpModuleName) {
     if (!lpModuleName) return HandleOf(ObjectOf(nullptr));

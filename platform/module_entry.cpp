@@ -14,7 +14,9 @@ HINSTANCE Instance() { return reinterpret_cast<HINSTANCE>(const_cast<PlatformIma
 // What DllMain answers is not asked: a constructor cannot refuse the load.
 struct Entry {
     Entry() { DllMain(Instance(), DLL_PROCESS_ATTACH, nullptr); }
-    ~Entry() { DllMain(Instance(), DLL_PROCESS_DETACH, nullptr); }
+    // The last parameter tells a process that ends from a module that is unloaded: the objects that a client still holds
+    // stay usable then.
+    ~Entry() { DllMain(Instance(), DLL_PROCESS_DETACH, platform_is_unloading() ? nullptr : Instance()); }
     Entry(const Entry&) = delete;
     Entry& operator=(const Entry&) = delete;
 } entry;

@@ -27,4 +27,7 @@ struct PlatformImage {
 // Protected: a module must see its own image even where another module of the process exports the same name first.
 extern "C" __attribute__((visibility("protected"))) const PlatformImage platform_image;
 
+// Whether the calling thread is unloading a module; a module that is detached otherwise goes with the whole process.
+extern "C" int platform_is_unloading(void);
+
 #endif
