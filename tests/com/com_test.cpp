@@ -1,0 +1,295 @@
+// Owners, counted references, and the identity of objects, plain and aggregated.
+#include <windows.h>
+#include <objbase.h>
+#include <oleauto.h>
+
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "com/com_ptr.h"
+#include "com/lock.h"
+#include "com/module_state.h"
+#include "com/object.h"
+#include "com/unique.h"
+#include "tests/support/allocation_faults.h"
+
+MIDL_INTERFACE("7A0F3A52-93D1-4C0B-9C43-0D6B5B7B5E01")
+ITestValue : public IUnknown { virtual HRESULT STDMETHODCALLTYPE Value(LONG * value) = 0; };
+__CRT_UUID_DECL(ITestValue, 0x7A0F3A52, 0x93D1, 0x4C0B, 0x9C, 0x43, 0x0D, 0x6B, 0x5B, 0x7B, 0x5E, 0x01)
+
+MIDL_INTERFACE("7A0F3A52-93D1-4C0B-9C43-0D6B5B7B5E02")
+ITestOther : public IUnknown { virtual HRESULT STDMETHODCALLTYPE Other() = 0; };
+__CRT_UUID_DECL(ITestOther, 0x7A0F3A52, 0x93D1, 0x4C0B, 0x9C, 0x43, 0x0D, 0x6B, 0x5B, 0x7B, 0x5E, 0x02)
+
+namespace talvo::test {
+namespace {
+
+using com::ComPtr;
+
+class ModuleEnvironment : public testing::Environment {
+    void SetUp() override { com::ModuleState::Start(nullptr, {}); }
+    void TearDown() override {
+        EXPECT_FALSE(com::ModuleState::Get().InUse());
+        com::ModuleState::Stop(true);
+    }
+};
+[[maybe_unused]] testing::Environment* const g_module = testing::AddGlobalTestEnvironment(new ModuleEnvironment);
+
+int g_finalReleases = 0;
+int g_destructions = 0;
+HRESULT g_construction = S_OK;
+
+class Sample : public com::Object<ITestValue, ITestOther> {
+public:
+    explicit Sample(IUnknown* outer) noexcept : Object(outer) {}
+    HRESULT FinalConstruct() noexcept { return g_construction; }
+    STDMETHODIMP Value(LONG* value) noexcept override { return *value = 42, S_OK; }
+    STDMETHODIMP Other() noexcept override { return S_FALSE; }
+
+protected:
+    ~Sample() override { ++g_destructions; }
+    IUnknown* Find(REFIID iid) noexcept override { return FindAmong<ITestValue, ITestOther>(this, iid); }
+    // What a clean-up may do: look itself up, take references and give them back, down to what looks like the last.
+    void FinalRelease() noexcept override {
+        ++g_finalReleases;
+        ComPtr<ITestOther> other;
+        EXPECT_EQ(Identity()->QueryInterface(__uuidof(ITestOther), other.PutVoid()), S_OK);
+        Identity()->AddRef();
+        Identity()->Release();
+    }
+};
+
+// The outer object of an aggregate: it counts, and knows what it was asked for.
+class Outer final : public IUnknown {
+public:
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        const bool own = IsEqualIID(iid, __uuidof(IUnknown)) != 0;
+        if (!own && inner) return inner->QueryInterface(iid, object);
+        *object = own ? this : nullptr;
+        if (own) AddRef();
+        return own ? S_OK : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
+    STDMETHODIMP_(ULONG) Release() override { return --references; }
+
+    ULONG references = 1;
+    ComPtr<IUnknown> inner;
+};
+
+class ObjectTest : public testing::Test {
+protected:
+    void SetUp() override {
+        g_finalReleases = g_destructions = 0;
+        g_construction = S_OK;
+    }
+    static bool Alive() { return com::ModuleState::Get().InUse(); }
+};
+
+TEST_F(ObjectTest, PlainIdentity) {
+    ComPtr<ITestValue> value;
+    ASSERT_EQ(com::CreateObject<Sample>(nullptr, __uuidof(ITestValue), value.PutVoid()), S_OK);
+    EXPECT_TRUE(Alive());
+    EXPECT_EQ(value->AddRef(), 2u);
+    EXPECT_EQ(value->Release(), 1u);
+
+    ComPtr<ITestOther> other;
+    ASSERT_EQ(value.As(other), S_OK);
+    ComPtr<IUnknown> fromValue, fromOther, fromIdentity;
+    ASSERT_EQ(value.As(fromValue), S_OK);
+    ASSERT_EQ(other.As(fromOther), S_OK);
+    ASSERT_EQ(fromOther.As(fromIdentity), S_OK);
+    EXPECT_TRUE(fromValue.Get() == fromOther.Get() && fromOther.Get() == fromIdentity.Get());
+    ComPtr<ITestValue> back;
+    ASSERT_EQ(fromIdentity.As(back), S_OK);
+    EXPECT_EQ(back.Get(), value.Get());
+
+    for (IUnknown* const face :
+         {static_cast<IUnknown*>(value.Get()), static_cast<IUnknown*>(other.Get()), fromValue.Get()}) {
+        void* object = face;
+        EXPECT_EQ(face->QueryInterface(__uuidof(IDispatch), &object), E_NOINTERFACE);
+        EXPECT_EQ(object, nullptr);
+        EXPECT_EQ(face->QueryInterface(__uuidof(IUnknown), nullptr), E_POINTER);
+        EXPECT_EQ(face->QueryInterface(__uuidof(IDispatch), nullptr), E_POINTER);
+    }
+}
+
+TEST_F(ObjectTest, EndsOnceWhateverItsCleanUpDoes) {
+    ComPtr<ITestOther> other;
+    ASSERT_EQ(com::CreateObject<Sample>(nullptr, __uuidof(ITestOther), other.PutVoid()), S_OK);
+    EXPECT_EQ(other.Detach()->Release(), 0u);
+    EXPECT_TRUE(g_finalReleases == 1 && g_destructions == 1 && !Alive());
+}
+
+TEST_F(ObjectTest, AggregateHasTheIdentityOfItsOuter) {
+    Outer outer;
+    ASSERT_EQ(com::CreateObject<Sample>(&outer, __uuidof(IUnknown), outer.inner.PutVoid()), S_OK);
+    EXPECT_EQ(outer.references, 1u) << "an inner object holds no reference to its outer";
+    EXPECT_NE(outer.inner.Get(), &outer);
+    {
+        ComPtr<ITestValue> value;
+        ASSERT_EQ(outer.QueryInterface(__uuidof(ITestValue), value.PutVoid()), S_OK);
+        EXPECT_EQ(outer.references, 2u);
+        EXPECT_EQ(value->AddRef(), 3u);
+        EXPECT_EQ(value->Release(), 2u);
+        ComPtr<IUnknown> identity;
+        ASSERT_EQ(value.As(identity), S_OK);
+        EXPECT_EQ(identity.Get(), &outer);
+        ComPtr<IUnknown> ownIdentity;
+        ASSERT_EQ(outer.inner.As(ownIdentity), S_OK);
+        EXPECT_EQ(ownIdentity.Get(), outer.inner.Get());
+        EXPECT_EQ(outer.references, 3u) << "the inner identity counts for itself";
+        LONG answer = 0;
+        EXPECT_TRUE(value->Value(&answer) == S_OK && answer == 42);
+    }
+    EXPECT_EQ(outer.references, 1u);
+    EXPECT_TRUE(g_finalReleases == 0 && Alive());
+    EXPECT_EQ(outer.inner.Detach()->Release(), 0u);
+    EXPECT_TRUE(g_finalReleases == 1 && g_destructions == 1 && !Alive());
+}
+
+TEST_F(ObjectTest, CreationThatFailsLeavesNothing) {
+    AllocationFaults faults;
+    const struct {
+        const char* name;
+        const IID& iid;
+        HRESULT construction, code;
+    } kRows[] = {
+        {"no such interface", __uuidof(IDispatch), S_OK, E_NOINTERFACE},
+        {"construction fails", __uuidof(ITestValue), E_ACCESSDENIED, E_ACCESSDENIED},
+    };
+    for (const auto& row : kRows) {
+        g_construction = row.construction;
+        void* object = nullptr;
+        EXPECT_EQ(com::CreateObject<Sample>(nullptr, row.iid, &object), row.code) << row.name;
+        EXPECT_TRUE(!object && !Alive() && faults.Live() == 0) << row.name;
+    }
+    EXPECT_EQ(g_destructions, 2);
+    g_construction = S_OK;
+    faults.FailNth(1);
+    void* object = nullptr;
+    EXPECT_EQ(com::CreateObject<Sample>(nullptr, __uuidof(ITestValue), &object), E_OUTOFMEMORY);
+    EXPECT_TRUE(!object && !Alive() && g_destructions == 2);
+}
+
+TEST_F(ObjectTest, CountsFromManyThreads) {
+    ComPtr<ITestValue> value;
+    ASSERT_EQ(com::CreateObject<Sample>(nullptr, __uuidof(ITestValue), value.PutVoid()), S_OK);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([copy = value]() mutable {
+            for (int n = 0; n < 5000; ++n) ComPtr<ITestValue> another = copy;
+            copy.Reset();
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(g_destructions, 0);
+    EXPECT_EQ(value.Detach()->Release(), 0u);
+    EXPECT_EQ(g_destructions, 1);
+}
+
+TEST_F(ObjectTest, CountedReferences) {
+    Outer one, two;
+    {
+        ComPtr<IUnknown> a(&one);
+        EXPECT_EQ(one.references, 2u);
+        ComPtr<IUnknown> b = a;
+        EXPECT_EQ(one.references, 3u);
+        ComPtr<IUnknown> c = std::move(a);
+        EXPECT_TRUE(one.references == 3 && !a && c);
+        a = c;
+        auto& alias = a;
+        a = alias;
+        EXPECT_EQ(one.references, 4u);
+        b = ComPtr<IUnknown>(&two);
+        EXPECT_TRUE(one.references == 3 && two.references == 2);
+        b = std::move(c);
+        EXPECT_TRUE(one.references == 3 && two.references == 1 && !c);
+        a.Attach(&two);  // takes over the reference that `two` began with
+        two.AddRef();
+        EXPECT_TRUE(one.references == 2 && two.references == 2);
+        *a.Put() = nullptr;
+        EXPECT_EQ(two.references, 1u);
+        IUnknown* const given = b.Detach();
+        EXPECT_TRUE(given == &one && !b && one.references == 2);
+        given->Release();
+        const ComPtr<IUnknown> none(nullptr);
+        EXPECT_FALSE(none);
+    }
+    EXPECT_TRUE(one.references == 1 && two.references == 1);
+}
+
+std::vector<int> g_closed;
+struct NumberTraits {
+    using Value = int;
+    static constexpr Value Null() noexcept { return -1; }
+    static void Close(Value value) noexcept { g_closed.push_back(value); }
+};
+
+TEST(Unique, ClosesEachValueOnce) {
+    using Owner = com::UniqueAny<NumberTraits>;
+    g_closed.clear();
+    {
+        Owner a(0), b(1), c;
+        EXPECT_TRUE(a && b && !c && a.Get() == 0);
+        c = std::move(a);
+        EXPECT_TRUE(!a && c.Get() == 0 && g_closed.empty());
+        b = std::move(c);
+        EXPECT_EQ(g_closed, (std::vector{1}));
+        auto& alias = b;
+        b = std::move(alias);
+        EXPECT_TRUE(b.Get() == 0 && g_closed.size() == 1);
+        *b.Put() = 2;
+        EXPECT_EQ(g_closed, (std::vector{1, 0}));
+        EXPECT_EQ(b.Detach(), 2);
+        b.Reset(3);
+        b.Reset(4);
+        EXPECT_EQ(g_closed, (std::vector{1, 0, 3}));
+        const Owner d(std::move(b));
+    }
+    EXPECT_EQ(g_closed, (std::vector{1, 0, 3, 4}));
+}
+
+TEST(Unique, ResourcesOfThePlatform) {
+    AllocationFaults faults;
+    {
+        const com::UniqueBstr text(SysAllocString(OLESTR("text")));
+        const com::UniqueTaskBytes bytes(static_cast<BYTE*>(com::TaskAlloc(10, true)));
+        SAFEARRAYBOUND bound{3, 0};
+        const com::UniqueSafeArray array(SafeArrayCreate(VT_UI1, 1, &bound));
+        EXPECT_TRUE(text && bytes && array && faults.Live() >= 3);
+        EXPECT_EQ(bytes.Get()[9], 0);
+    }
+    EXPECT_EQ(faults.Live(), 0u);
+    // A block that cannot grow stays; none is needed to begin with.
+    void* block = com::TaskRealloc(nullptr, 4);
+    ASSERT_TRUE(block);
+    faults.FailNth(1);
+    EXPECT_EQ(com::TaskRealloc(block, 1 << 20), nullptr);
+    EXPECT_EQ(faults.Live(), 1u);
+    com::TaskFree(block);
+    com::TaskFree(nullptr);
+}
+
+TEST(Lock, IsReentrantAndExclusive) {
+    com::CriticalSection section;
+    int counter = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int n = 0; n < 5000; ++n) {
+                const std::lock_guard outer(section);
+                const std::lock_guard inner(section);
+                ++counter;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(counter, 20'000);
+}
+
+}  // namespace
+}  // namespace talvo::test

@@ -1,0 +1,94 @@
+// Every allocation of a conversion made to fail in turn: the call says so, nothing leaks, the session is closed and
+// works again.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/engine/base64_oracle.h"
+#include "tests/support/allocation_faults.h"
+#include "tests/support/splits.h"
+
+namespace talvo::test {
+namespace {
+
+// One conversion in four calls; the first code that is no success ends it.
+Fed Convert(EncodingSession& session, Direction direction, std::string_view input) {
+    Fed all{Feed(session, direction, {}, false)};
+    const size_t third = input.size() / 3;
+    for (size_t call = 0; call < 4 && SUCCEEDED(all.Code); ++call) {
+        const Fed fed =
+            Feed(session, direction,
+                 input.substr(std::min(call * third, input.size()), call < 3 ? third : std::string::npos), call == 3);
+        all.Bytes += fed.Bytes;
+        if (fed.Code != S_OK) all.Code = fed.Code;
+    }
+    return all;
+}
+
+TEST(Failures, OfAConversion) {
+    const std::string bytes = "any bytes will do, as long as they take more than one line of Base64 text";
+    const std::string text = Wrapped(NaiveEncode(bytes), 76, "\r\n");
+    const struct {
+        const char* name;
+        Direction direction;
+        bool tolerant;
+        std::string input;
+        Fed result;
+        size_t failures;  // runs that must fail: one an output block
+    } kRows[] = {
+        {"encode", Direction::Encode, false, bytes, {S_OK, text}, 4},
+        {"decode", Direction::Decode, false, text, {S_OK, bytes}, 3},
+        {"decode with repairs", Direction::Decode, true, text + "*", {berWarningInvalidCharacterInData, bytes}, 4},
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.name);
+        size_t failures = 0;
+        ForEachFailingAllocation([&](AllocationFaults& faults) {
+            EncodingSession session;
+            ASSERT_EQ(session.SelectFormat(FormatKind::Base64), S_OK);
+            session.ContinueOnInvalidData = row.tolerant;
+            const Fed first = Convert(session, row.direction, row.input);
+            EXPECT_EQ(session.State, SessionState::Idle);
+            // A block that cannot shrink is handed out as it is.
+            if (first.Code == E_OUTOFMEMORY) {
+                EXPECT_NE(faults.Struck(), 0u);
+                EXPECT_TRUE(row.result.Bytes.starts_with(first.Bytes));
+                ++failures;
+            } else {
+                EXPECT_EQ(first, row.result);
+            }
+            faults.Disarm();
+            EXPECT_EQ(Convert(session, row.direction, row.input), row.result) << "the next conversion";
+        });
+        EXPECT_GE(failures, 2 * row.failures);
+    }
+}
+
+TEST(Failures, OfOpening) {
+    const struct {
+        FormatKind kind;
+        Direction direction;
+        size_t blocks;
+    } kRows[] = {{FormatKind::UU, Direction::Encode, 1},     {FormatKind::XX, Direction::Encode, 1},
+                 {FormatKind::UU, Direction::Decode, 1},     {FormatKind::QuotedPrintable, Direction::Decode, 1},
+                 {FormatKind::BinHex, Direction::Decode, 2}, {FormatKind::Base64, Direction::Decode, 0}};
+    for (const auto& row : kRows) {
+        size_t failures = 0;
+        ForEachFailingAllocation([&](AllocationFaults& faults) {
+            EncodingSession session;
+            ASSERT_EQ(session.SelectFormat(row.kind), S_OK);
+            session.IncludeHeaderFooter = false;
+            const HRESULT hr = Feed(session, row.direction, {}, false).Code;
+            EXPECT_EQ(CodeName(hr), faults.Struck() ? "E_OUTOFMEMORY" : "S_OK");
+            if (FAILED(hr)) {
+                ++failures;
+                EXPECT_EQ(session.State, SessionState::Idle);
+                EXPECT_EQ(faults.Live(), 0u) << "released at once, not with the session";
+            }
+        });
+        EXPECT_EQ(failures, 2 * row.blocks) << static_cast<int>(row.kind);
+    }
+}
+
+}  // namespace
+}  // namespace talvo::test
