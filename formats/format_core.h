@@ -95,8 +95,8 @@ public:
 protected:
     IUnknown* Find(REFIID iid) noexcept override {
         return FormatObject<Format>::template FindAmong<typename Format::Dual, typename Format::Native, IDispatch,
-                                                        ITalvoEncodeData, ITalvoProcessData, ISupportErrorInfo>(this,
-                                                                                                                iid);
+                                                        ITalvoEncodeData, ITalvoProcessData, ISupportErrorInfo,
+                                                        IFormatObject>(this, iid);
     }
 };
 
