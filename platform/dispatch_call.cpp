@@ -130,9 +130,6 @@ HRESULT CallAndKeepResult(const CallFrame& frame, void* function, VARTYPE type, 
         case VT_VOID:
             static_cast<void>(frame.Call<uint64_t>(function));
             break;
-        case VT_HRESULT:
-            result.vt = VT_ERROR;
-            [[fallthrough]];
         case VT_ERROR:
         case VT_I4:
         case VT_UI4:

@@ -60,8 +60,10 @@ Shape ShapeOf(const TypeUse& use) {
 
 // Types that differ in name only, so a reference to one is a reference to the other.
 VARTYPE Plain(VARTYPE type) {
-    if (type == VT_INT || type == VT_ERROR) return VT_I4;
-    return type == VT_UINT ? static_cast<VARTYPE>(VT_UI4) : type;
+    const int reference = type & VT_BYREF;
+    const int value = type & ~VT_BYREF;
+    if (value == VT_INT || value == VT_ERROR) return static_cast<VARTYPE>(VT_I4 | reference);
+    return value == VT_UINT ? static_cast<VARTYPE>(VT_UI4 | reference) : type;
 }
 
 // One parameter on its way: `type` and `passed` are what DispCallFunc takes, `made` is what had to be made for it.
@@ -72,9 +74,9 @@ public:
     Passage(const Passage&) = delete;
     Passage& operator=(const Passage&) = delete;
 
-    HRESULT Give(const Shape& shape, WORD flags, VARIANTARG* argument) {
+    HRESULT Give(const Shape& shape, VARIANTARG* argument) {
         if (shape.type == VT_VARIANT) return GiveVariant(shape, argument);
-        return shape.byReference ? GiveReference(shape, flags, argument) : GiveValue(shape, argument);
+        return shape.byReference ? GiveReference(shape, argument) : GiveValue(shape, argument);
     }
 
     // In place of an argument that was left out.
@@ -116,16 +118,12 @@ private:
         PassPointer(shape.type, shape.type == VT_VARIANT ? static_cast<void*>(&made_) : &made_.llVal);
     }
 
-    // A VARIANT parameter sees the caller's own VARIANT.
+    // A VARIANT parameter sees the caller's own VARIANT; a pointer to one also the variable that an argument refers to.
     HRESULT GiveVariant(const Shape& shape, VARIANTARG* argument) {
-        VARIANT* const target = argument->vt == (VT_BYREF | VT_VARIANT) ? argument->pvarVal : argument;
-        if (!target) return DISP_E_TYPEMISMATCH;
-        if (shape.byReference) {
-            PassPointer(VT_VARIANT, target);
-        } else {
-            Pass(VT_VARIANT, target);
-        }
-        return S_OK;
+        if (!shape.byReference) return Pass(VT_VARIANT, argument), S_OK;
+        if (argument->vt == (VT_BYREF | VT_VARIANT)) argument = argument->pvarVal;
+        if (!argument) return DISP_E_TYPEMISMATCH;
+        return PassPointer(VT_VARIANT, argument), S_OK;
     }
 
     HRESULT GiveValue(const Shape& shape, VARIANTARG* argument) {
@@ -138,7 +136,7 @@ private:
     // A copy of the argument in the parameter's type; of an interface pointer, the interface asked for.
     HRESULT Make(const Shape& shape, VARIANTARG* argument) {
         if (argument->vt == (VT_BYREF | VT_VARIANT)) argument = argument->pvarVal;
-        if (!argument) return DISP_E_TYPEMISMATCH;
+        if (!argument || ((argument->vt & VT_BYREF) && !argument->byref)) return DISP_E_TYPEMISMATCH;
         if (const HRESULT hr = VariantChangeType(&made_, argument, 0, shape.type); FAILED(hr)) return hr;
         if (!shape.iid || !made_.punkVal) return S_OK;
         IUnknown* wanted = nullptr;
@@ -149,39 +147,16 @@ private:
         return S_OK;
     }
 
-    HRESULT GiveReference(const Shape& shape, WORD flags, VARIANTARG* argument) {
-        if (argument->vt == (VT_BYREF | VT_VARIANT)) {
-            argument = argument->pvarVal;
-            if (!argument) return DISP_E_TYPEMISMATCH;
-            if (!(argument->vt & VT_BYREF) && (flags & PARAMFLAG_FOUT)) return GiveInside(shape, flags, argument);
+    // A reference is passed on if it is one to the parameter's type; a variable of any type is not. Of a value the member
+    // sees the argument itself, or what it converts to.
+    HRESULT GiveReference(const Shape& shape, VARIANTARG* argument) {
+        if (argument->vt & VT_BYREF) {
+            if (Plain(argument->vt) != (Plain(shape.type) | VT_BYREF) || !argument->byref) return DISP_E_TYPEMISMATCH;
+            return PassPointer(shape.type, argument->byref), S_OK;
         }
-        if (argument->vt & VT_BYREF && Plain(argument->vt & VT_TYPEMASK) == Plain(shape.type) &&
-            !(argument->vt & VT_ARRAY)) {
-            if (!argument->byref) return DISP_E_TYPEMISMATCH;
-            PassPointer(shape.type, argument->byref);
-            return S_OK;
-        }
-        // What the member writes to a value is lost, as the caller can have no use for it; a reference of another type is
-        // no place for it.
-        if (argument->vt & VT_BYREF && flags & PARAMFLAG_FOUT) return DISP_E_TYPEMISMATCH;
+        if (argument->vt == shape.type && !shape.iid) return PassPointer(shape.type, &argument->llVal), S_OK;
         if (const HRESULT hr = Make(shape, argument); FAILED(hr)) return hr;
-        PassMade(shape);
-        return S_OK;
-    }
-
-    // Into the caller's VARIANT variable, which takes on the parameter's type.
-    HRESULT GiveInside(const Shape& shape, WORD flags, VARIANT* variable) {
-        if (Plain(variable->vt) != Plain(shape.type)) {
-            const bool fresh = !(flags & PARAMFLAG_FIN) || variable->vt == VT_EMPTY;
-            const HRESULT hr = fresh ? VariantClear(variable) : VariantChangeType(variable, variable, 0, shape.type);
-            if (FAILED(hr)) return hr;
-            if (fresh) {
-                variable->llVal = 0;
-                variable->vt = shape.type;
-            }
-        }
-        PassPointer(shape.type, &variable->llVal);
-        return S_OK;
+        return PassMade(shape), S_OK;
     }
 
     VARIANT made_ = {};
@@ -202,6 +177,12 @@ const Function* SelectFunction(const TypeEntry* entry, MEMBERID id, WORD flags) 
         }
     }
     return nullptr;
+}
+
+size_t RequiredArguments(const Function& function) {
+    return static_cast<size_t>(std::count_if(
+        function.parameters.begin(), function.parameters.end(),
+        [](const Parameter& parameter) { return (parameter.flags & (PARAMFLAG_FRETVAL | PARAMFLAG_FOPT)) == 0; }));
 }
 
 // Which argument goes to which parameter; null where none does.
@@ -229,6 +210,7 @@ HRESULT Arrange(const Function& function, const DISPPARAMS& given, Arrangement& 
         hasValue = hasValue || isValue;
     }
     if (IsPut(function) && !hasValue) return DISP_E_PARAMNOTFOUND;
+    if (given.cArgs < RequiredArguments(function)) return DISP_E_BADPARAMCOUNT;
     const UINT positional = given.cArgs - given.cNamedArgs;
     if (positional > positions) return DISP_E_BADPARAMCOUNT;
     for (UINT i = 0; i < positional; ++i) {
@@ -250,7 +232,7 @@ HRESULT GiveParameter(const Parameter& parameter, VARIANTARG* argument, Passage&
         if (parameter.flags & PARAMFLAG_FOPT) return passage.GiveMissing(shape, parameter.defaultValue.get());
         if (!argument || shape.type != VT_VARIANT) return DISP_E_PARAMNOTOPTIONAL;
     }
-    return passage.Give(shape, parameter.flags, argument);
+    return passage.Give(shape, argument);
 }
 
 HRESULT ReportException(HRESULT code, EXCEPINFO* exception) {
@@ -283,15 +265,18 @@ HRESULT CallMember(const Function& function, void* instance, const Arrangement& 
         values[i] = passages[i].Passed();
     }
     VARIANT returned = {};
-    const VARTYPE returns = function.result.pointers != 0 ? static_cast<VARTYPE>(VT_PTR) : function.result.base;
+    const bool isResult = function.result.base == VT_HRESULT && function.result.pointers == 0;
+    const VARTYPE returns = isResult                        ? static_cast<VARTYPE>(VT_ERROR)
+                            : function.result.pointers != 0 ? static_cast<VARTYPE>(VT_PTR)
+                                                            : function.result.base;
     const ULONG_PTR offset = static_cast<ULONG_PTR>(function.slot) * sizeof(void*);
     const HRESULT hr = DispCallFunc(instance, offset, CC_STDCALL, returns, count, types, values, &returned);
     if (FAILED(hr)) return hr;
-    if (returns == VT_HRESULT && FAILED(returned.scode)) return ReportException(returned.scode, exception);
+    if (isResult && FAILED(returned.scode)) return ReportException(returned.scode, exception);
     if (!result) return S_OK;
     if (function.GivesResult()) {
         passages[count - 1].TakeResult(result);
-    } else if (returns != VT_HRESULT && returns != VT_PTR) {
+    } else if (!isResult && returns != VT_PTR) {
         *result = returned;
     }
     return S_OK;
