@@ -37,17 +37,20 @@ BOOL Delete(const FilePath& path) {
     return unlink(path.Get()) == 0 ? TRUE : path.Fail();
 }
 
-bool SameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+bool IsSameFile(const FilePath& a, const FilePath& b) {
+    struct stat first;
+    struct stat second;
+    if (lstat(a.Get(), &first) != 0 || lstat(b.Get(), &second) != 0) return false;
+    return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
 
-// Whether the file at `to`, if there is one, may give way.
-DWORD CheckTarget(const FilePath& from, const FilePath& to, bool replace) {
-    struct stat source;
-    struct stat target;
-    if (lstat(to.Get(), &target) != 0) return ERROR_SUCCESS;
-    if (lstat(from.Get(), &source) == 0 && SameFile(source, target)) return ERROR_SUCCESS;
+// Whether the file of this name, if there is one, may give way to another.
+DWORD CheckTarget(const FilePath& path, bool replace) {
+    struct stat info;
+    if (lstat(path.Get(), &info) != 0) return ERROR_SUCCESS;
     if (!replace) return ERROR_ALREADY_EXISTS;
-    const bool kept = S_ISDIR(target.st_mode) || (S_ISREG(target.st_mode) && !(target.st_mode & kAnyWrite));
-    return kept || platform::IsDeletionDenied(to.Get()) ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    const bool kept = S_ISDIR(info.st_mode) || (S_ISREG(info.st_mode) && !(info.st_mode & kAnyWrite));
+    return kept || platform::IsDeletionDenied(path.Get()) ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
 }
 
 // Renaming must not replace a file that appeared after the check, where the file system can promise that.
@@ -74,11 +77,14 @@ BOOL MoveFileExA(LPCSTR lpExistingFileName, LPCSTR lpNewFileName, DWORD dwFlags)
         return Fail(ERROR_INVALID_PARAMETER);
     }
     const FilePath from(lpExistingFileName);
-    if (!from || Attributes(from) == INVALID_FILE_ATTRIBUTES) return FALSE;
+    const DWORD attributes = Attributes(from);
+    if (attributes == INVALID_FILE_ATTRIBUTES) return FALSE;
     const FilePath to(lpNewFileName);
     if (!to) return FALSE;
+    if (to.NamesFolder() && !(attributes & FILE_ATTRIBUTE_DIRECTORY)) return Fail(ERROR_INVALID_NAME);
     if (platform::IsDeletionDenied(from.Get())) return Fail(ERROR_SHARING_VIOLATION);
-    if (const DWORD error = CheckTarget(from, to, replace); error != ERROR_SUCCESS) return Fail(error);
+    if (IsSameFile(from, to)) return TRUE;
+    if (const DWORD error = CheckTarget(to, replace); error != ERROR_SUCCESS) return Fail(error);
     if (Rename(from.Get(), to.Get(), replace) == 0) return TRUE;
     return errno == EEXIST ? Fail(ERROR_ALREADY_EXISTS) : to.Fail();
 }

@@ -7,6 +7,8 @@
 
 #include <string.h>
 
+#include <string>
+
 const IID GUID_NULL = {};
 
 namespace {
@@ -85,5 +87,5 @@ HRESULT IIDFromString(LPCOLESTR lpsz, LPIID lpiid) {
     if (!lpiid) return E_INVALIDARG;
     *lpiid = IID_NULL;
     if (!lpsz || Parse(lpsz, lpiid)) return S_OK;
-    return *lpsz == u'{' ? CO_E_IIDSTRING : E_INVALIDARG;
+    return std::char_traits<OLECHAR>::length(lpsz) == kLength ? CO_E_IIDSTRING : E_INVALIDARG;
 }

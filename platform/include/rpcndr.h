@@ -9,7 +9,6 @@
 #define __RPCNDR_H_VERSION__ (475)
 typedef unsigned char byte;
 typedef unsigned char boolean;
-#define small char
 #define hyper long long
 #define MIDL_INTERFACE(x) struct
 

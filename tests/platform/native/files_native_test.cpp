@@ -1,0 +1,129 @@
+// Files where this system shows through: names, other processes, pipes, full devices.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+LONG LastError() { return static_cast<LONG>(GetLastError()); }
+
+namespace fs = std::filesystem;
+
+TEST(NativeFiles, NamesThatCannotExistHere) {
+    const struct {
+        const char* name;
+        LONG error;
+    } rows[] = {
+        {"c:\\file", ERROR_PATH_NOT_FOUND},
+        {"q:file", ERROR_PATH_NOT_FOUND},
+        {"\\\\server\\share\\file", ERROR_BAD_NETPATH},
+        {"/dev/null/file", ERROR_PATH_NOT_FOUND},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(CreateFileA(row.name, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr), INVALID_HANDLE_VALUE);
+        EXPECT_EQ(LastError(), row.error) << row.name;
+    }
+    const std::string odd = (fs::temp_directory_path() / "talvo a*b?<c>:|\xff").string();  // fine here
+    const HANDLE file = CreateFileA(odd.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    EXPECT_NE(file, INVALID_HANDLE_VALUE);
+    CloseHandle(file);
+    EXPECT_TRUE(DeleteFileA(odd.c_str()));
+}
+
+TEST(NativeFiles, FullDevice) {
+    const HANDLE full = CreateFileA("/dev/full", GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(full, INVALID_HANDLE_VALUE);
+    DWORD count = 77;
+    EXPECT_FALSE(WriteFile(full, "x", 1, &count, nullptr));
+    EXPECT_EQ(LastError(), ERROR_DISK_FULL);
+    EXPECT_EQ(count, 0u);
+    CloseHandle(full);
+}
+
+// Runs `work` in another process and gives back its answer.
+template <class Work>
+int InChild(Work work) {
+    const pid_t child = fork();
+    if (child == 0) _exit(work());
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WEXITSTATUS(status);
+}
+
+TEST(NativeFiles, SharingHoldsBetweenProcesses) {
+    const std::string name = (fs::temp_directory_path() / ("talvo_shared_" + std::to_string(getpid()))).string();
+    const HANDLE writer = CreateFileA(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
+    ASSERT_NE(writer, INVALID_HANDLE_VALUE);
+    const auto open = [&name] {
+        const HANDLE file = CreateFileA(name.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        return file != INVALID_HANDLE_VALUE ? 0 : static_cast<int>(GetLastError());
+    };
+    const auto remove = [&name] { return DeleteFileA(name.c_str()) ? 0 : static_cast<int>(GetLastError()); };
+    EXPECT_EQ(InChild(open), ERROR_SHARING_VIOLATION);
+    EXPECT_EQ(InChild(remove), ERROR_SHARING_VIOLATION);
+    EXPECT_TRUE(CloseHandle(writer));
+    EXPECT_EQ(InChild(open), 0);  // and ends with the process
+    EXPECT_EQ(InChild(open), 0);
+    EXPECT_EQ(InChild(remove), 0);
+}
+
+// Puts one end of a pipe in the place of a standard handle.
+class StandardPipe {
+public:
+    StandardPipe(int standard, int end) : standard_(standard), saved_(dup(standard)) {
+        EXPECT_EQ(pipe(ends_), 0);
+        dup2(ends_[end], standard_);
+        close(ends_[end]);
+        other = ends_[1 - end];
+    }
+    ~StandardPipe() {
+        dup2(saved_, standard_);
+        close(saved_);
+    }
+    int other;
+
+private:
+    int standard_;
+    int saved_;
+    int ends_[2];
+};
+
+TEST(NativeFiles, EndOfAPipeIsAnError) {
+    StandardPipe input(0, 0);
+    const HANDLE handle = GetStdHandle(STD_INPUT_HANDLE);
+    EXPECT_EQ(GetFileType(handle), FILE_TYPE_PIPE);
+    EXPECT_EQ(GetFileSize(handle, nullptr), INVALID_FILE_SIZE);
+    EXPECT_EQ(SetFilePointer(handle, 0, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER);
+    EXPECT_EQ(LastError(), ERROR_SEEK_ON_DEVICE);
+    ASSERT_EQ(write(input.other, "abc", 3), 3);
+    char buffer[8];
+    DWORD count = 0;
+    EXPECT_TRUE(ReadFile(handle, buffer, sizeof buffer, &count, nullptr));  // what is there, not all that was asked
+    EXPECT_EQ(count, 3u);
+    close(input.other);
+    EXPECT_TRUE(ReadFile(handle, buffer, 0, &count, nullptr));
+    EXPECT_FALSE(ReadFile(handle, buffer, sizeof buffer, &count, nullptr));
+    EXPECT_EQ(LastError(), ERROR_BROKEN_PIPE);
+    EXPECT_EQ(count, 0u);
+}
+
+TEST(NativeFiles, NobodyReadsAPipe) {
+    StandardPipe output(2, 1);
+    close(output.other);
+    DWORD count = 77;
+    const HANDLE handle = GetStdHandle(STD_ERROR_HANDLE);
+    const BOOL written = WriteFile(handle, "x", 1, &count, nullptr);  // and no signal ends the process
+    EXPECT_FALSE(written);
+    EXPECT_EQ(LastError(), ERROR_NO_DATA);
+    EXPECT_EQ(count, 0u);
+}
+
+}  // namespace

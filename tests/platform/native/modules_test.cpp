@@ -1,0 +1,121 @@
+// Modules of this system: loading, entry, resources, message tables.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+LONG LastError() { return static_cast<LONG>(GetLastError()); }
+
+namespace fs = std::filesystem;
+
+std::string SamplePath() { return (fs::read_symlink("/proc/self/exe").parent_path() / SAMPLE_MODULE).string(); }
+
+template <class Function>
+Function* Get(HMODULE module, const char* name) {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+class Modules : public testing::Test {
+protected:
+    void SetUp() override {
+        module_ = LoadLibraryA(SAMPLE_MODULE);  // beside the program
+        ASSERT_TRUE(module_);
+    }
+    void TearDown() override {
+        if (module_) {
+            EXPECT_TRUE(FreeLibrary(module_));
+        }
+    }
+    HMODULE module_ = nullptr;
+};
+
+TEST_F(Modules, EntryIsToldOfBothEnds) {
+    int detachments = 0;
+    EXPECT_EQ(Get<HINSTANCE()>(module_, "SampleInstance")(), module_);
+    Get<void(int*)>(module_, "SampleLog")(&detachments);
+    EXPECT_EQ(LoadLibraryA(SamplePath().c_str()), module_);
+    EXPECT_TRUE(FreeLibrary(module_));
+    EXPECT_EQ(detachments, 0);  // still loaded once
+    EXPECT_TRUE(FreeLibrary(module_));
+    EXPECT_EQ(detachments, 1);
+    EXPECT_FALSE(GetModuleHandleA(SAMPLE_MODULE));
+    module_ = nullptr;
+}
+
+TEST_F(Modules, NamesAndHandles) {
+    std::string backslashes = SamplePath();
+    for (char& c : backslashes) c = c == '/' ? '\\' : c;
+    EXPECT_EQ(GetModuleHandleA(SAMPLE_MODULE), module_);
+    EXPECT_EQ(GetModuleHandleA(backslashes.c_str()), module_);
+    EXPECT_TRUE(DisableThreadLibraryCalls(module_));
+    char name[1024];
+    GetModuleFileNameA(module_, name, sizeof name);
+    EXPECT_EQ(name, SamplePath());
+    EXPECT_FALSE(GetProcAddress(module_, "GetACP"));  // it uses the stand-in, but does not offer it
+    EXPECT_FALSE(GetProcAddress(module_, MAKEINTRESOURCEA(1)));
+
+    const fs::path text = fs::temp_directory_path() / "talvo_no_module.so";
+    std::ofstream(text) << "no module";
+    EXPECT_FALSE(LoadLibraryA(text.c_str()));
+    EXPECT_EQ(LastError(), ERROR_BAD_EXE_FORMAT);
+    fs::remove(text);
+}
+
+TEST_F(Modules, Resources) {
+    const struct {
+        const char* name;
+        const char* type;
+        std::string content;
+        LONG error;
+    } rows[] = {
+        {MAKEINTRESOURCEA(102), "REGISTRY", "script", 0},
+        {"#102", "registry", "script", 0},
+        {MAKEINTRESOURCEA(1), "TYPELIB", "scr", 0},
+        {MAKEINTRESOURCEA(103), "REGISTRY", "", ERROR_RESOURCE_NAME_NOT_FOUND},
+        {"text", "REGISTRY", "", ERROR_RESOURCE_NAME_NOT_FOUND},
+        {MAKEINTRESOURCEA(1), "REGISTR", "", ERROR_RESOURCE_TYPE_NOT_FOUND},
+        {MAKEINTRESOURCEA(1), RT_VERSION, "", ERROR_RESOURCE_TYPE_NOT_FOUND},
+    };
+    for (const auto& row : rows) {
+        const HRSRC found = FindResourceA(module_, row.name, row.type);
+        EXPECT_EQ(found == nullptr, row.error != 0);
+        if (!found) {
+            EXPECT_EQ(LastError(), row.error);
+            continue;
+        }
+        const auto* data = static_cast<const char*>(LockResource(LoadResource(module_, found)));
+        EXPECT_EQ(std::string(data, SizeofResource(module_, found)), row.content);
+    }
+    EXPECT_TRUE(FindResourceW(module_, MAKEINTRESOURCEW(1), u"typelib"));
+}
+
+TEST_F(Modules, MessageTable) {
+    const DWORD module = FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_IGNORE_INSERTS;
+    const DWORD both = module | FORMAT_MESSAGE_FROM_SYSTEM;
+    const struct {
+        DWORD flags;
+        DWORD id;
+        std::string text;
+    } rows[] = {
+        {module, 0x80044001, "Invalid character in the data.\r\n"},
+        {both, 2, "Ours before the system's.\r\n"},
+        {module, 3, ""},
+        {both, 0x80004003, "Invalid pointer\r\n"},
+        {both, 0x8007007B,
+         "The filename, directory name, or "
+         "volume label syntax is incorrect.\r\n"},
+        {both, 0x80040154, "Class not registered\r\n"},
+    };
+    for (const auto& row : rows) {
+        char text[512] = {};
+        EXPECT_EQ(FormatMessageA(row.flags, module_, row.id, 0, text, sizeof text, nullptr), row.text.size());
+        EXPECT_EQ(text, row.text);
+    }
+}
+
+}  // namespace

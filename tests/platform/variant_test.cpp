@@ -1,0 +1,352 @@
+// VARIANT: what is released and copied by type, and every kind of conversion.
+#include <windows.h>
+
+#include <oleauto.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using Text = std::basic_string<OLECHAR>;
+
+class Counted : public IUnknown {
+public:
+    LONG references = 1;
+    STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
+        *object = riid == IID_IUnknown ? this : nullptr;
+        return *object ? (AddRef(), S_OK) : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(++references); }
+    STDMETHODIMP_(ULONG) Release() override { return static_cast<ULONG>(--references); }
+};
+
+VARIANT Make(VARTYPE vt, LONGLONG bits = 0) {
+    VARIANT v = {};
+    v.vt = vt;
+    v.llVal = bits;
+    return v;
+}
+
+VARIANT Real(double value) {
+    VARIANT v = Make(VT_R8);
+    v.dblVal = value;
+    return v;
+}
+
+VARIANT Single(float value) {
+    VARIANT v = Make(VT_R4);
+    v.fltVal = value;
+    return v;
+}
+
+VARIANT String(const OLECHAR* text) {
+    VARIANT v = Make(VT_BSTR);
+    v.bstrVal = SysAllocString(text);
+    return v;
+}
+
+std::string Shown(const VARIANT& v) {
+    switch (v.vt) {
+        case VT_I1:
+            return std::to_string(static_cast<signed char>(v.cVal));
+        case VT_UI1:
+            return std::to_string(v.bVal);
+        case VT_I2:
+        case VT_BOOL:
+            return std::to_string(v.iVal);
+        case VT_UI2:
+            return std::to_string(v.uiVal);
+        case VT_I4:
+        case VT_INT:
+        case VT_ERROR:
+            return std::to_string(v.lVal);
+        case VT_UI4:
+        case VT_UINT:
+            return std::to_string(v.ulVal);
+        case VT_I8:
+            return std::to_string(v.llVal);
+        case VT_UI8:
+            return std::to_string(v.ullVal);
+        case VT_R4:
+            return std::to_string(v.fltVal);
+        case VT_R8:
+            return std::to_string(v.dblVal);
+        case VT_BSTR:
+            return std::string(v.bstrVal, v.bstrVal + SysStringLen(v.bstrVal));
+        default:
+            return "";
+    }
+}
+
+TEST(Variant, TypesThatClearAndCopy) {
+    const struct {
+        VARTYPE vt;
+        HRESULT copy;
+        HRESULT clear;
+    } rows[] = {
+        {VT_EMPTY, S_OK, S_OK},
+        {VT_NULL, S_OK, S_OK},
+        {VT_I4, S_OK, S_OK},
+        {VT_BSTR, S_OK, S_OK},
+        {VT_UNKNOWN, S_OK, S_OK},
+        {VT_DECIMAL, S_OK, S_OK},
+        {VT_CLSID, DISP_E_BADVARTYPE, S_OK},
+        {15, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
+        {VT_VOID, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
+        {VT_SAFEARRAY, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
+        {VT_ARRAY | VT_I4, S_OK, S_OK},
+        {VT_ARRAY | VT_VARIANT, S_OK, S_OK},
+        {VT_ARRAY, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
+        {VT_BYREF | VT_NULL, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
+        {VT_BYREF | VT_I2, S_OK, S_OK},
+        {VT_BYREF | VT_ARRAY | VT_UI1, S_OK, S_OK},
+        {VT_VECTOR | VT_I4, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
+        {VT_RESERVED | VT_I4, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.vt);
+        VARIANT source = Make(row.vt), target = Make(VT_EMPTY);
+        EXPECT_EQ(VariantCopy(&target, &source), row.copy);
+        EXPECT_EQ(target.vt, row.copy == S_OK ? row.vt : 0);
+        EXPECT_EQ(VariantClear(&source), row.clear);
+        EXPECT_EQ(source.vt, row.clear == S_OK ? 0 : row.vt);
+    }
+}
+
+TEST(Variant, OwnsWhatItHolds) {
+    Counted object;
+    VARIANT source = Make(VT_UNKNOWN), copy = Make(VT_EMPTY);
+    source.punkVal = &object;
+    object.AddRef();
+    EXPECT_EQ(VariantCopy(&copy, &source), S_OK);
+    EXPECT_EQ(object.references, 3);
+    EXPECT_EQ(VariantCopy(&copy, &copy), S_OK);
+    EXPECT_EQ(object.references, 3);
+    VARIANT reference = Make(VT_BYREF | VT_UNKNOWN);
+    reference.ppunkVal = &copy.punkVal;
+    VARIANT target = Make(VT_EMPTY);
+    EXPECT_EQ(VariantCopy(&target, &reference), S_OK);  // a reference stays one
+    EXPECT_EQ(target.vt, VT_BYREF | VT_UNKNOWN);
+    EXPECT_EQ(VariantCopyInd(&target, &reference), S_OK);
+    EXPECT_EQ(target.vt, VT_UNKNOWN);
+    EXPECT_EQ(object.references, 4);
+    EXPECT_EQ(VariantClear(&reference), S_OK);
+    EXPECT_EQ(VariantClear(&source), S_OK);
+    EXPECT_EQ(VariantClear(&copy), S_OK);
+    EXPECT_EQ(VariantClear(&target), S_OK);
+    EXPECT_EQ(object.references, 1);
+
+    const OLECHAR text[] = {'a', 0, 'b'};
+    source = Make(VT_BSTR);
+    source.bstrVal = SysAllocStringLen(text, 3);
+    EXPECT_EQ(VariantCopy(&copy, &source), S_OK);
+    EXPECT_NE(copy.bstrVal, source.bstrVal);
+    EXPECT_EQ(Text(copy.bstrVal, SysStringLen(copy.bstrVal)), Text(text, 3));
+    VariantClear(&copy);
+    VariantClear(&source);
+}
+
+TEST(Variant, References) {
+    VARIANT value = Make(VT_I4, 70000), target = Make(VT_EMPTY);
+    VARIANT toValue = Make(VT_BYREF | VT_VARIANT), toReference = toValue;
+    toValue.pvarVal = &value;
+    toReference.pvarVal = &toValue;
+    EXPECT_EQ(VariantCopyInd(&target, &toValue), S_OK);
+    EXPECT_EQ(Shown(target), "70000");
+    EXPECT_EQ(VariantCopyInd(&target, &toReference), E_INVALIDARG);  // one level only
+    VARIANT number = Make(VT_BYREF | VT_I4);
+    number.plVal = &value.lVal;
+    EXPECT_EQ(VariantChangeType(&target, &number, 0, VT_I2), DISP_E_OVERFLOW);
+    EXPECT_EQ(VariantChangeType(&number, &number, 0, VT_BSTR), S_OK);  // in place
+    EXPECT_EQ(Shown(number), "70000");
+    VariantClear(&number);
+    number = Make(VT_BYREF | VT_I4);
+    EXPECT_EQ(VariantChangeType(&target, &number, 0, VT_I2), DISP_E_TYPEMISMATCH);
+
+    DECIMAL decimal = {};
+    decimal.Lo64 = 77;
+    VARIANT toDecimal = Make(VT_BYREF | VT_DECIMAL);
+    toDecimal.pdecVal = &decimal;
+    EXPECT_EQ(VariantCopyInd(&target, &toDecimal), S_OK);
+    EXPECT_EQ(target.vt, VT_DECIMAL);
+    EXPECT_EQ(target.decVal.Lo64, 77u);
+    VariantClear(&target);
+
+    VARIANT own = String(OLESTR("x")), toOwn = Make(VT_BYREF | VT_BSTR);
+    toOwn.pbstrVal = &own.bstrVal;
+    EXPECT_EQ(VariantCopyInd(&own, &toOwn), S_OK);  // the source lies in the destination
+    EXPECT_EQ(Shown(own), "x");
+    VariantClear(&own);
+}
+
+struct Conversion {
+    VARIANT source;
+    VARTYPE vt;
+    HRESULT code;
+    const char* shown;
+    USHORT flags = 0;
+};
+
+void Check(Conversion row) {
+    SCOPED_TRACE(Shown(row.source) + " of type " + std::to_string(row.source.vt) + " to " + std::to_string(row.vt));
+    VARIANT target = Make(VT_EMPTY);
+    EXPECT_EQ(VariantChangeTypeEx(&target, &row.source, 0x409, row.flags, row.vt), row.code);
+    EXPECT_EQ(target.vt, row.code == S_OK ? row.vt : 0);
+    EXPECT_EQ(Shown(target), row.shown);
+    VariantClear(&target);
+    VariantClear(&row.source);
+}
+
+constexpr HRESULT kOverflow = DISP_E_OVERFLOW;
+constexpr HRESULT kMismatch = DISP_E_TYPEMISMATCH;
+
+TEST(Variant, NumbersToNumbers) {
+    const Conversion rows[] = {
+        {Make(VT_I2, -1), VT_UI1, kOverflow, ""},
+        {Make(VT_UI1, 200), VT_I4, S_OK, "200"},
+        {Make(VT_I1, 0xfb), VT_I8, S_OK, "-5"},
+        {Make(VT_I4, 300), VT_UI1, kOverflow, ""},
+        {Make(VT_I4, -129), VT_I1, kOverflow, ""},
+        {Make(VT_I4, -128), VT_I1, S_OK, "-128"},
+        {Make(VT_I4, -1), VT_UI8, kOverflow, ""},
+        {Make(VT_UI8, -1), VT_I4, kOverflow, ""},
+        {Make(VT_UI4, 0xffffffff), VT_I8, S_OK, "4294967295"},
+        {Make(VT_UI4, 0xffffffff), VT_I4, S_OK, "-1"},  // between two types of one width the bits are taken over
+        {Make(VT_UINT, 4000000000), VT_INT, S_OK, "-294967296"},
+        {Make(VT_I8, -2), VT_UI8, S_OK, "18446744073709551614"},
+        {Real(0.5), VT_I4, S_OK, "0"},
+        {Real(1.5), VT_I4, S_OK, "2"},
+        {Real(2.5), VT_I4, S_OK, "2"},
+        {Real(-1.5), VT_I2, S_OK, "-2"},
+        {Real(32767.4), VT_I2, S_OK, "32767"},
+        {Real(32767.5), VT_I2, kOverflow, ""},
+        {Real(-0.5), VT_UI1, S_OK, "0"},
+        {Real(-0.6), VT_UI1, kOverflow, ""},
+        {Real(255.5), VT_UI1, kOverflow, ""},
+        {Real(-2147483648.5), VT_I4, S_OK, "-2147483648"},
+        {Real(2147483647.5), VT_I4, kOverflow, ""},
+        {Real(9.3e18), VT_I8, kOverflow, ""},
+        {Real(9.3e18), VT_UI8, S_OK, "9300000000000000000"},
+        {Real(1e300), VT_R4, kOverflow, ""},
+        {Single(2.5f), VT_R8, S_OK, "2.500000"},
+        {Make(VT_BOOL, 0xffff), VT_I4, S_OK, "-1"},
+        {Make(VT_BOOL, 0xffff), VT_UI1, S_OK, "255"},
+        {Make(VT_BOOL, 0xffff), VT_UI4, S_OK, "4294967295"},
+        {Make(VT_I4, 300), VT_BOOL, S_OK, "-1"},
+        {Real(0.001), VT_BOOL, S_OK, "-1"},
+        {Real(0), VT_BOOL, S_OK, "0"},
+        {Make(VT_EMPTY), VT_I4, S_OK, "0"},
+        {Make(VT_EMPTY), VT_BOOL, S_OK, "0"},
+        {Make(VT_EMPTY), VT_NULL, S_OK, ""},
+        {Make(VT_NULL), VT_I4, kMismatch, ""},
+        {Make(VT_NULL), VT_EMPTY, kMismatch, ""},
+        {Make(VT_I4, 5), VT_EMPTY, S_OK, ""},
+        {Make(VT_I4, 5), VT_NULL, S_OK, ""},
+        {Make(VT_ERROR, 5), VT_ERROR, S_OK, "5"},
+        {Make(VT_ERROR, 5), VT_I4, kMismatch, ""},
+        {Make(VT_I4, 5), VT_ERROR, kMismatch, ""},
+        {Make(VT_I4, 5), VT_VARIANT, kMismatch, ""},
+        {Make(VT_I4, 5), VT_DISPATCH, kMismatch, ""},
+        {Make(VT_I4, 5), VT_ARRAY | VT_I4, kMismatch, ""},
+        {Make(VT_I4, 5), VT_VOID, DISP_E_BADVARTYPE, ""},
+    };
+    for (const Conversion& row : rows) Check(row);
+}
+
+TEST(Variant, NumbersToText) {
+    const Conversion rows[] = {
+        {Make(VT_EMPTY), VT_BSTR, S_OK, ""},
+        {Make(VT_NULL), VT_BSTR, kMismatch, ""},
+        {Make(VT_I8, static_cast<LONGLONG>(0x8000000000000000)), VT_BSTR, S_OK, "-9223372036854775808"},
+        {Make(VT_UI8, -1), VT_BSTR, S_OK, "18446744073709551615"},
+        {Real(-0.0), VT_BSTR, S_OK, "0"},
+        {Real(0.1), VT_BSTR, S_OK, "0.1"},
+        {Real(1.0 / 3), VT_BSTR, S_OK, "0.333333333333333"},
+        {Real(123456789.125), VT_BSTR, S_OK, "123456789.125"},
+        {Real(1e15), VT_BSTR, S_OK, "1E+15"},
+        {Real(-1.5e-7), VT_BSTR, S_OK, "-1.5E-07"},
+        {Real(1e300), VT_BSTR, S_OK, "1E+300"},
+        {Single(0.1f), VT_BSTR, S_OK, "0.1"},
+        {Single(16777216), VT_BSTR, S_OK, "1.677722E+07"},
+        {Make(VT_BOOL, 0xffff), VT_BSTR, S_OK, "-1"},
+        {Make(VT_BOOL, 0), VT_BSTR, S_OK, "0"},
+        {Make(VT_BOOL, 0xffff), VT_BSTR, S_OK, "True", VARIANT_ALPHABOOL},
+        {Make(VT_BOOL, 0), VT_BSTR, S_OK, "False", VARIANT_ALPHABOOL},
+    };
+    for (const Conversion& row : rows) Check(row);
+}
+
+TEST(Variant, TextToNumbers) {
+    const Conversion rows[] = {
+        {String(OLESTR(" -5 ")), VT_I4, S_OK, "-5"},
+        {String(OLESTR("\t+5\n")), VT_I2, S_OK, "5"},
+        {String(OLESTR("- 5")), VT_I2, S_OK, "-5"},
+        {String(OLESTR("1,234")), VT_I4, S_OK, "1234"},
+        {String(OLESTR("2.5")), VT_I4, S_OK, "2"},
+        {String(OLESTR("2.50")), VT_I4, S_OK, "2"},
+        {String(OLESTR("2.50000000000000000001")), VT_I4, S_OK, "3"},
+        {String(OLESTR("1.5")), VT_UI1, S_OK, "2"},
+        {String(OLESTR(".5")), VT_R8, S_OK, "0.500000"},
+        {String(OLESTR("5.")), VT_I4, S_OK, "5"},
+        {String(OLESTR("1E+3")), VT_I4, S_OK, "1000"},
+        {String(OLESTR("1e-3")), VT_R8, S_OK, "0.001000"},
+        {String(OLESTR("1e-400")), VT_R8, S_OK, "0.000000"},
+        {String(OLESTR("1e400")), VT_R8, kOverflow, ""},
+        {String(OLESTR("00000000000000000000000000000000000005")), VT_I1, S_OK, "5"},
+        {String(OLESTR("9223372036854775807")), VT_I8, S_OK, "9223372036854775807"},
+        {String(OLESTR("9223372036854775808")), VT_I8, kOverflow, ""},
+        {String(OLESTR("18446744073709551615")), VT_UI8, S_OK, "18446744073709551615"},
+        {String(OLESTR("18446744073709551616")), VT_UI8, kOverflow, ""},
+        {String(OLESTR("-1")), VT_UI4, kOverflow, ""},
+        {String(OLESTR("32767.5")), VT_I2, kOverflow, ""},
+        {String(OLESTR("1e39")), VT_R4, kOverflow, ""},
+        {String(OLESTR("")), VT_I4, kMismatch, ""},
+        {Make(VT_BSTR), VT_I4, kMismatch, ""},
+        {String(OLESTR(".")), VT_R8, kMismatch, ""},
+        {String(OLESTR("1e")), VT_R8, kMismatch, ""},
+        {String(OLESTR("5abc")), VT_I4, kMismatch, ""},
+        {String(OLESTR("1 2")), VT_I4, kMismatch, ""},
+        {String(OLESTR("0x10")), VT_I4, kMismatch, ""},
+        {String(OLESTR("inf")), VT_R8, kMismatch, ""},
+        {String(OLESTR("tRUE")), VT_BOOL, S_OK, "-1"},
+        {String(OLESTR("False")), VT_BOOL, S_OK, "0"},
+        {String(OLESTR("#TRUE#")), VT_BOOL, S_OK, "-1"},
+        {String(OLESTR("0.0")), VT_BOOL, S_OK, "0"},
+        {String(OLESTR("-7")), VT_BOOL, S_OK, "-1"},
+        {String(OLESTR("yes")), VT_BOOL, kMismatch, ""},
+        {String(OLESTR("True")), VT_I4, kMismatch, ""},
+        {Make(VT_BSTR), VT_BSTR, S_OK, ""},
+    };
+    for (const Conversion& row : rows) Check(row);
+}
+
+TEST(Variant, BytesAndObjects) {
+    VARIANT text = Make(VT_BSTR), bytes = Make(VT_EMPTY);
+    text.bstrVal = SysAllocStringByteLen("abc", 3);
+    ASSERT_EQ(VariantChangeType(&bytes, &text, 0, VT_ARRAY | VT_UI1), S_OK);
+    EXPECT_EQ(bytes.parray->rgsabound[0].cElements, 3u);
+    EXPECT_EQ(memcmp(bytes.parray->pvData, "abc", 3), 0);
+    EXPECT_EQ(VariantChangeType(&text, &bytes, 0, VT_I4), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(text.vt, VT_BSTR);  // kept on failure
+    EXPECT_EQ(VariantChangeType(&bytes, &bytes, 0, VT_BSTR), S_OK);
+    EXPECT_EQ(SysStringByteLen(bytes.bstrVal), 3u);
+    VariantClear(&text);
+    VariantClear(&bytes);
+
+    Counted object;
+    VARIANT unknown = Make(VT_UNKNOWN), target = Make(VT_EMPTY);
+    unknown.punkVal = &object;
+    EXPECT_EQ(VariantChangeType(&target, &unknown, 0, VT_DISPATCH), E_NOINTERFACE);
+    EXPECT_EQ(VariantChangeType(&target, &unknown, 0, VT_I4), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(VariantChangeType(&target, &unknown, 0, VT_UNKNOWN), S_OK);
+    EXPECT_EQ(object.references, 2);
+    VariantClear(&target);
+    unknown.punkVal = nullptr;
+    EXPECT_EQ(VariantChangeType(&target, &unknown, 0, VT_DISPATCH), S_OK);
+    EXPECT_EQ(target.vt, VT_DISPATCH);
+    EXPECT_EQ(object.references, 1);
+}
+
+}  // namespace
