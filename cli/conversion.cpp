@@ -22,7 +22,7 @@
 namespace talvo {
 namespace {
 
-constexpr size_t kChunkSize = 256 * 1024;
+constexpr size_t kChunkSize = size_t{256} * 1024;
 
 struct Failure {
     ExitCode exit = ExitCode::Done;

@@ -21,12 +21,19 @@ ETBEndOfLineType EndOfLineType(LineBreaks lineBreaks) {
     }
 }
 
+// Signed on one of the interfaces: the bits are what counts.
+template <class Properties, class Length>
+HRESULT PutLineLength(Properties* format, HRESULT (STDMETHODCALLTYPE Properties::*put)(Length), uint32_t length) {
+    return (format->*put)(static_cast<Length>(length));
+}
+
 template <class Properties>
 Refusal SetOptions(IUnknown* object, const Options& options) {
     com::ComPtr<Properties> format;
     if (const HRESULT hr = object->QueryInterface(__uuidof(Properties), format.PutVoid()); FAILED(hr)) return {hr};
     if (options.lineLength) {
-        if (const HRESULT hr = format->put_MaxLineLength(*options.lineLength); FAILED(hr)) return {hr, "--line-length"};
+        const HRESULT hr = PutLineLength(format.Get(), &Properties::put_MaxLineLength, *options.lineLength);
+        if (FAILED(hr)) return {hr, "--line-length"};
     }
     if (options.lineBreaks) {
         const HRESULT hr = format->put_EndOfLineType(EndOfLineType(*options.lineBreaks));
