@@ -1,0 +1,15 @@
+// A type library as text: every type with all its members, as ITypeLib and ITypeInfo tell them. The text is the same for
+// every width, so offsets in virtual tables count pointers.
+#pragma once
+
+#include <windows.h>
+#include <oaidl.h>
+
+#include <string>
+
+namespace talvo::test {
+
+// Lines end in LF. A call of the type information that fails stands in the text with its code.
+std::string DumpTypeLibrary(ITypeLib* library);
+
+}  // namespace talvo::test

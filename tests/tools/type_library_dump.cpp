@@ -1,0 +1,27 @@
+// type_library_dump MODULE: prints the module's type library; tests/data/type_library.txt is made with it.
+#include <windows.h>
+#include <objbase.h>
+#include <oleauto.h>
+
+#include <cstdio>
+#include <string>
+
+#include "com/com_ptr.h"
+#include "tests/support/type_library_dump.h"
+
+int main(int count, char** arguments) {
+    if (count != 2) return 2;
+    const std::string path = arguments[1];
+    const std::basic_string<WCHAR> wide(path.begin(), path.end());
+    com::ComPtr<ITypeLib> library;
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    const HRESULT hr = LoadTypeLibEx(wide.c_str(), REGKIND_NONE, library.Put());
+    if (FAILED(hr)) {
+        std::fprintf(stderr, "The type library cannot be loaded: 0x%08X\n", static_cast<unsigned>(hr));
+    } else {
+        std::fputs(talvo::test::DumpTypeLibrary(library.Get()).c_str(), stdout);
+        library.Reset();
+    }
+    CoUninitialize();
+    return FAILED(hr) ? 1 : 0;
+}
