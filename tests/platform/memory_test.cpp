@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
-#include <vector>
+
+#include "tests/support/allocation_faults.h"
 
 namespace {
 
@@ -19,7 +19,6 @@ class FailingSpy final : public IMallocSpy {
 public:
     int allowed = 0;
     int live = 0;
-    int failed = 0;
     int references = 0;
 
     STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
@@ -45,11 +44,7 @@ public:
     STDMETHODIMP_(void) PostHeapMinimize() override {}
 
 private:
-    SIZE_T Admit(SIZE_T size) {
-        if (allowed-- > 0) return size;
-        ++failed;
-        return 0;
-    }
+    SIZE_T Admit(SIZE_T size) { return allowed-- > 0 ? size : 0; }
 };
 
 TEST(TaskMemory, SizesAndContent) {
@@ -98,83 +93,38 @@ TEST(TaskMemory, ObserverComesAndGoes) {
     EXPECT_EQ(CoRevokeMallocSpy(), CO_E_OBJNOTREG);
 }
 
-// Everything that gives memory to a caller can be made to fail, and then gives nothing and leaks nothing.
+// What hands memory to a caller either succeeds or says so and hands over nothing.
 TEST(TaskMemory, EveryAllocationCanFail) {
-    SAFEARRAYBOUND bounds[] = {{3, 0}, {2, 1}};
-    SAFEARRAY* texts = SafeArrayCreateVector(VT_BSTR, 0, 2);
-    LONG index = 1;
-    BSTR element = SysAllocString(OLESTR("element"));
-    SafeArrayPutElement(texts, &index, element);
-    SysFreeString(element);
-    VARIANT number, array;
-    VariantInit(&number);
-    number.vt = VT_I4;
-    number.lVal = 12345;
-    VariantInit(&array);
-    array.vt = VT_ARRAY | VT_BSTR;
-    array.parray = texts;
-    const struct {
-        const char* name;
-        std::function<bool()> succeeds;
-    } rows[] = {
-        {"block",
-         [] {
-             void* p = CoTaskMemAlloc(1);
-             CoTaskMemFree(p);
-             return p != nullptr;
-         }},
-        {"identifier",
-         [] {
-             LPOLESTR s = nullptr;
-             const HRESULT hr = StringFromCLSID(IID_IUnknown, &s);
-             EXPECT_EQ(hr, s ? S_OK : E_OUTOFMEMORY);
-             CoTaskMemFree(s);
-             return s != nullptr;
-         }},
-        {"vector",
-         [] {
-             SAFEARRAY* a = SafeArrayCreateVector(VT_UI1, 0, 5);
-             SafeArrayDestroy(a);
-             return a != nullptr;
-         }},
-        {"array",
-         [&] {
-             SAFEARRAY* a = SafeArrayCreate(VT_I2, 2, bounds);
-             SafeArrayDestroy(a);
-             return a != nullptr;
-         }},
-        {"array copy",
-         [&] {
-             SAFEARRAY* a = nullptr;
-             const HRESULT hr = SafeArrayCopy(texts, &a);
-             EXPECT_EQ(hr, a ? S_OK : E_OUTOFMEMORY);
-             SafeArrayDestroy(a);
-             return a != nullptr;
-         }},
-        {"variant copy",
-         [&] {
-             VARIANT v;
-             VariantInit(&v);
-             const HRESULT hr = VariantCopy(&v, &array);
-             VariantClear(&v);
-             return hr == S_OK;
-         }},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        FailingSpy spy;
-        ASSERT_EQ(CoRegisterMallocSpy(&spy), S_OK);
-        int allowed = 0;
-        for (spy.allowed = 0; !row.succeeds(); spy.allowed = ++allowed) {
-            ASSERT_LT(allowed, 20);
-            EXPECT_GT(spy.failed, allowed);
-            EXPECT_EQ(spy.live, 0);
+    talvo::test::ForEachFailingAllocation([](talvo::test::AllocationFaults&) {
+        SAFEARRAYBOUND bounds[] = {{3, 0}, {2, 1}};
+        SAFEARRAY* grid = SafeArrayCreate(VT_I2, 2, bounds);
+        SAFEARRAY* texts = SafeArrayCreateVector(VT_BSTR, 0, 2);
+        SAFEARRAY* copy = nullptr;
+        LPOLESTR identifier = nullptr;
+        VARIANT source, target;
+        VariantInit(&source);
+        VariantInit(&target);
+        HRESULT hr = StringFromCLSID(IID_IUnknown, &identifier);
+        EXPECT_EQ(hr, identifier ? S_OK : E_OUTOFMEMORY);
+        BSTR element = SysAllocString(OLESTR("element"));
+        LONG index = 1;
+        if (texts && element) {
+            hr = SafeArrayPutElement(texts, &index, element);
+            EXPECT_EQ(hr, static_cast<BSTR*>(texts->pvData)[1] ? S_OK : E_OUTOFMEMORY);
+            hr = SafeArrayCopy(texts, &copy);
+            EXPECT_EQ(hr, copy ? S_OK : E_OUTOFMEMORY);
+            source.vt = VT_ARRAY | VT_BSTR;
+            source.parray = texts;
+            hr = VariantCopy(&target, &source);
+            EXPECT_EQ(hr, target.vt == source.vt && target.parray ? S_OK : E_OUTOFMEMORY);
         }
-        EXPECT_GT(allowed, 0);
-        EXPECT_EQ(spy.live, 0);
-        EXPECT_EQ(CoRevokeMallocSpy(), S_OK);
-    }
-    SafeArrayDestroy(texts);
+        VariantClear(&target);
+        SysFreeString(element);
+        CoTaskMemFree(identifier);
+        SafeArrayDestroy(copy);
+        SafeArrayDestroy(texts);
+        SafeArrayDestroy(grid);
+    });
 }
 
 TEST(Strings, LengthsAndContent) {

@@ -11,6 +11,10 @@ namespace {
 
 using Text = std::basic_string<OLECHAR>;
 
+constexpr HRESULT kBad = DISP_E_BADVARTYPE;
+constexpr HRESULT kOverflow = DISP_E_OVERFLOW;
+constexpr HRESULT kMismatch = DISP_E_TYPEMISMATCH;
+
 class Counted : public IUnknown {
 public:
     LONG references = 1;
@@ -47,37 +51,14 @@ VARIANT String(const OLECHAR* text) {
     return v;
 }
 
+// What it holds as text; nothing for what has no text.
 std::string Shown(const VARIANT& v) {
-    switch (v.vt) {
-        case VT_I1:
-            return std::to_string(static_cast<signed char>(v.cVal));
-        case VT_UI1:
-            return std::to_string(v.bVal);
-        case VT_I2:
-        case VT_BOOL:
-            return std::to_string(v.iVal);
-        case VT_UI2:
-            return std::to_string(v.uiVal);
-        case VT_I4:
-        case VT_INT:
-        case VT_ERROR:
-            return std::to_string(v.lVal);
-        case VT_UI4:
-        case VT_UINT:
-            return std::to_string(v.ulVal);
-        case VT_I8:
-            return std::to_string(v.llVal);
-        case VT_UI8:
-            return std::to_string(v.ullVal);
-        case VT_R4:
-            return std::to_string(v.fltVal);
-        case VT_R8:
-            return std::to_string(v.dblVal);
-        case VT_BSTR:
-            return std::string(v.bstrVal, v.bstrVal + SysStringLen(v.bstrVal));
-        default:
-            return "";
-    }
+    VARIANT text = Make(VT_EMPTY);
+    VariantChangeTypeEx(&text, const_cast<VARIANT*>(&v), 0x409, 0, VT_BSTR);
+    const std::string result(text.vt == VT_BSTR ? text.bstrVal : nullptr,
+                             text.vt == VT_BSTR ? text.bstrVal + SysStringLen(text.bstrVal) : nullptr);
+    VariantClear(&text);
+    return result;
 }
 
 TEST(Variant, TypesThatClearAndCopy) {
@@ -87,23 +68,20 @@ TEST(Variant, TypesThatClearAndCopy) {
         HRESULT clear;
     } rows[] = {
         {VT_EMPTY, S_OK, S_OK},
-        {VT_NULL, S_OK, S_OK},
         {VT_I4, S_OK, S_OK},
         {VT_BSTR, S_OK, S_OK},
-        {VT_UNKNOWN, S_OK, S_OK},
         {VT_DECIMAL, S_OK, S_OK},
-        {VT_CLSID, DISP_E_BADVARTYPE, S_OK},
-        {15, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
-        {VT_VOID, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
-        {VT_SAFEARRAY, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
+        {VT_CLSID, kBad, S_OK},
+        {15, kBad, kBad},
+        {VT_VOID, kBad, kBad},
+        {VT_SAFEARRAY, kBad, kBad},
         {VT_ARRAY | VT_I4, S_OK, S_OK},
-        {VT_ARRAY | VT_VARIANT, S_OK, S_OK},
-        {VT_ARRAY, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
-        {VT_BYREF | VT_NULL, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
+        {VT_ARRAY, kBad, kBad},
+        {VT_BYREF | VT_NULL, kBad, kBad},
         {VT_BYREF | VT_I2, S_OK, S_OK},
         {VT_BYREF | VT_ARRAY | VT_UI1, S_OK, S_OK},
-        {VT_VECTOR | VT_I4, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
-        {VT_RESERVED | VT_I4, DISP_E_BADVARTYPE, DISP_E_BADVARTYPE},
+        {VT_VECTOR | VT_I4, kBad, kBad},
+        {VT_RESERVED | VT_I4, kBad, kBad},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.vt);
@@ -199,27 +177,17 @@ void Check(Conversion row) {
     VariantClear(&row.source);
 }
 
-constexpr HRESULT kOverflow = DISP_E_OVERFLOW;
-constexpr HRESULT kMismatch = DISP_E_TYPEMISMATCH;
-
 TEST(Variant, NumbersToNumbers) {
     const Conversion rows[] = {
         {Make(VT_I2, -1), VT_UI1, kOverflow, ""},
-        {Make(VT_UI1, 200), VT_I4, S_OK, "200"},
         {Make(VT_I1, 0xfb), VT_I8, S_OK, "-5"},
-        {Make(VT_I4, 300), VT_UI1, kOverflow, ""},
         {Make(VT_I4, -129), VT_I1, kOverflow, ""},
-        {Make(VT_I4, -128), VT_I1, S_OK, "-128"},
         {Make(VT_I4, -1), VT_UI8, kOverflow, ""},
-        {Make(VT_UI8, -1), VT_I4, kOverflow, ""},
         {Make(VT_UI4, 0xffffffff), VT_I8, S_OK, "4294967295"},
         {Make(VT_UI4, 0xffffffff), VT_I4, S_OK, "-1"},  // between two types of one width the bits are taken over
-        {Make(VT_UINT, 4000000000), VT_INT, S_OK, "-294967296"},
         {Make(VT_I8, -2), VT_UI8, S_OK, "18446744073709551614"},
-        {Real(0.5), VT_I4, S_OK, "0"},
         {Real(1.5), VT_I4, S_OK, "2"},
         {Real(2.5), VT_I4, S_OK, "2"},
-        {Real(-1.5), VT_I2, S_OK, "-2"},
         {Real(32767.4), VT_I2, S_OK, "32767"},
         {Real(32767.5), VT_I2, kOverflow, ""},
         {Real(-0.5), VT_UI1, S_OK, "0"},
@@ -230,27 +198,21 @@ TEST(Variant, NumbersToNumbers) {
         {Real(9.3e18), VT_I8, kOverflow, ""},
         {Real(9.3e18), VT_UI8, S_OK, "9300000000000000000"},
         {Real(1e300), VT_R4, kOverflow, ""},
-        {Single(2.5f), VT_R8, S_OK, "2.500000"},
-        {Make(VT_BOOL, 0xffff), VT_I4, S_OK, "-1"},
+        {Single(2.5f), VT_R8, S_OK, "2.5"},
         {Make(VT_BOOL, 0xffff), VT_UI1, S_OK, "255"},
         {Make(VT_BOOL, 0xffff), VT_UI4, S_OK, "4294967295"},
         {Make(VT_I4, 300), VT_BOOL, S_OK, "-1"},
         {Real(0.001), VT_BOOL, S_OK, "-1"},
-        {Real(0), VT_BOOL, S_OK, "0"},
         {Make(VT_EMPTY), VT_I4, S_OK, "0"},
-        {Make(VT_EMPTY), VT_BOOL, S_OK, "0"},
         {Make(VT_EMPTY), VT_NULL, S_OK, ""},
         {Make(VT_NULL), VT_I4, kMismatch, ""},
         {Make(VT_NULL), VT_EMPTY, kMismatch, ""},
-        {Make(VT_I4, 5), VT_EMPTY, S_OK, ""},
         {Make(VT_I4, 5), VT_NULL, S_OK, ""},
-        {Make(VT_ERROR, 5), VT_ERROR, S_OK, "5"},
-        {Make(VT_ERROR, 5), VT_I4, kMismatch, ""},
+        {Make(VT_ERROR, 5), VT_ERROR, S_OK, ""},
         {Make(VT_I4, 5), VT_ERROR, kMismatch, ""},
         {Make(VT_I4, 5), VT_VARIANT, kMismatch, ""},
-        {Make(VT_I4, 5), VT_DISPATCH, kMismatch, ""},
         {Make(VT_I4, 5), VT_ARRAY | VT_I4, kMismatch, ""},
-        {Make(VT_I4, 5), VT_VOID, DISP_E_BADVARTYPE, ""},
+        {Make(VT_I4, 5), VT_VOID, kBad, ""},
     };
     for (const Conversion& row : rows) Check(row);
 }
@@ -262,16 +224,12 @@ TEST(Variant, NumbersToText) {
         {Make(VT_I8, static_cast<LONGLONG>(0x8000000000000000)), VT_BSTR, S_OK, "-9223372036854775808"},
         {Make(VT_UI8, -1), VT_BSTR, S_OK, "18446744073709551615"},
         {Real(-0.0), VT_BSTR, S_OK, "0"},
-        {Real(0.1), VT_BSTR, S_OK, "0.1"},
         {Real(1.0 / 3), VT_BSTR, S_OK, "0.333333333333333"},
-        {Real(123456789.125), VT_BSTR, S_OK, "123456789.125"},
         {Real(1e15), VT_BSTR, S_OK, "1E+15"},
         {Real(-1.5e-7), VT_BSTR, S_OK, "-1.5E-07"},
-        {Real(1e300), VT_BSTR, S_OK, "1E+300"},
         {Single(0.1f), VT_BSTR, S_OK, "0.1"},
         {Single(16777216), VT_BSTR, S_OK, "1.677722E+07"},
         {Make(VT_BOOL, 0xffff), VT_BSTR, S_OK, "-1"},
-        {Make(VT_BOOL, 0), VT_BSTR, S_OK, "0"},
         {Make(VT_BOOL, 0xffff), VT_BSTR, S_OK, "True", VARIANT_ALPHABOOL},
         {Make(VT_BOOL, 0), VT_BSTR, S_OK, "False", VARIANT_ALPHABOOL},
     };
@@ -282,17 +240,15 @@ TEST(Variant, TextToNumbers) {
     const Conversion rows[] = {
         {String(OLESTR(" -5 ")), VT_I4, S_OK, "-5"},
         {String(OLESTR("\t+5\n")), VT_I2, S_OK, "5"},
-        {String(OLESTR("- 5")), VT_I2, S_OK, "-5"},
         {String(OLESTR("1,234")), VT_I4, S_OK, "1234"},
         {String(OLESTR("2.5")), VT_I4, S_OK, "2"},
         {String(OLESTR("2.50")), VT_I4, S_OK, "2"},
         {String(OLESTR("2.50000000000000000001")), VT_I4, S_OK, "3"},
-        {String(OLESTR("1.5")), VT_UI1, S_OK, "2"},
-        {String(OLESTR(".5")), VT_R8, S_OK, "0.500000"},
+        {String(OLESTR(".5")), VT_R8, S_OK, "0.5"},
         {String(OLESTR("5.")), VT_I4, S_OK, "5"},
         {String(OLESTR("1E+3")), VT_I4, S_OK, "1000"},
-        {String(OLESTR("1e-3")), VT_R8, S_OK, "0.001000"},
-        {String(OLESTR("1e-400")), VT_R8, S_OK, "0.000000"},
+        {String(OLESTR("1e-3")), VT_R8, S_OK, "0.001"},
+        {String(OLESTR("1e-400")), VT_R8, S_OK, "0"},
         {String(OLESTR("1e400")), VT_R8, kOverflow, ""},
         {String(OLESTR("00000000000000000000000000000000000005")), VT_I1, S_OK, "5"},
         {String(OLESTR("9223372036854775807")), VT_I8, S_OK, "9223372036854775807"},
@@ -306,17 +262,12 @@ TEST(Variant, TextToNumbers) {
         {Make(VT_BSTR), VT_I4, kMismatch, ""},
         {String(OLESTR(".")), VT_R8, kMismatch, ""},
         {String(OLESTR("1e")), VT_R8, kMismatch, ""},
-        {String(OLESTR("5abc")), VT_I4, kMismatch, ""},
         {String(OLESTR("1 2")), VT_I4, kMismatch, ""},
-        {String(OLESTR("0x10")), VT_I4, kMismatch, ""},
         {String(OLESTR("inf")), VT_R8, kMismatch, ""},
         {String(OLESTR("tRUE")), VT_BOOL, S_OK, "-1"},
-        {String(OLESTR("False")), VT_BOOL, S_OK, "0"},
         {String(OLESTR("#TRUE#")), VT_BOOL, S_OK, "-1"},
         {String(OLESTR("0.0")), VT_BOOL, S_OK, "0"},
-        {String(OLESTR("-7")), VT_BOOL, S_OK, "-1"},
         {String(OLESTR("yes")), VT_BOOL, kMismatch, ""},
-        {String(OLESTR("True")), VT_I4, kMismatch, ""},
         {Make(VT_BSTR), VT_BSTR, S_OK, ""},
     };
     for (const Conversion& row : rows) Check(row);
