@@ -1,0 +1,214 @@
+// The library of data/probe.idl in C++: its identifiers, its dual interface, and an object that writes down how it was
+// called. The compiled library and a module that serves the class lie beside the test program.
+#pragma once
+
+#include <windows.h>
+
+#include <oleauto.h>
+
+#include <cstdio>
+#include <string>
+
+namespace probe {
+
+using Text = std::basic_string<OLECHAR>;
+
+constexpr GUID kLibrary = {0x12d7ccf8, 0x2904, 0x41a3, {0xac, 0x11, 0x12, 0x98, 0x08, 0x9b, 0x49, 0x3d}};
+constexpr GUID kColours = {0xf3ec6c08, 0x3b2d, 0x42ae, {0xa9, 0x59, 0x0b, 0xcc, 0x42, 0xc0, 0xc8, 0x99}};
+constexpr GUID kNative = {0x827cea0c, 0x1ef1, 0x434b, {0x9c, 0xdd, 0xed, 0xc4, 0x35, 0x13, 0x80, 0x48}};
+constexpr GUID kDual = {0x0e47ac5f, 0xcbd8, 0x4715, {0xa2, 0xfe, 0xb4, 0x68, 0xbe, 0x01, 0x4a, 0xf6}};
+constexpr GUID kClass = {0x95ba4b2c, 0x8a3c, 0x427a, {0x84, 0x11, 0x73, 0xb6, 0xce, 0x36, 0x52, 0x3b}};
+constexpr HRESULT kFailure = static_cast<HRESULT>(0x80044001);
+
+enum Colour : LONG { pcNone, pcRed = 0x10, pcGreen, pcCold = -5 };
+
+struct DProbe : public IDispatch {
+    virtual HRESULT STDMETHODCALLTYPE get_Count(LONG* count) = 0;
+    virtual HRESULT STDMETHODCALLTYPE put_Count(LONG count) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_Friend(IDispatch** other) = 0;
+    virtual HRESULT STDMETHODCALLTYPE putref_Friend(IDispatch* other) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_Colour(Colour* colour) = 0;
+    virtual HRESULT STDMETHODCALLTYPE put_Colour(Colour colour) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_Item(LONG index, VARIANT* item) = 0;
+    virtual HRESULT STDMETHODCALLTYPE put_Item(LONG index, VARIANT item) = 0;
+    virtual HRESULT STDMETHODCALLTYPE put_WriteOnly(BSTR value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE put_Whole(VARIANT whole) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Numbers(SHORT, LONG, BYTE, USHORT, ULONG, VARIANT_BOOL, BSTR* text) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Reals(double real, LONG between, FLOAT single, DATE day, double* sum) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Text(BSTR text, LONG* length) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Convert(VARIANT* source, VARIANT_BOOL end, VARIANT* more, VARIANT* result) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Exchange(LONG* number, BSTR* text, VARIANT_BOOL* done) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Many(BSTR, LONG, LONG, Colour, VARIANT_BOOL, BSTR, VARIANT_BOOL, VARIANT*,
+                                           LONG*) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Choice(LONG first, VARIANT second, VARIANT* third, LONG fourth, BSTR fifth) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Fail(LONG code) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Same(DProbe* probe, DProbe** same) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Secret() = 0;
+    virtual HRESULT STDMETHODCALLTYPE AboutBox() = 0;
+    virtual HRESULT STDMETHODCALLTYPE Unnumbered() = 0;
+};
+
+inline std::string Narrow(const OLECHAR* text, size_t size) {
+    std::string narrow;
+    for (size_t i = 0; i < size; ++i) narrow += text[i] < 0x80 ? static_cast<char>(text[i]) : '?';
+    return narrow;
+}
+
+inline std::string Show(BSTR text) { return text ? '"' + Narrow(text, SysStringLen(text)) + '"' : "null"; }
+
+// A value with its type, in a line.
+inline std::string Show(const VARIANT& value) {
+    switch (value.vt) {
+        case VT_EMPTY:
+            return "empty";
+        case VT_NULL:
+            return "null";
+        case VT_I2:
+            return "i2:" + std::to_string(value.iVal);
+        case VT_I4:
+            return "i4:" + std::to_string(value.lVal);
+        case VT_R8:
+            return "r8:" + std::to_string(value.dblVal);
+        case VT_BOOL:
+            return value.boolVal == VARIANT_TRUE ? "true" : value.boolVal == VARIANT_FALSE ? "false" : "?";
+        case VT_BSTR:
+            return Show(value.bstrVal);
+        case VT_DISPATCH:
+            return value.pdispVal ? "object" : "no object";
+        case VT_ERROR:
+            return value.scode == DISP_E_PARAMNOTFOUND ? "missing" : "error";
+        case VT_BYREF | VT_VARIANT:
+            return "ref " + Show(*value.pvarVal);
+        case VT_BYREF | VT_I4:
+            return "ref i4:" + std::to_string(*value.plVal);
+        case VT_BYREF | VT_BSTR:
+            return "ref " + Show(*value.pbstrVal);
+        default:
+            return "vt" + std::to_string(value.vt);
+    }
+}
+
+// Counts its references, so that a test sees what was not given back.
+class Probe final : public DProbe {
+public:
+    std::string log;
+    LONG references = 1;
+
+    STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
+        const bool known = riid == IID_IUnknown || riid == IID_IDispatch || riid == kDual;
+        *object = known ? static_cast<DProbe*>(this) : nullptr;
+        return known ? (AddRef(), S_OK) : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(++references); }
+    STDMETHODIMP_(ULONG) Release() override { return static_cast<ULONG>(--references); }
+    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
+        return E_NOTIMPL;
+    }
+
+    STDMETHODIMP get_Count(LONG* count) override { return Log("get_Count"), *count = 42, S_OK; }
+    STDMETHODIMP put_Count(LONG count) override { return Log("put_Count " + std::to_string(count)); }
+    STDMETHODIMP get_Friend(IDispatch** other) override { return Log("get_Friend"), AddRef(), *other = this, S_OK; }
+    STDMETHODIMP putref_Friend(IDispatch* other) override {
+        return Log(other == this ? "putref_Friend me" : other ? "?" : "putref_Friend null");
+    }
+    STDMETHODIMP get_Colour(Colour* colour) override { return Log("get_Colour"), *colour = pcCold, S_OK; }
+    STDMETHODIMP put_Colour(Colour colour) override { return Log("put_Colour " + std::to_string(colour)); }
+    STDMETHODIMP get_Item(LONG index, VARIANT* item) override {
+        item->vt = VT_I2;
+        item->iVal = static_cast<SHORT>(index + 1);
+        return Log("get_Item " + std::to_string(index));
+    }
+    STDMETHODIMP put_Item(LONG index, VARIANT item) override {
+        return Log("put_Item " + std::to_string(index) + ' ' + Show(item));
+    }
+    STDMETHODIMP put_WriteOnly(BSTR value) override { return Log("put_WriteOnly " + Show(value)); }
+    STDMETHODIMP put_Whole(VARIANT whole) override { return Log("put_Whole " + Show(whole)); }
+    STDMETHODIMP Numbers(SHORT a, LONG b, BYTE c, USHORT d, ULONG e, VARIANT_BOOL f, BSTR* text) override {
+        *text = SysAllocString(OLESTR("told"));
+        Log("Numbers " + std::to_string(a) + ' ' + std::to_string(b) + ' ' + std::to_string(c) + ' ' +
+            std::to_string(d) + ' ' + std::to_string(e) + ' ' + std::to_string(f));
+        return *text ? S_OK : E_OUTOFMEMORY;
+    }
+    STDMETHODIMP Reals(double real, LONG between, FLOAT single, DATE day, double* sum) override {
+        *sum = real + between + static_cast<double>(single) + day;
+        return Log("Reals");
+    }
+    STDMETHODIMP Text(BSTR text, LONG* length) override {
+        return *length = static_cast<LONG>(SysStringLen(text)), Log("Text " + Show(text));
+    }
+    STDMETHODIMP Convert(VARIANT* source, VARIANT_BOOL end, VARIANT* more, VARIANT* result) override {
+        Log("Convert " + Show(*source) + ' ' + std::to_string(end) + ' ' + Show(*more));
+        VariantClear(more);
+        more->vt = VT_I4;
+        more->lVal = 99;
+        result->vt = VT_BSTR;
+        result->bstrVal = SysAllocString(OLESTR("converted"));
+        return result->bstrVal ? S_OK : E_OUTOFMEMORY;
+    }
+    STDMETHODIMP Exchange(LONG* number, BSTR* text, VARIANT_BOOL* done) override {
+        Log("Exchange " + std::to_string(*number) + ' ' + Show(*text));
+        *number = -*number;
+        SysFreeString(*text);
+        *text = SysAllocString(OLESTR("exchanged"));
+        *done = VARIANT_TRUE;
+        return *text ? S_OK : E_OUTOFMEMORY;
+    }
+    STDMETHODIMP Many(BSTR s1, LONG l2, LONG l3, Colour e4, VARIANT_BOOL b5, BSTR s6, VARIANT_BOOL b7, VARIANT* va8,
+                      LONG* pl9) override {
+        Log("Many " + Show(s1) + ' ' + std::to_string(l2) + ' ' + std::to_string(l3) + ' ' + std::to_string(e4) + ' ' +
+            std::to_string(b5) + ' ' + Show(s6) + ' ' + std::to_string(b7) + ' ' + Show(*va8));
+        va8->vt = VT_I4;
+        va8->lVal = 8;
+        *pl9 = 9;
+        return S_OK;
+    }
+    STDMETHODIMP Choice(LONG first, VARIANT second, VARIANT* third, LONG fourth, BSTR fifth) override {
+        return Log("Choice " + std::to_string(first) + ' ' + Show(second) + ' ' + Show(*third) + ' ' +
+                   std::to_string(fourth) + ' ' + Show(fifth));
+    }
+    STDMETHODIMP Fail(LONG code) override {
+        ICreateErrorInfo* create = nullptr;
+        IErrorInfo* info = nullptr;
+        Log("Fail");
+        if (FAILED(CreateErrorInfo(&create))) return code;
+        OLECHAR source[] = OLESTR("Probe.1");
+        OLECHAR description[] = OLESTR("it failed");
+        OLECHAR file[] = OLESTR("probe.hlp");
+        create->SetSource(source);
+        create->SetDescription(description);
+        create->SetHelpFile(file);
+        create->SetHelpContext(12);
+        if (SUCCEEDED(create->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info)))) {
+            SetErrorInfo(0, info);
+            info->Release();
+        }
+        create->Release();
+        return code;
+    }
+    STDMETHODIMP Same(DProbe* probe, DProbe** same) override {
+        *same = probe;
+        if (probe) probe->AddRef();
+        return Log(probe == this ? "Same me" : probe ? "?" : "Same null");
+    }
+    STDMETHODIMP Secret() override { return Log("Secret"); }
+    STDMETHODIMP AboutBox() override { return Log("AboutBox"); }
+    STDMETHODIMP Unnumbered() override { return Log("Unnumbered"), S_FALSE; }
+
+private:
+    HRESULT Log(const std::string& line) { return log += line + ';', S_OK; }
+};
+
+// The full name of a file beside the test program.
+inline probe::Text Beside(const char* name) {
+    OLECHAR path[1024] = {};
+    const DWORD length = GetModuleFileNameW(nullptr, path, 1024);
+    probe::Text text(path, length);
+    text.resize(text.find_last_of(OLESTR("/\\")) + 1);
+    for (; *name; ++name) text += static_cast<OLECHAR>(*name);
+    return text;
+}
+
+}  // namespace probe
