@@ -1,0 +1,226 @@
+#!/usr/bin/env bash
+# windows_session.sh tests|demo: runs inside the Wine root (tools/wine.sh), as an ordinary user, on what ./dev has put
+# into ~/run: 32/ and 64/ (programs and modules), data/, scripts/, samples/. Both widths run side by side, each in a
+# Windows prefix of its own. For every case one line goes to standard output and one to ~/run/results:
+#   WIDTH CASE PASSED FAILED EXCUSED MILLISECONDS   (separated by tabs)
+# The whole output of a case is in ~/run/logs/WIDTH/CASE.
+set -uo pipefail
+
+run=$HOME/run
+export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml,winedbg.exe="  # a crash ends the process, nobody looks into it
+
+milliseconds() { echo $(($(date +%s%N) / 1000000)); }
+windows_path() { echo "Z:${1//\//\\}"; }
+# --- one Windows ------------------------------------------------------------------------------------------------------
+
+# Begins with the registry of a fresh prefix, whatever an earlier run has left. With a server that stays, a process
+# starts in a tenth of the time.
+start_windows() {
+  width=$1
+  bin=$run/$width
+  logs=$run/logs/$width
+  module=$(windows_path "$bin/TalvoBinaryEncoding.dll")
+  export WINEPREFIX=$HOME/prefix$width WINEARCH=win$width WINELOADER=/usr/lib/wine/wine${width/32/}
+  mkdir -p "$logs"
+  cp "$HOME/fresh/prefix$width"/*.reg "$WINEPREFIX/"
+  serve
+}
+# The first process starts the system's services; they keep its output open for as long as they live.
+serve() {
+  /usr/lib/wine/wineserver --persistent
+  windows cmd /c exit >/dev/null 2>&1
+}
+
+stop_windows() { /usr/lib/wine/wineserver --kill; }
+
+# windows PROGRAM ARGUMENT...: no input, and not for ever.
+windows() { timeout --kill-after=5 "${limit:-60}" "$WINELOADER" "$@" </dev/null; }
+
+# output_of PROGRAM ARGUMENT...: with line ends of ours. Goes through a file: a process left behind would keep a pipe
+# open.
+output_of() {
+  local code=0
+  windows "$@" >"$logs/raw output" 2>&1 || code=$?
+  tr -d '\r' <"$logs/raw output"
+  return "$code"
+}
+
+script() { output_of cscript //nologo "$(windows_path "$1")"; }
+
+regsvr32() { windows regsvr32 /s "$@" "$module"; }
+
+# --- cases ------------------------------------------------------------------------------------------------------------
+
+# result CASE PASSED FAILED EXCUSED START
+result() {
+  local took=$(($(milliseconds) - $5))
+  printf '%s\t%s\t%d\t%d\t%d\t%d\n' "$width" "$1" "$2" "$3" "$4" "$took" >>"$run/results"
+  printf '  %s-bit  %-26s %4d passed %3d failed %6d ms\n' "$width" "$1" "$2" "$3" "$took"
+}
+
+# check CASE COMMAND...: passes if the command does.
+check() {
+  local name=$1 start
+  start=$(milliseconds)
+  shift
+  if "$@" >"$logs/$name" 2>&1; then result "$name" 1 0 0 "$start"; else result "$name" 0 1 0 "$start"; fi
+}
+
+# A GoogleTest program: its own figures, and at least one failure if it did not come to its end.
+test_program() {
+  local name log start passed failed excused code=0
+  name=$(basename "$1" .exe)
+  log=$logs/$name
+  start=$(milliseconds)
+  (cd "$bin" && limit=300 output_of "$1" --gtest_color=no) >"$log" || code=1
+  passed=$(sed -nE 's/^\[  PASSED  \] ([0-9]+) tests?\.$/\1/p' "$log")
+  failed=$(grep -c '^\[  FAILED  \] .* ([0-9]* ms)$' "$log")
+  excused=$(sed -nE 's/^\[  SKIPPED \] ([0-9]+) tests?, listed below:$/\1/p' "$log")
+  if { [ "$code" != 0 ] || [ "${passed:-0}" = 0 ]; } && [ "$failed" = 0 ]; then failed=1; fi
+  result "$name" "${passed:-0}" "$failed" "${excused:-0}" "$start"
+}
+
+# A script of checks. A script host says nothing and ends with 0 when a script dies of an error, so the last line must
+# be there, and in it the number of checks.
+test_script() {
+  local name log start counts
+  name=$(basename "$1")
+  log=$logs/$name
+  start=$(milliseconds)
+  script "$1" >"$log"
+  counts=$(tail -n 1 "$log" | sed -nE 's/^end of checks: ([0-9]+) passed, ([0-9]+) failed$/\1 \2/p')
+  if [ -z "$counts" ]; then
+    echo "(the script did not come to its end)" >>"$log"
+    counts="$(grep -c '^ok ' "$log") $(($(grep -c '^not ok ' "$log") + 1))"
+  fi
+  result "$name" ${counts} 0 "$start"
+}
+
+# A sample of the documentation prints what the documentation says, to the letter. samples/NAME has its output in
+# samples/NAME.out; a program made from NAME.cpp is in the folder of the width.
+sample() {
+  if [[ $1 == *.cpp ]]; then
+    (cd "$bin" && output_of "sample_$(basename "$1" .cpp).exe")
+  else
+    script "$1"
+  fi | diff - "$1.out"
+}
+
+# The software settings of machine and user, as the server writes them when it stops; without the times of change.
+registry() {
+  /usr/lib/wine/wineserver --kill
+  /usr/lib/wine/wineserver --wait
+  awk '
+    /^#time=/ { next }
+    /^\[/ { sub(/\] [0-9]+$/, "]"); wanted = FILENAME !~ /system.reg$/ || /^\[Software\\\\/ }
+    wanted' "$WINEPREFIX/system.reg" "$WINEPREFIX/user.reg"
+  serve
+}
+keep_registry() { registry >"$logs/registry-$1"; }
+
+# same_registry NAME: the registry now is the one that was kept under that name.
+same_registry() { diff "$logs/registry-$1" <(registry); }
+
+example_prints() { [ "$(output_of "$bin/example_encode.exe")" = "SGVsbG8sIAD/IQ==" ]; }
+
+register_twice() {
+  regsvr32 || return 1
+  keep_registry registered
+  if cmp -s "$logs/registry-before" "$logs/registry-registered"; then return 1; fi
+  regsvr32 && same_registry registered
+}
+unregister_twice() { regsvr32 /u && same_registry before && regsvr32 /u && same_registry before; }
+
+# Classes that are there, and no type library to serve their late-bound calls from.
+without_type_library() {
+  local library='HKLM\Software\Classes\TypeLib\{acdab115-5726-46fd-a9b9-ea6543a7f791}'
+  regsvr32 && windows reg query "$library" && windows reg delete "$library" /f
+}
+
+tests_of_width() {
+  local program file
+  start_windows "$1"
+  export TALVO_MODULE=$module TALVO_REGISTRY=prefix
+  export TALVO_COMMAND=$(windows_path "$bin/talvo.exe") TALVO_TEST_DATA=$(windows_path "$run/data")
+  keep_registry before
+  for program in "$bin"/test_*.exe; do
+    if [ -e "$program" ]; then test_program "$program"; else check "test programs" false; fi
+  done
+  check "registry after the tests" same_registry before
+  check "registered twice" register_twice
+  for file in "$run"/scripts/*.*; do test_script "$file"; done
+  for file in "$run"/samples/*.{vbs,js,cpp}; do
+    if [ -e "$file" ]; then check "$(basename "$file")" sample "$file"; fi
+  done
+  check "example_encode" example_prints
+  check "unregistered twice" unregister_twice
+  check "type library unregistered" without_type_library
+  for file in "$run"/scripts/unregistered/*; do test_script "$file"; done
+  regsvr32 && regsvr32 /u
+  check "registry as it was" same_registry before
+  stop_windows
+}
+
+# --- demo -------------------------------------------------------------------------------------------------------------
+
+talvo() { windows "$bin/talvo.exe" "$@"; }
+
+# timed COMMAND...: leaves in $took how long it took.
+timed() {
+  local start code=0
+  start=$(milliseconds)
+  "$@" || code=$?
+  took=$(($(milliseconds) - start))
+  return "$code"
+}
+
+# There and back for one file; a row of the table.
+round_trip() {
+  local name=$1 encoded verdict=identical
+  timed talvo encode -f base64 "$name" -o "$name.txt" || verdict=FAILED
+  encoded=$took
+  timed talvo decode -f base64 "$name.txt" -o "$name.back" || verdict=FAILED
+  if ! cmp -s "$name" "$name.back" || ! tr -d '\r' <"$name.txt" | base64 -d | cmp -s "$name"; then verdict=DIFFERENT; fi
+  printf '  %-27s %9d %11d %6d ms %6d ms  %s\n' \
+    "$name" "$(stat -c %s "$name")" "$(stat -c %s "$name.txt")" "$encoded" "$took" "$verdict"
+  [ "$verdict" = identical ]
+}
+
+demo() {
+  local good=yes file code
+  start_windows 32
+  cd "$bin" || return 1
+  printf '$ talvo.exe register\n'
+  talvo register || good=no
+  printf '\nReal files, through the registered component to Base64 text and back\n\n'
+  printf '  %-27s %9s %11s %9s %9s\n' file "bytes in" "text bytes" encode decode
+  for file in README.md talvo.exe TalvoBinaryEncoding.dll; do round_trip "$file" || good=no; done
+  printf '\n  "identical": the bytes that talvo.exe and coreutils'"'"' base64 -d give back are those\n'
+  printf '  of the file. The times include the start of a process.\n'
+
+  printf '\nA script, from docs/automation.md:\n\n'
+  sed 's/^/  /' "$run/samples/hello.vbs"
+  printf '\n$ cscript hello.vbs\n'
+  script "$run/samples/hello.vbs" | tee "$logs/hello.vbs"
+  cmp -s "$logs/hello.vbs" "$run/samples/hello.vbs.out" || good=no
+
+  printf '\n$ talvo.exe unregister\n'
+  talvo unregister || good=no
+  printf '\n$ cscript hello.vbs\n'
+  script "$run/samples/hello.vbs" >"$logs/hello.vbs"
+  if [ -s "$logs/hello.vbs" ]; then good=no; else echo "(nothing: it does not find the component)"; fi
+  stop_windows
+  [ "$good" = yes ]
+}
+
+# --- main -------------------------------------------------------------------------------------------------------------
+
+case $1 in
+  tests)
+    : >"$run/results"
+    tests_of_width 32 &
+    tests_of_width 64 &
+    wait
+    ;;
+  demo) demo ;;
+esac
