@@ -1,5 +1,6 @@
 // The command as a process of a shell: what it writes, what it says, how it ends. Each row is a line that a user could
 // have typed, in a folder that holds the files made below.
+#include <fnmatch.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
@@ -9,7 +10,6 @@
 #include <fstream>
 #include <iterator>
 #include <random>
-#include <regex>
 #include <string>
 
 namespace {
@@ -22,6 +22,9 @@ struct Ending {
 };
 
 constexpr size_t kChunk = 256 * 1024;
+
+// * stands for any text, as in file names.
+bool Matches(const std::string& text, const char* pattern) { return fnmatch(pattern, text.c_str(), 0) == 0; }
 
 class CommandTest : public testing::Test {
 protected:
@@ -95,7 +98,7 @@ TEST_F(CommandTest, Options) {
         const char* line;
         int exit;
         const char* out;
-        const char* err;  // a regular expression for all of it
+        const char* err;  // a pattern for all of it
     } kRows[] = {
         {"talvo encode -f base64 alphabet -l 8", 0, "YWJjZGVm\r\nZ2hpamts", ""},
         {"talvo encode -f base64 alphabet -l 8 -b lf", 0, "YWJjZGVm\nZ2hpamts", ""},
@@ -103,15 +106,15 @@ TEST_F(CommandTest, Options) {
         {"talvo encode -f base64 alphabet -l 8 -b none", 0, "YWJjZGVmZ2hpamts", ""},
         {"cp alphabet -- -a; talvo encode -f base64 -- -a", 0, "YWJjZGVmZ2hpamts", ""},
         {"talvo decode -f base64 damaged", 1, "",
-         "talvo: damaged: berInvalidCharacterInData \\(0x80044001\\): Invalid character in the data\\. "
-         "\\(in the bytes 0 to 8 of the input\\)\n"},
+         "talvo: damaged: berInvalidCharacterInData (0x80044001): Invalid character in the data. "
+         "(in the bytes 0 to 8 of the input)\n"},
         {"talvo decode -f base64 -t damaged", 0, "ABCDEF",
-         "talvo: damaged: warning: berWarningInvalidCharacterInData \\(0x00044001\\): Invalid character in the data\\. "
-         "\\(in 1 chunk\\)\n"},
+         "talvo: damaged: warning: berWarningInvalidCharacterInData (0x00044001): Invalid character in the data. "
+         "(in 1 chunk)\n"},
         {"talvo decode -f base64 <cut", 1, "",
-         "talvo: standard input: ber\\w+ \\(0x8004400.\\): .*\\. \\(in the bytes 0 to 4 of the input\\)\n"},
+         "talvo: standard input: ber* (0x8004400?): *. (in the bytes 0 to 4 of the input)\n"},
         {"talvo encode -f uu -b none alphabet", 2, "",
-         "talvo: --line-breaks: berInvalidEndOfLineType \\(0x80044019\\): Invalid end of line type\\.\n"},
+         "talvo: --line-breaks: berInvalidEndOfLineType (0x80044019): Invalid end of line type.\n"},
         {"talvo encode -f base64 --wrap 5 alphabet", 2, "",
          "talvo: there is no option '--wrap'\ntalvo: try 'talvo encode --help'\n"},
         {"talvo", 2, "", "talvo: no command given\ntalvo: try 'talvo --help'\n"},
@@ -120,7 +123,7 @@ TEST_F(CommandTest, Options) {
         const Ending ending = Run(row.line);
         EXPECT_EQ(ending.exit, row.exit) << row.line << "\n" << ending.err;
         EXPECT_EQ(ending.out, row.out) << row.line;
-        EXPECT_TRUE(std::regex_match(ending.err, std::regex(row.err))) << row.line << "\n" << ending.err;
+        EXPECT_TRUE(Matches(ending.err, row.err)) << row.line << "\n" << ending.err;
     }
 }
 
@@ -128,30 +131,30 @@ TEST_F(CommandTest, FilesThatFail) {
     const struct {
         const char* line;
         int exit;
-        const char* err;        // a regular expression for all of it
+        const char* err;        // a pattern for all of it
         const char* out = "-";  // what file "out" holds afterwards; "-": there is none
     } kRows[] = {
-        {"talvo encode -f base64 missing -o out", 3, "talvo: missing: cannot open for reading: .* \\(error 2\\)\n"},
-        {"talvo encode -f base64 no/such -o out", 3, "talvo: no/such: cannot open for reading: .* \\(error 3\\)\n"},
-        {"talvo encode -f base64 . -o out", 3, "talvo: \\.: cannot open for reading: .* \\(error 5\\)\n"},
-        {"talvo encode -f base64 100 -o no/such", 3, "talvo: no/such: cannot open for writing: .* \\(error 3\\)\n"},
-        {"talvo encode -f base64 100 -o log", 3, "talvo: log: cannot open for writing: .* \\(error 5\\)\n"},
-        {"talvo encode -f base64 100 -o /dev/full", 3, "talvo: /dev/full: cannot write: .* \\(error 112\\)\n"},
-        {"talvo encode -f base64 100 >/dev/full", 3, "talvo: standard output: cannot write: .* \\(error 112\\)\n"},
-        {"talvo --help >/dev/full", 3, "talvo: standard output: cannot write: .* \\(error 112\\)\n"},
-        {"talvo encode -f base64 100 >&-", 3, "talvo: standard output: cannot .* \\(error 6\\)\n"},
-        {"talvo encode -f base64 <&-", 3, "talvo: standard input: cannot .* \\(error 6\\)\n"},
-        {"talvo decode -f base64 damaged -o out", 1, "talvo: damaged: .*\n"},
-        {"echo old >out; talvo decode -f base64 damaged -o out", 1, "talvo: damaged: .*\n", "old\n"},
+        {"talvo encode -f base64 missing -o out", 3, "talvo: missing: cannot open for reading: * (error 2)\n"},
+        {"talvo encode -f base64 no/such -o out", 3, "talvo: no/such: cannot open for reading: * (error 3)\n"},
+        {"talvo encode -f base64 . -o out", 3, "talvo: .: cannot open for reading: * (error 5)\n"},
+        {"talvo encode -f base64 100 -o no/such", 3, "talvo: no/such: cannot open for writing: * (error 3)\n"},
+        {"talvo encode -f base64 100 -o log", 3, "talvo: log: cannot open for writing: * (error 5)\n"},
+        {"talvo encode -f base64 100 -o /dev/full", 3, "talvo: /dev/full: cannot write: * (error 112)\n"},
+        {"talvo encode -f base64 100 >/dev/full", 3, "talvo: standard output: cannot write: * (error 112)\n"},
+        {"talvo --help >/dev/full", 3, "talvo: standard output: cannot write: * (error 112)\n"},
+        {"talvo encode -f base64 100 >&-", 3, "talvo: standard output: cannot * (error 6)\n"},
+        {"talvo encode -f base64 <&-", 3, "talvo: standard input: cannot * (error 6)\n"},
+        {"talvo decode -f base64 damaged -o out", 1, "talvo: damaged: *\n"},
+        {"echo old >out; talvo decode -f base64 damaged -o out", 1, "talvo: damaged: *\n", "old\n"},
         {"echo old >out; talvo encode -f base64 0 -o out", 0, "", ""},
         {"ulimit -f 200; trap '' XFSZ; talvo encode -f base64 large -o out; code=$?; : >out; exit $code", 3,
-         "talvo: out: cannot write: .* \\(error \\d+\\)\ntalvo: out is incomplete \\(102400 bytes written\\)\n", ""},
+         "talvo: out: cannot write: * (error *)\ntalvo: out is incomplete (102400 bytes written)\n", ""},
         {"cp 100 out; talvo encode -f base64 out -o out; code=$?; cmp out 100 && : >out; exit $code", 3,
          "talvo: out: the destination is the source\n", ""},
         {"cp 100 in; ln -s in link; talvo encode -f base64 in -o link; code=$?; cmp in 100; exit $code", 3,
          "talvo: link: the destination is the source\n"},
         {"cp 100 in; ln -f in link; talvo encode -f base64 in -o ./link; code=$?; cmp in 100; exit $code", 3,
-         "talvo: \\./link: the destination is the source\n"},
+         "talvo: ./link: the destination is the source\n"},
         // A message must not end up in a file that took the place of the closed stream.
         {"talvo decode -f base64 damaged-late -o out 2>&-; code=$?; tr -d '\\000' <out; : >out; exit $code", 1, "", ""},
     };
@@ -159,7 +162,7 @@ TEST_F(CommandTest, FilesThatFail) {
         fs::remove(folder_ / "out");
         const Ending ending = Run(row.line);
         EXPECT_EQ(ending.exit, row.exit) << row.line << "\n" << ending.err;
-        EXPECT_TRUE(std::regex_match(ending.err, std::regex(row.err))) << row.line << "\n" << ending.err;
+        EXPECT_TRUE(Matches(ending.err, row.err)) << row.line << "\n" << ending.err;
         EXPECT_EQ(ending.out, "") << row.line;
         EXPECT_EQ(Exists("out") ? Get("out") : "-", row.out) << row.line;
     }
@@ -168,20 +171,17 @@ TEST_F(CommandTest, FilesThatFail) {
 TEST_F(CommandTest, SaysWhatIsIncomplete) {
     const Ending late = Run("talvo decode -f base64 damaged-late -o out");
     EXPECT_EQ(late.exit, 1);
-    EXPECT_TRUE(std::regex_match(
-        late.err,
-        std::regex("talvo: damaged-late: berInvalidCharacterInData .* \\(in the bytes 262144 to 262147 of the "
-                   "input\\)\ntalvo: out is incomplete \\(196608 bytes written\\)\n")))
+    EXPECT_TRUE(
+        Matches(late.err,
+                "talvo: damaged-late: berInvalidCharacterInData * (in the bytes 262144 to 262147 of the input)\n"
+                "talvo: out is incomplete (196608 bytes written)\n"))
         << late.err;
     EXPECT_EQ(Get("out").size(), 196608u);
     const Ending tolerant = Run("talvo decode -f base64 -t damaged-late | wc -c");
-    EXPECT_TRUE(std::regex_search(tolerant.err, std::regex("\\(in 1 chunk\\)"))) << tolerant.err;
+    EXPECT_TRUE(Matches(tolerant.err, "*(in 1 chunk)\n")) << tolerant.err;
     // A reader that leaves is no reason to complain.
     const Ending left = Run("{ talvo encode -f base64 large; echo $? >code; } | head -c 10 | wc -c");
     EXPECT_EQ(left.err, "");
-    EXPECT_NE(Get("code"), "0\n");
-    const Ending ignored = Run("trap '' PIPE; { talvo encode -f base64 large; echo $? >code; } | head -c 10 | wc -c");
-    EXPECT_EQ(ignored.err, "");
     EXPECT_EQ(Get("code"), "3\n");
 }
 
@@ -195,37 +195,36 @@ TEST_F(CommandTest, FindsTheComponent) {
     const struct {
         const char* line;
         int exit;
-        const char* out;  // regular expressions for all of it
+        const char* out;  // patterns for all of it
         const char* err;
     } kRows[] = {
-        {"talvo --version", 0, "talvo \\d+\\.\\d+\\.\\d+\ncomponent: /.* \\(beside the command\\)\n", ""},
+        {"talvo --version", 0, "talvo *.*.*\ncomponent: /* (beside the command)\n", ""},
         {"talvo encode -vf base64 three", 0, "YWJj",
-         "talvo: not through the class registry: .*\ntalvo: component from /.* \\(beside the command\\)\n"},
+         "talvo: not through the class registry: *\ntalvo: component from /* (beside the command)\n"},
         {"talvo encode -vf base64 --module elsewhere/copy.so three", 0, "YWJj",
-         "talvo: component from /.*/elsewhere/copy\\.so \\(given by --module\\)\n"},
-        {"talvo register nothing.so", 4, "", "talvo: cannot register nothing\\.so: .* \\(error \\d+\\)\n"},
+         "talvo: component from /*/elsewhere/copy.so (given by --module)\n"},
+        {"talvo register nothing.so", 4, "", "talvo: cannot register nothing.so: * (error *)\n"},
         {"talvo encode -f base64 --module nothing.so three -o out; code=$?; ls out 2>/dev/null; exit $code", 4, "",
-         "talvo: the component cannot be created: .*\ntalvo:   from nothing\\.so: .* \\(error \\d+\\)\n"},
-        {"cd elsewhere && talvo register copy.so", 0, "registered /.*/elsewhere/copy\\.so\n", ""},
-        {"talvo --version", 0, "talvo .*\ncomponent: /.*/elsewhere/copy\\.so \\(registered\\)\n", ""},
-        {"talvo encode -vf base64 three", 0, "YWJj",
-         "talvo: component from /.*/elsewhere/copy\\.so \\(registered\\)\n"},
+         "talvo: the component cannot be created: *\ntalvo:   from nothing.so: * (error *)\n"},
+        {"cd elsewhere && talvo register copy.so", 0, "registered /*/elsewhere/copy.so\n", ""},
+        {"talvo --version", 0, "talvo *\ncomponent: /*/elsewhere/copy.so (registered)\n", ""},
+        {"talvo encode -vf base64 three", 0, "YWJj", "talvo: component from /*/elsewhere/copy.so (registered)\n"},
         {"rm elsewhere/copy.so; talvo encode -vf base64 three", 0, "YWJj",
-         "talvo: not through the class registry: .*\ntalvo: component from /.* \\(beside the command\\)\n"},
-        {"talvo register -q && talvo --version", 0, "talvo .*\ncomponent: /.*\\.so \\(registered\\)\n", ""},
-        {"talvo unregister", 0, "unregistered /.*\\.so\n", ""},
-        {"talvo --version", 0, "talvo .*\ncomponent: /.* \\(beside the command\\)\n", ""},
+         "talvo: not through the class registry: *\ntalvo: component from /* (beside the command)\n"},
+        {"talvo register -q && talvo --version", 0, "talvo *\ncomponent: /*.so (registered)\n", ""},
+        {"talvo unregister", 0, "unregistered /*.so\n", ""},
+        {"talvo --version", 0, "talvo *\ncomponent: /* (beside the command)\n", ""},
         {"mkdir bin; cp \"$(command -v talvo)\" bin; LD_LIBRARY_PATH=$(dirname \"$(command -v talvo)\") bin/talvo "
          "encode -f base64 three",
          4, "",
-         "talvo: the component cannot be created: .*\ntalvo:   through the class registry: .*\n"
-         "talvo:   from /.*/bin/libTalvoBinaryEncoding\\.so or TalvoBinaryEncoding\\.dll: .* \\(error 126\\)\n"},
+         "talvo: the component cannot be created: *\ntalvo:   through the class registry: *\n"
+         "talvo:   from /*/bin/libTalvoBinaryEncoding.so or TalvoBinaryEncoding.dll: * (error 126)\n"},
     };
     for (const auto& row : kRows) {
         const Ending ending = Run(row.line);
         EXPECT_EQ(ending.exit, row.exit) << row.line << "\n" << ending.err;
-        EXPECT_TRUE(std::regex_match(ending.out, std::regex(row.out))) << row.line << "\n" << ending.out;
-        EXPECT_TRUE(std::regex_match(ending.err, std::regex(row.err))) << row.line << "\n" << ending.err;
+        EXPECT_TRUE(Matches(ending.out, row.out)) << row.line << "\n" << ending.out;
+        EXPECT_TRUE(Matches(ending.err, row.err)) << row.line << "\n" << ending.err;
     }
 }
 
