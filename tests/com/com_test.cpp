@@ -1,9 +1,7 @@
 // Owners, counted references, and the identity of objects, plain and aggregated.
 #include <windows.h>
 #include <objbase.h>
-#include <oleauto.h>
 
-#include <mutex>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -11,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include "com/com_ptr.h"
-#include "com/lock.h"
 #include "com/module_state.h"
 #include "com/object.h"
 #include "com/unique.h"
@@ -251,44 +248,6 @@ TEST(Unique, ClosesEachValueOnce) {
         const Owner d(std::move(b));
     }
     EXPECT_EQ(g_closed, (std::vector{1, 0, 3, 4}));
-}
-
-TEST(Unique, ResourcesOfThePlatform) {
-    AllocationFaults faults;
-    {
-        const com::UniqueBstr text(SysAllocString(OLESTR("text")));
-        const com::UniqueTaskBytes bytes(static_cast<BYTE*>(com::TaskAlloc(10, true)));
-        SAFEARRAYBOUND bound{3, 0};
-        const com::UniqueSafeArray array(SafeArrayCreate(VT_UI1, 1, &bound));
-        EXPECT_TRUE(text && bytes && array && faults.Live() >= 3);
-        EXPECT_EQ(bytes.Get()[9], 0);
-    }
-    EXPECT_EQ(faults.Live(), 0u);
-    // A block that cannot grow stays; none is needed to begin with.
-    void* block = com::TaskRealloc(nullptr, 4);
-    ASSERT_TRUE(block);
-    faults.FailNth(1);
-    EXPECT_EQ(com::TaskRealloc(block, 1 << 20), nullptr);
-    EXPECT_EQ(faults.Live(), 1u);
-    com::TaskFree(block);
-    com::TaskFree(nullptr);
-}
-
-TEST(Lock, IsReentrantAndExclusive) {
-    com::CriticalSection section;
-    int counter = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int n = 0; n < 5000; ++n) {
-                const std::lock_guard outer(section);
-                const std::lock_guard inner(section);
-                ++counter;
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(counter, 20'000);
 }
 
 }  // namespace
