@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by ./dev: the Windows build under Wine. Packages, what is laid into the Wine root (tools/wine.sh) for a run,
 # and the account of the run; what happens in there is tools/windows_session.sh. Relies on `need`, `step`, `build` and
 # `record` of ./dev.
@@ -80,8 +81,8 @@ hand_over() {
 session() {
   local code=0
   in_wine_root bash /home/wine/run/session.sh "$1" || code=$?
-  rm -rf "$windows_folder/logs"
-  cp -r "$wine_home/run/logs" "$wine_home/run/results" "$windows_folder/" || true
+  as_root cp -r "$wine_home/run/logs" "$windows_folder/" || true
+  as_root chown -R "$(id -u):$(id -g)" "$windows_folder/logs" || true
   if [ "$code" = 130 ]; then exit 130; fi
   return "$code"
 }
@@ -92,9 +93,9 @@ demo_windows() {
   need_build_tools
   need_windows_tools
   install_needed
-  setup_wine
   echo "Building the converter for 32-bit Windows"
   build win32 talvo TalvoBinaryEncoding
+  setup_wine
   rm -rf "$windows_folder"
   mkdir -p "$windows_folder"/{32,samples}
   cp build/win32/bin/{talvo.exe,TalvoBinaryEncoding.dll} README.md "$windows_folder/32/"
@@ -104,12 +105,28 @@ demo_windows() {
   session demo
 }
 
+# --- one program ------------------------------------------------------------------------------------------------------
+
+# run_on_windows WIDTH PROGRAM ARGUMENT...: a program of the built preset, in a Windows with nothing registered.
+run_on_windows() {
+  case ${1:-} in 32 | 64) ;; *) usage >&2; exit 2 ;; esac
+  need_windows_tools
+  install_needed
+  setup_wine
+  rm -rf "$windows_folder"
+  mkdir -p "$windows_folder"/{"$1",data}
+  cp -r "build/win$1/bin/." "$windows_folder/$1"
+  cp -r tests/data/. "$windows_folder/data"
+  hand_over
+  in_wine_root bash /home/wine/run/session.sh run "$@"
+}
+
 # --- test -------------------------------------------------------------------------------------------------------------
 
 test_windows() {
   local start=$SECONDS
   printf '\n== windows\n'
-  if setup_wine && build win32 && build win64 &&
+  if build win32 && build win64 && setup_wine &&
     step "lay out for Wine" build/windows-layout.log lay_out_tests; then
     check_what_was_built win32
     check_what_was_built win64
@@ -136,9 +153,9 @@ account_for() {
       grep -aE -B 8 '^\[  FAILED|^not ok' "$windows_folder/logs/$1/$name" | tail -n 60 ||
         tail -n 20 "$windows_folder/logs/$1/$name" || true
     fi
-  done < <(grep "^$1"$'\t' "$windows_folder/results")
+  done < <(grep "^$1"$'\t' "$windows_folder/logs/results")
   # Its last case shows that the run came to its end.
-  if ! grep -q "^$1"$'\tregistry as it was\t' "$windows_folder/results"; then bad=$((bad + 1)); fi
+  if ! grep -q "^$1"$'\tregistry as it was\t' "$windows_folder/logs/results"; then bad=$((bad + 1)); fi
   record "${1}-bit Windows (Wine)" "$all" "$bad" $((took / 1000))
 }
 
@@ -149,7 +166,7 @@ compare_platforms() {
   printf '\nTests passed, by test program (-n failed, ~n excused)\n\n'
   {
     if [[ " $* " = *" linux "* && -e $linux ]]; then tr -d '\r' <"$linux"; fi
-    cat "$windows_folder/results"
+    cat "$windows_folder/logs/results"
   } | awk -F '\t' '
     function add(platform, program, key, count) {
       if (!(program in seen)) { seen[program] = 1; programs[++rows] = program }

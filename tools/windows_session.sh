@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# windows_session.sh tests|demo: runs inside the Wine root (tools/wine.sh), as an ordinary user, on what ./dev has put
+# windows_session.sh tests | demo | run WIDTH PROGRAM ARGUMENT...: runs inside the Wine root (tools/wine.sh), as an ordinary user, on what ./dev has put
 # into ~/run: 32/ and 64/ (programs and modules), data/, scripts/, samples/. Both widths run side by side, each in a
-# Windows prefix of its own. For every case one line goes to standard output and one to ~/run/results:
+# Windows prefix of its own. For every case one line goes to standard output and one to ~/run/logs/results:
 #   WIDTH CASE PASSED FAILED EXCUSED MILLISECONDS   (separated by tabs)
 # The whole output of a case is in ~/run/logs/WIDTH/CASE.
 set -uo pipefail
@@ -21,8 +21,12 @@ start_windows() {
   logs=$run/logs/$width
   module=$(windows_path "$bin/TalvoBinaryEncoding.dll")
   export WINEPREFIX=$HOME/prefix$width WINEARCH=win$width WINELOADER=/usr/lib/wine/wine${width/32/}
+  TALVO_COMMAND=$(windows_path "$bin/talvo.exe")
+  TALVO_TEST_DATA=$(windows_path "$run/data")
+  export TALVO_COMMAND TALVO_TEST_DATA TALVO_MODULE=$module TALVO_REGISTRY=prefix
   mkdir -p "$logs"
   cp "$HOME/fresh/prefix$width"/*.reg "$WINEPREFIX/"
+  rm -rf "$WINEPREFIX/drive_c/users/wine/Temp"/*
   serve
 }
 # The first process starts the system's services; they keep its output open for as long as they live.
@@ -54,7 +58,7 @@ regsvr32() { windows regsvr32 /s "$@" "$module"; }
 # result CASE PASSED FAILED EXCUSED START
 result() {
   local took=$(($(milliseconds) - $5))
-  printf '%s\t%s\t%d\t%d\t%d\t%d\n' "$width" "$1" "$2" "$3" "$4" "$took" >>"$run/results"
+  printf '%s\t%s\t%d\t%d\t%d\t%d\n' "$width" "$1" "$2" "$3" "$4" "$took" >>"$run/logs/results"
   printf '  %s-bit  %-26s %4d passed %3d failed %6d ms\n' "$width" "$1" "$2" "$3" "$took"
 }
 
@@ -93,7 +97,8 @@ test_script() {
     echo "(the script did not come to its end)" >>"$log"
     counts="$(grep -c '^ok ' "$log") $(($(grep -c '^not ok ' "$log") + 1))"
   fi
-  result "$name" ${counts} 0 "$start"
+  # shellcheck disable=SC2086
+  result "$name" $counts 0 "$start"
 }
 
 # A sample of the documentation prints what the documentation says, to the letter. samples/NAME has its output in
@@ -140,8 +145,6 @@ without_type_library() {
 tests_of_width() {
   local program file
   start_windows "$1"
-  export TALVO_MODULE=$module TALVO_REGISTRY=prefix
-  export TALVO_COMMAND=$(windows_path "$bin/talvo.exe") TALVO_TEST_DATA=$(windows_path "$run/data")
   keep_registry before
   for program in "$bin"/test_*.exe; do
     if [ -e "$program" ]; then test_program "$program"; else check "test programs" false; fi
@@ -217,10 +220,18 @@ demo() {
 
 case $1 in
   tests)
-    : >"$run/results"
+    mkdir -p "$run/logs"
     tests_of_width 32 &
     tests_of_width 64 &
     wait
     ;;
   demo) demo ;;
+  run)
+    start_windows "$2"
+    cd "$bin" || exit 1
+    code=0
+    limit=3600 windows "${@:3}" || code=$?
+    stop_windows
+    exit "$code"
+    ;;
 esac

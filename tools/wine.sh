@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2016,SC2034
 # Sourced by ./dev: a Wine of our own, 32 and 64 bit. It lives in a root folder below the user's cache folder, made
 # once per machine by debootstrap and shared by every clone, so that the machine itself needs no 32-bit packages.
 # What runs in it runs as an ordinary user, in mount and process namespaces of its own: bind mounts and every process
@@ -9,6 +10,10 @@ wine_root=$wine_cache/wine-1  # counts up when what is made below changes
 wine_home=$wine_root/home/wine
 
 need_wine() {
+  if [ "$(id -u)" != 0 ] && ! command -v sudo >/dev/null; then
+    echo "The Windows side needs root: its Wine lives in a root folder of its own. Run this as root, or install sudo." >&2
+    exit 1
+  fi
   if [ ! -d "$wine_root" ]; then
     need debootstrap "makes the root folder that Wine lives in" command -v debootstrap
   fi
@@ -17,10 +22,6 @@ need_wine() {
 # One user of the Wine root at a time: registrations of two runs would mix. The lock goes with the last process that
 # holds its descriptor.
 wine_lock() {
-  if [ "$(id -u)" != 0 ] && ! command -v sudo >/dev/null; then
-    echo "The Windows side needs root: its Wine lives in a root folder of its own. Run this as root, or install sudo." >&2
-    return 1
-  fi
   mkdir -p "$wine_cache"
   exec {wine_lock_descriptor}>"$wine_cache/lock"
   if ! flock --nonblock "$wine_lock_descriptor"; then
