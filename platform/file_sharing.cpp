@@ -90,9 +90,9 @@ void Pause(int attempt) {
 
 bool ClaimSharing(int file, DWORD access, DWORD share) {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        if (attempt != 0) Pause(attempt);
         if (LeaveMarks(file, access, share) && !IsContradicted(file, access, share)) return true;
         RemoveMarks(file);
-        Pause(attempt);
     }
     return false;
 }

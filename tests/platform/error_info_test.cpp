@@ -92,6 +92,7 @@ TEST(ErrorInfo, BelongsToItsThread) {
     IErrorInfo* info = MakeInfo(OLESTR("shared"));
     SetErrorInfo(0, info);
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([info] {
             IErrorInfo* got = nullptr;
@@ -138,6 +139,7 @@ TEST(CriticalSection, CountsWithInterlockedNumbers) {
     LONG interlocked = 0, added = 0;
     int guarded = 0;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < 5000; ++round) {

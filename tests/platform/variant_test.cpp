@@ -55,8 +55,8 @@ VARIANT String(const OLECHAR* text) {
 std::string Shown(const VARIANT& v) {
     VARIANT text = Make(VT_EMPTY);
     VariantChangeTypeEx(&text, const_cast<VARIANT*>(&v), 0x409, 0, VT_BSTR);
-    const std::string result(text.vt == VT_BSTR ? text.bstrVal : nullptr,
-                             text.vt == VT_BSTR ? text.bstrVal + SysStringLen(text.bstrVal) : nullptr);
+    std::string result(text.vt == VT_BSTR ? text.bstrVal : nullptr,
+                       text.vt == VT_BSTR ? text.bstrVal + SysStringLen(text.bstrVal) : nullptr);
     VariantClear(&text);
     return result;
 }
