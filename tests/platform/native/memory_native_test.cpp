@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/allocation_faults.h"
+
 namespace {
 
 TEST(NativeMemory, ArraysBeyondFourGigabytesAreRefused) {
@@ -32,6 +34,28 @@ TEST(NativeMemory, FailedReallocationKeepsTheBlock) {
     EXPECT_FALSE(allocator->Realloc(block, static_cast<SIZE_T>(1) << 45));
     EXPECT_GE(allocator->GetSize(block), 16u);
     allocator->Free(block);
+}
+
+// What the stand-in allocates for itself: a failure becomes the caller's error, never an exception.
+TEST(NativeMemory, ItsOwnAllocationsMayFail) {
+    const auto story = [](talvo::test::AllocationFaults&) {
+        ICreateErrorInfo* info = nullptr;
+        HRESULT hr = CreateErrorInfo(&info);
+        EXPECT_EQ(hr, info ? S_OK : E_OUTOFMEMORY);
+        if (info) {
+            hr = info->SetDescription(const_cast<LPOLESTR>(OLESTR("longer than what a string keeps in itself")));
+            EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY);
+            info->Release();
+        }
+        char name[1024];
+        if (GetModuleFileNameA(nullptr, name, sizeof name) == 0) {
+            EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+        }
+        EXPECT_FALSE(LoadLibraryW(OLESTR("no_such_folder/a_name_that_needs_room_of_its_own.so")));
+        const DWORD error = GetLastError();
+        EXPECT_TRUE(error == ERROR_MOD_NOT_FOUND || error == ERROR_NOT_ENOUGH_MEMORY);
+    };
+    talvo::test::ForEachFailingAllocation(story, talvo::test::FaultKind::New);
 }
 
 }  // namespace
