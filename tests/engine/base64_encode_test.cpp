@@ -117,20 +117,22 @@ TEST(Base64Encode, SizesBeyond32Bits) {
         const char* name;
         uint32_t line;
         int32_t type;
+        size_t held;
         uint64_t source;
         uint64_t size;
     } kRows[] = {
-        {"largest that fits", 0, kNoBreak, 3221225469u, 0xFFFFFFFC},
-        {"one byte more", 0, kNoBreak, 3221225470u, 0x100000000},
-        {"largest source", 0, kNoBreak, 0xFFFFFFFF, 5726623060},
-        {"in default lines", 0, kCrLf, 0xFFFFFFFF, 5726623060 + 2 * 75350303ull},
-        {"in shortest lines", 4, kLf, 0xFFFFFFFF, 5726623060 + 1431655764ull},
-        {"in longest lines", 0xFFFFFFFF, kCrLf, 0xFFFFFFFF, 5726623060 + 2},
+        {"largest that fits", 0, kNoBreak, 0, 3221225469u, 0xFFFFFFFC},
+        {"one byte more", 0, kNoBreak, 0, 3221225470u, 0x100000000},
+        {"largest source", 0, kNoBreak, 0, 0xFFFFFFFF, 5726623060},
+        {"and two bytes held", 0, kNoBreak, 2, 0xFFFFFFFF, 5726623064},
+        {"in default lines", 0, kCrLf, 0, 0xFFFFFFFF, 5726623060 + 2 * 75350303ull},
+        {"in shortest lines", 4, kLf, 0, 0xFFFFFFFF, 5726623060 + 1431655764ull},
+        {"in longest lines", 0xFFFFFFFF, kCrLf, 0, 0xFFFFFFFF, 5726623060 + 2},
     };
     for (const auto& row : kRows) {
         EncodingSession session;
         Encoder(row.line, row.type)(session);
-        ASSERT_EQ(Feed(session, Direction::Encode, {}, false).Code, S_OK);
+        ASSERT_EQ(Feed(session, Direction::Encode, std::string(row.held, 'x'), false).Code, S_OK);
         EXPECT_EQ(Base64EncodedSize(session, row.source, true), row.size) << row.name;
     }
     AllocationFaults watch;
