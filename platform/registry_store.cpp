@@ -70,11 +70,8 @@ void CreateFolders(const std::string& fileName) {
 
 // A link to the real file stays a link: the file it leads to is the one replaced.
 std::string Resolved(const std::string& name) {
-    char* const real = realpath(name.c_str(), nullptr);
-    if (!real) return name;
-    std::string resolved(real);
-    std::free(real);
-    return resolved;
+    const std::unique_ptr<char, decltype(&std::free)> real(realpath(name.c_str(), nullptr), &std::free);
+    return real ? std::string(real.get()) : name;
 }
 
 const char* Variable(const char* name) {

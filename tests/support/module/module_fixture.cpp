@@ -1,3 +1,4 @@
+// See module_fixture.h.
 #include "tests/support/module/module_fixture.h"
 
 #include <cstdio>
