@@ -1,0 +1,243 @@
+// What registering the module writes, what unregistering removes and leaves, and the type library's registration.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+
+#include <gtest/gtest.h>
+
+#include "server/type_library.h"
+#include "tests/component/variants.h"
+#include "tests/server/registry_tree.h"
+
+namespace talvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+const struct {
+    CLSID Class;
+    const char* ProgId;  // without its version
+    const char* Description;
+} kClasses[] = {
+    {CLSID_TalvoBinaryEncoding, "Talvo.BinaryEncoding", "TalvoBinaryEncoding ActiveX"},
+    {CLSID_TalvoUUEncodingFormat, "Talvo.UUEncoding", "TalvoUUEncoding Class"},
+    {CLSID_TalvoXXEncodingFormat, "Talvo.XXEncoding", "TalvoXXEncoding Class"},
+    {CLSID_TalvoBase64EncodingFormat, "Talvo.Base64Encoding", "TalvoBase64Encoding Class"},
+    {CLSID_TalvoHexaEncodingFormat, "Talvo.HexaEncoding", "TalvoHexaEncoding Class"},
+    {CLSID_TalvoBinHexEncodingFormat, "Talvo.BinHexEncoding", "TalvoBinHexEncoding Class"},
+    {CLSID_TalvoQuotedPrintableEncodingFormat, "Talvo.QuotedPrintableEncoding", "TalvoQuotedPrintableEncoding Class"},
+};
+
+// Every key and value that the classes are to have, and no other.
+RegistryTree ExpectedKeys(const std::string& module) {
+    RegistryTree keys;
+    for (const auto& row : kClasses) {
+        const std::string name = row.ProgId;
+        const std::string versioned = name + ".1";
+        const std::string clsid = GuidText(row.Class);
+        const std::string classKey = "CLSID\\" + clsid;
+        keys[versioned] = keys[name] = keys[classKey] = row.Description;
+        keys[versioned + "\\CLSID"] = keys[name + "\\CLSID"] = clsid;
+        keys[name + "\\CurVer"] = keys[classKey + "\\ProgID"] = versioned;
+        keys[classKey + "\\VersionIndependentProgID"] = name;
+        keys[classKey + "\\Programmable"] = "-";
+        keys[classKey + "\\InprocServer32"] = module;
+        keys[classKey + "\\InprocServer32 : ThreadingModel"] = "Both";
+        keys[classKey + "\\TypeLib"] = GuidText(LIBID_TalvoBinaryEncodingLib);
+        if (!IsEqualCLSID(row.Class, CLSID_TalvoBinaryEncoding)) continue;
+        keys[versioned + "\\Insertable"] = keys[classKey + "\\Control"] = keys[classKey + "\\Insertable"] = "-";
+        keys[classKey + "\\ToolboxBitmap32"] = module + ", 101";
+        keys[classKey + "\\MiscStatus"] = "0";
+        keys[classKey + "\\MiscStatus\\1"] = "132497";
+        keys[classKey + "\\Version"] = "1.1";
+    }
+    return keys;
+}
+
+RegistryTree ClassKeys() {
+    RegistryTree keys;
+    for (const auto& row : kClasses) {
+        AddTree(keys, row.ProgId);
+        AddTree(keys, std::string(row.ProgId) + ".1");
+        AddTree(keys, "CLSID\\" + GuidText(row.Class));
+    }
+    return keys;
+}
+
+std::string LibraryKey() { return "TypeLib\\" + GuidText(LIBID_TalvoBinaryEncodingLib); }
+
+RegistryTree EverythingOfOurs() {
+    RegistryTree keys = ClassKeys();
+    AddTree(keys, LibraryKey());
+    for (const IID& iid : {IID_DTalvoBinaryEncoding, IID_ITalvoBinaryEncoding, IID_DTalvoBase64EncodingFormat,
+                           IID_ITalvoProcessData, IID_ITalvoEncodeData})
+        AddTree(keys, "Interface\\" + GuidText(iid));
+    return keys;
+}
+
+// The registry file; empty where the registry is none.
+std::string RegistryFile() {
+    std::ifstream file(std::getenv("TALVO_REGISTRY"), std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+TEST(Registration, WritesTheKeysOfEveryClass) {
+    EXPECT_EQ(ClassKeys(), ExpectedKeys(Module::Get().Path()));
+    const RegistryTree before = EverythingOfOurs();
+    const std::string fileBefore = RegistryFile();
+    EXPECT_EQ(Name(Module::Get().Register()), "S_OK");
+    EXPECT_EQ(EverythingOfOurs(), before);
+    EXPECT_EQ(RegistryFile(), fileBefore);
+}
+
+TEST(Registration, RoundsLeaveTheRegistryAsItWas) {
+    const RegistryTree registered = EverythingOfOurs();
+    const std::string fileRegistered = RegistryFile();
+    EXPECT_EQ(Name(Module::Get().Unregister()), "S_OK");
+    EXPECT_EQ(EverythingOfOurs(), RegistryTree());
+    const std::string fileUnregistered = RegistryFile();
+    EXPECT_EQ(Name(Module::Get().Unregister()), "S_OK");  // with nothing there
+    EXPECT_EQ(Name(Module::Get().Register()), "S_OK");
+    EXPECT_EQ(EverythingOfOurs(), registered);
+    EXPECT_EQ(RegistryFile(), fileRegistered);
+    EXPECT_EQ(Name(Module::Get().Unregister()), "S_OK");
+    EXPECT_EQ(RegistryFile(), fileUnregistered);
+    EXPECT_EQ(Name(Module::Get().Register()), "S_OK");
+}
+
+TEST(Registration, LeavesWhatOthersHavePutThere) {
+    const std::string otherClass = "CLSID\\{11111111-2222-3333-4444-555555555555}";
+    WriteKey(otherClass, "Somebody else's");
+    WriteKey("Talvo.UUEncoding.1\\shell", "mine");
+    WriteKey("Talvo.UUEncoding\\CLSID\\note", "mine");
+    WriteKey("CLSID\\" + GuidText(CLSID_TalvoUUEncodingFormat) + "\\Extra", "goes with its class");
+    EXPECT_EQ(Name(Module::Get().Unregister()), "S_OK");
+    EXPECT_EQ(ClassKeys(), (RegistryTree{{"Talvo.UUEncoding.1", "-"},
+                                         {"Talvo.UUEncoding.1\\shell", "mine"},
+                                         {"Talvo.UUEncoding", "-"},
+                                         {"Talvo.UUEncoding\\CLSID", "-"},
+                                         {"Talvo.UUEncoding\\CLSID\\note", "mine"}}));
+    EXPECT_EQ(ReadTree(otherClass), (RegistryTree{{otherClass, "Somebody else's"}}));
+    for (const char* key : {"Talvo.UUEncoding.1", "Talvo.UUEncoding"}) EXPECT_EQ(DeleteKeys(key), ERROR_SUCCESS);
+    EXPECT_EQ(DeleteKeys(otherClass), ERROR_SUCCESS);
+
+    // A registration finds what is left of an older one below its class and starts that afresh.
+    WriteKey("CLSID\\" + GuidText(CLSID_TalvoXXEncodingFormat) + "\\Stale", "from long ago");
+    EXPECT_EQ(Name(Module::Get().Register()), "S_OK");
+    EXPECT_EQ(ClassKeys(), ExpectedKeys(Module::Get().Path()));
+}
+
+// --- A second copy of the module, in a folder of its own
+
+std::string Folder(const std::string& path) { return path.substr(0, path.find_last_of("\\/")); }
+
+class ModuleCopy {
+public:
+    explicit ModuleCopy(bool withHelp) {
+        root_ = fs::temp_directory_path() / ("talvo-test-" + std::to_string(std::rand()));
+        fs::create_directories(root_ / "bin");
+        if (withHelp) fs::create_directories(root_ / "Help");
+        const fs::path copy = root_ / "bin" / fs::path(Module::Get().Path()).filename();
+        fs::copy_file(Module::Get().Path(), copy);
+        handle_ = LoadLibraryW(copy.string<WCHAR>().c_str());
+        EXPECT_TRUE(handle_);
+    }
+    ~ModuleCopy() {
+        EXPECT_EQ(Export<HRESULT STDAPICALLTYPE()>(handle_, "DllCanUnloadNow")(), S_OK);
+        EXPECT_TRUE(FreeLibrary(handle_));
+        std::error_code ignored;
+        fs::remove_all(root_, ignored);
+    }
+
+    HRESULT Call(const char* name) const { return Export<HRESULT STDAPICALLTYPE()>(handle_, name)(); }
+    std::string Path() const {
+        char path[1024];
+        return std::string(path, GetModuleFileNameA(handle_, path, sizeof(path)));
+    }
+    template <class Interface>
+    com::ComPtr<Interface> New(REFCLSID clsid) const {
+        com::ComPtr<IClassFactory> factory;
+        com::ComPtr<Interface> object;
+        EXPECT_EQ(Export<HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**)>(handle_, "DllGetClassObject")(
+                      clsid, IID_IClassFactory, factory.PutVoid()),
+                  S_OK);
+        EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(Interface), object.PutVoid()), S_OK);
+        return object;
+    }
+
+private:
+    fs::path root_;
+    HMODULE handle_ = nullptr;
+};
+
+TEST(Registration, TheTypeLibraryIsRegisteredWithItsHelpFolder) {
+    for (const bool withHelp : {false, true}) {
+        {
+            const ModuleCopy copy(withHelp);
+            ASSERT_EQ(Name(copy.Call("DllRegisterServer")), "S_OK");
+            EXPECT_EQ(ClassKeys(), ExpectedKeys(copy.Path()));
+            com::UniqueBstr path;
+            EXPECT_EQ(QueryPathOfRegTypeLib(LIBID_TalvoBinaryEncodingLib, 1, 1, 1033, path.Put()), S_OK);
+            EXPECT_EQ(Narrow({path.Get(), WideText(path.Get()).size()}), copy.Path());
+            RegistryTree library = ReadTree(LibraryKey());
+            EXPECT_EQ(library[LibraryKey() + "\\1.1"], "Talvo Binary Encoding 1.1 Type Library");
+            const std::string folder = Folder(copy.Path());
+            const std::string separator = folder.substr(Folder(folder).size(), 1);
+            EXPECT_EQ(library[LibraryKey() + "\\1.1\\HELPDIR"],
+                      withHelp ? Folder(folder) + separator + "Help" : folder);
+        }
+        EXPECT_EQ(Name(Module::Get().Register()), "S_OK");
+    }
+}
+
+TEST(Registration, HelpDirectory) {
+    const fs::path root = fs::temp_directory_path() / ("talvo-help-" + std::to_string(std::rand()));
+    fs::create_directories(root / "with" / "Help");
+    fs::create_directories(root / "file" / "bin");
+    std::ofstream(root / "file" / "Help") << "not a folder";
+    const auto wide = [](const fs::path& path) { return path.string<WCHAR>(); };
+    for (const WCHAR separator : {WCHAR{'\\'}, WCHAR{'/'}}) {
+        const auto below = [&](const char* folder, const char* rest) {
+            return wide(root / folder) + separator + Widen(rest);
+        };
+        EXPECT_EQ(HelpDirectory(below("with", "bin") + separator + Widen("x.dll")), below("with", "Help"));
+        EXPECT_EQ(HelpDirectory(below("file", "bin") + separator + Widen("x.dll")), below("file", "bin"));
+    }
+    EXPECT_EQ(HelpDirectory(Widen("x.dll")), WideText());
+    EXPECT_EQ(HelpDirectory(Widen("bin/x.dll")), Widen("bin"));
+    fs::remove_all(root);
+}
+
+// Without its type library a module serves native callers and nobody else; registered, it serves all, at once.
+TEST(Registration, LateBoundCallsNeedTheTypeLibrary) {
+    const ModuleCopy copy(false);  // nobody has loaded its type information yet
+    ASSERT_EQ(Name(Module::Get().Unregister()), "S_OK");
+    const auto format = copy.New<ITalvoEncodeData>(CLSID_TalvoBase64EncodingFormat);
+    const auto dual = As<DTalvoBase64EncodingFormat>(format);
+    EXPECT_EQ(Call(dual.Get(), "MaxLineLength", DISPATCH_PROPERTYGET).Code, "TYPE_E_LIBNOTREGISTERED");
+    EXPECT_EQ(Invoke(dual.Get(), 1402, DISPATCH_PROPERTYGET, {}, {}).Code, "TYPE_E_LIBNOTREGISTERED");
+    com::ComPtr<ITypeInfo> info;
+    EXPECT_EQ(Name(dual->GetTypeInfo(0, 0, info.Put())), "TYPE_E_LIBNOTREGISTERED");
+    EXPECT_EQ(Process(format.Get(), "ABC", true).Bytes, "QUJD");
+    EXPECT_EQ(Name(dual->put_EndOfLineType(static_cast<ETBEndOfLineType>(bltCr))), "S_OK");
+    EXPECT_EQ(Name(dual->get_MaxLineLength(nullptr)), "E_POINTER");
+    EXPECT_EQ(TakeError(), ErrorOf("", E_POINTER));  // no class is registered, so none is named as the source
+
+    // A component comes without its default format, and works once it is given one.
+    const auto component = copy.New<ITalvoBinaryEncoding>(CLSID_TalvoBinaryEncoding);
+    BYTE* block = nullptr;
+    DWORD size = 0;
+    const BYTE source[] = {'A', 'B', 'C'};
+    EXPECT_EQ(Name(component->Encode(source, 3, 1, &block, &size)), "berNoEncodingFormat");
+    EXPECT_EQ(component->putref_EncodingFormat(format.Get()), S_OK);
+    EXPECT_EQ(Name(component->Encode(source, 3, 1, &block, &size)), "S_OK");
+    EXPECT_EQ(TakeBlock(block, size), "QUJD");
+
+    ASSERT_EQ(Name(Module::Get().Register()), "S_OK");
+    EXPECT_EQ(Call(dual.Get(), "MaxLineLength", DISPATCH_PROPERTYGET).Result.Show(), "number 0");
+}
+
+}  // namespace
+}  // namespace talvo::test
