@@ -18,6 +18,21 @@ LONG OpenRegistryKey(HKEY parent, std::u16string_view name, REGSAM wanted, HKEY*
     return code;
 }
 
+// A handle that goes again unless it is kept.
+class PendingHandle {
+public:
+    explicit PendingHandle(HKEY handle) : handle_(handle) {}
+    ~PendingHandle() {
+        if (handle_) OpenKeys::Instance().Close(handle_);
+    }
+    PendingHandle(const PendingHandle&) = delete;
+    PendingHandle& operator=(const PendingHandle&) = delete;
+    HKEY Keep() { return std::exchange(handle_, nullptr); }
+
+private:
+    HKEY handle_;
+};
+
 LONG AddRegistryKey(const KeyTarget& target, bool& created) {
     return RegistryStore::Instance().Change([&](RegistryTree& tree, bool& changed) -> LONG {
         if (!target.HandleKey(tree)) return ERROR_KEY_DELETED;
@@ -36,12 +51,13 @@ LONG CreateRegistryKey(HKEY parent, std::u16string_view name, REGSAM wanted, HKE
     RegistryKey* key = nullptr;
     bool created = false;
     code = RegistryStore::Instance().Read([&](RegistryTree& tree) { return target.Find(tree, key); });
-    if (code == ERROR_FILE_NOT_FOUND) {
-        if (!(target.rights & KEY_CREATE_SUB_KEY)) return ERROR_ACCESS_DENIED;
-        code = AddRegistryKey(target, created);
-    }
+    if (code == ERROR_FILE_NOT_FOUND && !(target.rights & KEY_CREATE_SUB_KEY)) return ERROR_ACCESS_DENIED;
+    if (code != ERROR_SUCCESS && code != ERROR_FILE_NOT_FOUND) return code;
+    // The handle comes first: once the key is there, nothing may fail any more.
+    PendingHandle handle(OpenKeys::Instance().Add(target, wanted));
+    if (code == ERROR_FILE_NOT_FOUND) code = AddRegistryKey(target, created);
     if (code != ERROR_SUCCESS) return code;
-    *result = OpenKeys::Instance().Add(target, wanted);
+    *result = handle.Keep();
     if (disposition) *disposition = created ? REG_CREATED_NEW_KEY : REG_OPENED_EXISTING_KEY;
     return ERROR_SUCCESS;
 }

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
@@ -71,8 +72,8 @@ void CreateFolders(const std::string& fileName) {
 
 // A link to the real file stays a link: the file it leads to is the one replaced.
 std::string Resolved(const std::string& name) {
-    const std::unique_ptr<char, decltype(&std::free)> real(realpath(name.c_str(), nullptr), &std::free);
-    return real ? std::string(real.get()) : name;
+    char real[PATH_MAX];
+    return realpath(name.c_str(), real) ? real : name;
 }
 
 const char* Variable(const char* name) {

@@ -25,7 +25,7 @@ bool IsValueName(std::u16string_view name) { return name.size() <= kMaxValueName
 
 bool SplitPath(std::u16string_view text, RegistryPath& path) {
     path.clear();
-    if (!text.empty() && text.back() == u'\\') text.remove_suffix(1);
+    if (text.size() > 1 && text.back() == u'\\') text.remove_suffix(1);
     while (!text.empty()) {
         const size_t end = std::min(text.find(u'\\'), text.size());
         const std::u16string_view name = text.substr(0, end);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <new>
 #include <string>
@@ -98,10 +99,8 @@ std::u16string FullPath(const OLECHAR* file) {
     std::string name;
     std::u16string full;
     if (!Narrow(SystemPath(file), name)) return file;
-    char* const real = realpath(name.c_str(), nullptr);
-    const bool ok = real && Widen(real, full);
-    std::free(real);
-    return ok ? full : std::u16string(file);
+    char real[PATH_MAX];
+    return realpath(name.c_str(), real) && Widen(real, full) ? full : std::u16string(file);
 }
 
 HRESULT RegisterFile(ITypeLib* library, const OLECHAR* file) {
