@@ -25,7 +25,8 @@ const struct {
     {"CURRENCY", VT_CY},      {"DECIMAL", VT_DECIMAL},   {"SCODE", VT_ERROR},    {"HRESULT", VT_HRESULT},
     {"VARIANT", VT_VARIANT},  {"VARIANT_BOOL", VT_BOOL}, {"BSTR", VT_BSTR},      {"LPSTR", VT_LPSTR},
     {"LPCSTR", VT_LPSTR},     {"LPWSTR", VT_LPWSTR},     {"LPCWSTR", VT_LPWSTR}, {"LPOLESTR", VT_LPWSTR},
-    {"LPCOLESTR", VT_LPWSTR}, {"LCID", VT_UI4},          {"DISPID", VT_I4},      {"OLE_COLOR", VT_UI4}, {"SIZE_T", VT_UI8},
+    {"LPCOLESTR", VT_LPWSTR}, {"LCID", VT_UI4},          {"DISPID", VT_I4},      {"OLE_COLOR", VT_UI4},
+    {"SIZE_T", VT_UI8},
 };
 
 // Words that together name a number: unsigned long int, ...
