@@ -89,8 +89,8 @@ private:
     IUnknown* outer_;
 };
 
-// Creates a `Class` (constructed from its outer object, completed by FinalConstruct) and asks it for `iid`. The caller has
-// cleared `*object`: a creation that fails does not touch it.
+// Creates a `Class` (constructed from its outer object, completed by FinalConstruct) and asks it for `iid`. The caller
+// has cleared `*object`: a creation that fails does not touch it.
 template <class Class>
 HRESULT CreateObject(IUnknown* outer, REFIID iid, void** object) noexcept {
     Class* const created = new (std::nothrow) Class(outer);

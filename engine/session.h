@@ -33,9 +33,9 @@ public:
     EncodingSession& operator=(const EncodingSession&) = delete;
     virtual ~EncodingSession();
 
-    // Converts one chunk; the first opens the session, `endOfData` closes it. Success (S_OK or a warning): a new task block
-    // that the caller owns, or null and 0. A step that fails returns no block and closes the session. Refused with the
-    // session as it was: E_POINTER (null `source` with a size), berInternalError (a missing out parameter),
+    // Converts one chunk; the first opens the session, `endOfData` closes it. Success (S_OK or a warning): a new task
+    // block that the caller owns, or null and 0. A step that fails returns no block and closes the session. Refused
+    // with the session as it was: E_POINTER (null `source` with a size), berInternalError (a missing out parameter),
     // berSessionOpened (the other direction is open).
     HRESULT EncodeChunk(const BYTE* source, uint32_t size, bool endOfData, BYTE** out, DWORD* outSize) noexcept;
     HRESULT DecodeChunk(const BYTE* source, uint32_t size, bool endOfData, BYTE** out, DWORD* outSize) noexcept;
