@@ -84,13 +84,15 @@ void WriteValue(const RegistryValue& value, std::string& out) {
 void WriteKey(const RegistryKey& key, const std::string& path, std::string& out) {
     // A key that holds nothing but keys is implied by them.
     if (!key.values.empty() || key.keys.empty()) {
-        out += "\n[" + path + "]\n";
+        out += "\n[";
+        out += path;
+        out += "]\n";
         for (const RegistryValue& value : key.values) WriteValue(value, out);
     }
     for (const auto& entry : key.keys) {
         std::string name;
         static_cast<void>(Narrow(entry.second->name, name));
-        WriteKey(*entry.second, path + '\\' + name, out);
+        WriteKey(*entry.second, std::string(path).append(1, '\\').append(name), out);
     }
 }
 

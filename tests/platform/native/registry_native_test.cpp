@@ -27,8 +27,8 @@ namespace fs = std::filesystem;
 class RegistryFile : public testing::Test {
 protected:
     void SetUp() override {
-        char name[] = "/tmp/registry-test-XXXXXX";
-        folder_ = mkdtemp(name);
+        std::string name = fs::temp_directory_path() / "registry-test-XXXXXX";
+        folder_ = mkdtemp(name.data());
         for (const char* variable : kVariables) {
             const char* const value = std::getenv(variable);
             before_.emplace_back(value ? std::optional<std::string>(value) : std::nullopt);
