@@ -150,7 +150,7 @@ account_for() {
     all=$((all + passed)) bad=$((bad + failed)) took=$((took + milliseconds))
     if [ "$failed" != 0 ]; then
       printf '\n-- %s-bit Windows, %s (%s)\n' "$1" "$name" "$windows_folder/logs/$1/$name"
-      grep -aE -B 8 '^\[  FAILED|^not ok' "$windows_folder/logs/$1/$name" | tail -n 60 ||
+      grep -aE -B 12 '^\[  FAILED  \] .* \([0-9]+ ms\)$|^not ok' "$windows_folder/logs/$1/$name" | tail -n 60 ||
         tail -n 20 "$windows_folder/logs/$1/$name" || true
     fi
   done < <(grep "^$1"$'\t' "$windows_folder/logs/results")
