@@ -51,10 +51,10 @@ private:
 }  // namespace
 
 WidePath HelpDirectory(const WidePath& modulePath) {
-    const WidePath folder = FolderOf(modulePath);
+    WidePath folder = FolderOf(modulePath);
     const size_t separator = folder.find_last_of(kSeparators);
     if (separator != WidePath::npos) {
-        const WidePath help = folder.substr(0, separator + 1) + OLESTR("Help");
+        WidePath help = folder.substr(0, separator + 1) + OLESTR("Help");
         if (IsFolder(help)) return help;
     }
     return folder;
