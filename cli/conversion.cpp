@@ -193,10 +193,8 @@ private:
         return {exit, {message}};
     }
 
-    // A reader that has seen enough, such as `head`, is no reason to complain.
     Failure WriteFailure(DWORD code) const {
-        if (destination_.IsStandard() && (code == ERROR_BROKEN_PIPE || code == ERROR_NO_DATA))
-            return {ExitCode::FileFailed, {}};
+        if (destination_.IsStandard() && ReaderIsGone(code)) return {ExitCode::FileFailed, {}};
         return FileFailure(destination_.Name(), "write", code);
     }
 

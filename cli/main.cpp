@@ -20,8 +20,7 @@ namespace {
 ExitCode Print(std::string_view text) {
     const DWORD code = WriteText(STD_OUTPUT_HANDLE, text);
     if (code == ERROR_SUCCESS) return ExitCode::Done;
-    if (code != ERROR_BROKEN_PIPE && code != ERROR_NO_DATA)
-        Say("standard output: cannot write: " + DescribeError(code));
+    if (!ReaderIsGone(code)) Say("standard output: cannot write: " + DescribeError(code));
     return ExitCode::FileFailed;
 }
 

@@ -73,6 +73,10 @@ DWORD WriteText(DWORD standardStream, std::string_view text) {
     return WriteWhole(file, std::span(reinterpret_cast<const BYTE*>(text.data()), text.size()), written);
 }
 
+bool ReaderIsGone(DWORD code) {
+    return code == ERROR_BROKEN_PIPE || code == ERROR_NO_DATA || code == ERROR_PIPE_NOT_CONNECTED;
+}
+
 bool IsTerminal(HANDLE file) {
     DWORD mode = 0;
     return file != INVALID_HANDLE_VALUE && GetFileType(file) == FILE_TYPE_CHAR && GetConsoleMode(file, &mode);

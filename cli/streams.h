@@ -29,6 +29,8 @@ HANDLE StandardHandle(DWORD which);
 [[nodiscard]] DWORD WriteWhole(HANDLE file, std::span<const BYTE> bytes, ULONGLONG& written);
 // The same for text on a standard stream.
 DWORD WriteText(DWORD standardStream, std::string_view text);
+// Of a write's code: nobody reads the pipe any more, as `head` when it has seen enough. No reason to complain.
+bool ReaderIsGone(DWORD code);
 
 bool IsTerminal(HANDLE file);
 

@@ -68,6 +68,7 @@ constexpr Row kErrors[] = {
     {ERROR_FILENAME_EXCED_RANGE, "The filename or extension is too long."},
     {ERROR_FILE_TOO_LARGE, "The file size exceeds the limit allowed and cannot be saved."},
     {ERROR_NO_DATA, "The pipe is being closed."},
+    {ERROR_PIPE_NOT_CONNECTED, "No process is on the other end of the pipe."},
     {ERROR_MORE_DATA, "More data is available."},
     {ERROR_NO_MORE_ITEMS, "No more data is available."},
     {ERROR_DIRECTORY, "The directory name is invalid."},

@@ -145,10 +145,10 @@ check_what_was_built() {
 
 # account_for WIDTH: the figures of one Windows, and the end of the log of what failed there.
 account_for() {
-  local name passed failed all=0 bad=0 took=0 milliseconds
-  while IFS=$'\t' read -r _ name passed failed _ milliseconds; do
-    all=$((all + passed)) bad=$((bad + failed)) took=$((took + milliseconds))
-    if [ "$failed" != 0 ]; then
+  local name good wrong all=0 bad=0 took=0 milliseconds
+  while IFS=$'\t' read -r _ name good wrong _ milliseconds; do
+    all=$((all + good)) bad=$((bad + wrong)) took=$((took + milliseconds))
+    if [ "$wrong" != 0 ]; then
       printf '\n-- %s-bit Windows, %s (%s)\n' "$1" "$name" "$windows_folder/logs/$1/$name"
       grep -aE -B 12 '^\[  FAILED  \] .* \([0-9]+ ms\)$|^not ok' "$windows_folder/logs/$1/$name" | tail -n 60 ||
         tail -n 20 "$windows_folder/logs/$1/$name" || true

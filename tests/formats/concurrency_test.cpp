@@ -3,13 +3,13 @@
 #include <chrono>
 #include <functional>
 #include <random>
-#include <semaphore>
 #include <set>
 #include <thread>
 #include <vector>
 
 #include "tests/formats/client_processor.h"
 #include "tests/formats/format_classes.h"
+#include "tests/support/signal.h"
 
 namespace talvo::test {
 namespace {
@@ -26,10 +26,10 @@ public:
             const ComThread com;
             call();
         });
-        inside_.acquire();
+        inside_.Await();
     }
     void Finish() {
-        goOn_.release();
+        goOn_.Raise();
         thread_.join();
     }
 
@@ -38,11 +38,11 @@ public:
     com::ComPtr<typename Format::Dual> Dual = As<typename Format::Dual>(Data);
 
 private:
-    std::binary_semaphore inside_{0};
-    std::binary_semaphore goOn_{0};
+    Signal inside_;
+    Signal goOn_;
     com::ComPtr<ClientProcessor> processor_ = ClientProcessor::New([this](const char*, std::string_view, LONG) {
-        inside_.release();
-        goOn_.acquire();
+        inside_.Raise();
+        goOn_.Await();
         return Reply{S_PASSTHROUGH};
     });
     std::thread thread_;
