@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "engine/base64_tables.h"
+#include "engine/decode_loop.h"
 #include "engine/kernels/kernels.h"
 #include "engine/steps.h"
 #include "engine/verdict.h"
@@ -27,7 +28,6 @@ public:
     Base64Reader(EncodingSession& session, const Output& out) noexcept
         : s_(session), write_(out), verdict_(session.ContinueOnInvalidData) {}
 
-    // Takes one character. False: the call ends with Result().
     bool Character(BYTE c) noexcept {
         if (!Judge(kBase64Classes[c])) return false;
         if (s_.HeldCount + s_.PadCount != kQuantum) return true;
@@ -121,17 +121,7 @@ private:
 
 HRESULT Base64Decode(EncodingSession& s, const StepInput& input, Output& out) noexcept {
     if (const HRESULT hr = out.Allocate(DecodedSizeBound(s, input.Source.size())); FAILED(hr)) return hr;
-
-    Base64Reader reader(s, out);
-    for (ByteSpan rest = input.Source; !rest.empty();) {
-        rest = rest.subspan(reader.CleanRun(rest));
-        if (rest.empty()) break;
-        if (!reader.Character(rest.front())) return reader.Result();
-        rest = rest.subspan(1);
-    }
-    if (input.EndOfData && !reader.Finish()) return reader.Result();
-    out.ShrinkTo(reader.Count());
-    return reader.Result();
+    return DecodeAll(Base64Reader(s, out), input, out);
 }
 
 }  // namespace talvo

@@ -14,8 +14,8 @@ constexpr FormatRules kFormats[] = {
     /* UU     */ {61, 5, 85, 4, 1, true, false, nullptr, nullptr},
     /* XX     */ {77, 5, 85, 4, 1, true, false, nullptr, nullptr},
     /* Base64 */ {76, 4, kNoMaximum, 4, 0, false, true, &Base64Encode, &Base64Decode},
-    /* Hexa   */ {78, 2, kNoMaximum, 2, 0, false, true, nullptr, nullptr},
-    /* QP     */ {76, 4, kNoMaximum, 1, 0, false, false, nullptr, nullptr},
+    /* Hexa   */ {78, 2, kNoMaximum, 2, 0, false, true, &HexEncode, &HexDecode},
+    /* QP     */ {76, 4, kNoMaximum, 1, 0, false, false, &QuotedPrintableEncode, &QuotedPrintableDecode},
     /* BinHex */ {64, 5, kNoMaximum, 1, 0, false, true, nullptr, nullptr},
 };
 

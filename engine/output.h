@@ -38,6 +38,7 @@ public:
 
     size_t Room() const noexcept { return static_cast<size_t>(end_ - next_); }
     uint32_t Count() const noexcept { return static_cast<uint32_t>(next_ - begin_); }
+    bool Overrun() const noexcept { return overrun_; }
     // Nothing is left to write, and nothing was refused.
     bool Full() const noexcept { return next_ == end_ && !overrun_; }
 
@@ -55,6 +56,11 @@ public:
         BYTE* const place = Take(bytes.size());
         if (place && !bytes.empty()) std::memcpy(place, bytes.data(), bytes.size());
         return place != nullptr || bytes.empty();
+    }
+    bool Put(BYTE byte) noexcept {
+        BYTE* const place = Take(1);
+        if (place) *place = byte;
+        return place != nullptr;
     }
     // Gives back the last `count` bytes taken.
     void Return(size_t count) noexcept { next_ -= count; }

@@ -21,7 +21,14 @@ using Step = HRESULT (*)(EncodingSession& session, const StepInput& input, Outpu
 HRESULT Base64Encode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
 HRESULT Base64Decode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
 
-// The exact size of what Base64Encode writes for `sourceSize` more bytes.
+HRESULT HexEncode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
+HRESULT HexDecode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
+
+HRESULT QuotedPrintableEncode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
+HRESULT QuotedPrintableDecode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
+
+// The exact size of what an encode step writes for `sourceSize` more bytes.
 uint64_t Base64EncodedSize(const EncodingSession& session, uint64_t sourceSize, bool endOfData) noexcept;
+uint64_t HexEncodedSize(const EncodingSession& session, uint64_t sourceSize, bool endOfData) noexcept;
 
 }  // namespace talvo

@@ -6,6 +6,7 @@
 
 #include "engine/kernels/kernels.h"
 #include "tests/engine/base64_oracle.h"
+#include "tests/engine/defect_rows.h"
 #include "tests/support/splits.h"
 
 namespace talvo::test {
@@ -13,27 +14,12 @@ namespace {
 
 using namespace std::string_literals;
 
-Setup Decoder(bool tolerant) {
-    return [=](EncodingSession& s) {
-        ASSERT_EQ(s.SelectFormat(FormatKind::Base64), S_OK);
-        s.ContinueOnInvalidData = tolerant;
-    };
-}
-
-constexpr HRESULT Warning(HRESULT error) { return static_cast<HRESULT>(static_cast<DWORD>(error) & 0x7FFFFFFF); }
-
-struct Row {
-    const char* name;
-    std::string text;
-    HRESULT error;      // strict; S_OK: nothing is wrong
-    HRESULT reported;   // tolerant: the defect whose warning the whole run returns
-    std::string bytes;  // tolerant
-};
+Setup Decoder(bool tolerant) { return TextDecoder(FormatKind::Base64, tolerant); }
 
 TEST(Base64Decode, Defects) {
     constexpr HRESULT kCharacter = berInvalidCharacterInData, kEnd = berInvalidEndOfData, kLeft = berRemainingData,
                       kLine = berInvalidNumberOfCharacterOnLine;
-    const Row kRows[] = {
+    const DefectRow kRows[] = {
         {"nothing", "", S_OK, S_OK, ""},
         {"whole groups", "QUJDREVG", S_OK, S_OK, "ABCDEF"},
         {"one pad", "QUI=", S_OK, S_OK, "AB"},
@@ -76,15 +62,7 @@ TEST(Base64Decode, Defects) {
         {"and stays", "*QUJ\nQ", kCharacter, kCharacter, ""},
         {"end of data before rest", "=\nQ", kEnd, kEnd, ""},
     };
-    for (const Row& row : kRows) {
-        const HRESULT warning = row.reported == S_OK ? S_OK : Warning(row.reported);
-        SplitChecker(row.name, Decoder(true), Direction::Decode, row.text, warning, row.bytes).CheckEvery();
-        SplitChecker strict(row.name, Decoder(false), Direction::Decode, row.text, row.error,
-                            row.error == S_OK ? row.bytes : "");
-        strict.CheckEvery();
-        EXPECT_TRUE(row.bytes.starts_with(strict.EmittedSingly()))
-            << row.name << ": strict and tolerant part too early";
-    }
+    for (const DefectRow& row : kRows) CheckDefect(FormatKind::Base64, row);
 }
 
 TEST(Base64Decode, EveryByteHasItsClass) {

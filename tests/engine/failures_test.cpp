@@ -28,24 +28,33 @@ Fed Convert(EncodingSession& session, Direction direction, std::string_view inpu
 TEST(Failures, OfAConversion) {
     const std::string bytes = "any bytes will do, as long as they take more than one line of Base64 text";
     const std::string text = Wrapped(NaiveEncode(bytes), 76, "\r\n");
+    const std::string blanks(4000, ' ');
+    constexpr auto kBase64 = FormatKind::Base64, kHexa = FormatKind::Hexa, kQP = FormatKind::QuotedPrintable;
+    constexpr auto kEncode = Direction::Encode, kDecode = Direction::Decode;
     const struct {
         const char* name;
+        FormatKind kind;
         Direction direction;
         bool tolerant;
         std::string input;
         Fed result;
         size_t failures;  // runs that must fail: one an output block
     } kRows[] = {
-        {"encode", Direction::Encode, false, bytes, {S_OK, text}, 4},
-        {"decode", Direction::Decode, false, text, {S_OK, bytes}, 3},
-        {"decode with repairs", Direction::Decode, true, text + "*", {berWarningInvalidCharacterInData, bytes}, 4},
+        {"encode", kBase64, kEncode, false, bytes, {S_OK, text}, 4},
+        {"decode", kBase64, kDecode, false, text, {S_OK, bytes}, 3},
+        {"decode with repairs", kBase64, kDecode, true, text + "*", {berWarningInvalidCharacterInData, bytes}, 4},
+        {"hexadecimal", kHexa, kEncode, false, "Hello", {S_OK, "48656C6C6F"}, 3},
+        {"from hexadecimal", kHexa, kDecode, true, "4865x6C\n6C6F", {berWarningInvalidCharacterInData, "Hello"}, 3},
+        {"quoted-printable", kQP, kEncode, false, "caf\xE9\r\n", {S_OK, "caf=E9\r\n"}, 4},
+        {"from quoted-printable", kQP, kDecode, false, "caf=E9", {S_OK, "caf\xE9"}, 4},
+        {"blanks held back", kQP, kDecode, false, blanks + "=\n" + blanks, {S_OK, blanks}, 7},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.name);
         size_t failures = 0;
         ForEachFailingAllocation([&](AllocationFaults& faults) {
             EncodingSession session;
-            ASSERT_EQ(session.SelectFormat(FormatKind::Base64), S_OK);
+            ASSERT_EQ(session.SelectFormat(row.kind), S_OK);
             session.ContinueOnInvalidData = row.tolerant;
             const Fed first = Convert(session, row.direction, row.input);
             EXPECT_EQ(session.State, SessionState::Idle);

@@ -142,7 +142,8 @@ private:
             const size_t to = call < cuts.size() ? cuts[call] : n;
             const bool final = call == cuts.size() + (emptyFinal ? 1 : 0);
             if (emptyBetween) Expect(Feed(session, direction_, {}, false) == Fed{}, "empty call", cuts, from);
-            if (direction_ == Direction::Encode && from == n && session.BreakPending && session.HeldCount == 0) {
+            if (direction_ == Direction::Encode && session.Kind != FormatKind::QuotedPrintable && from == n &&
+                session.BreakPending && session.HeldCount == 0) {
                 const ByteSpan lineBreak = LineBreakBytes(session.EndOfLineType);
                 owed.assign(lineBreak.begin(), lineBreak.end());
             }

@@ -1,0 +1,139 @@
+// The quoted-printable decoder: line breaks of every kind, defects strict and tolerant, and garbage against a second
+// decoder that looks at the whole text at once.
+#include <regex>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/engine/defect_rows.h"
+
+namespace talvo::test {
+namespace {
+
+using namespace std::string_literals;
+
+constexpr auto kQP = FormatKind::QuotedPrintable;
+
+TEST(QuotedPrintableDecode, Defects) {
+    constexpr HRESULT kCharacter = berInvalidCharacterInData, kLeft = berRemainingData;
+    const DefectRow kRows[] = {
+        {"nothing", "", S_OK, S_OK, ""},
+        {"both cases", "=41=3d=3D", S_OK, S_OK, "A=="},
+        {"blanks in an escape", "=\f 4\t1", S_OK, S_OK, "A"},
+        {"copied unchecked", "\xFF\x01\f\x7F~"s, S_OK, S_OK, "\xFF\x01\f\x7F~"s},
+        {"blanks before a break", "ab \t\r\ncd  ", S_OK, S_OK, "ab\r\ncd"},
+        {"blanks before a soft break", "a = \t\r\nb", S_OK, S_OK, "a b"},
+        {"an escaped blank stays", "a=20 \r\n=09", S_OK, S_OK, "a \r\n\t"},
+        {"blanks before an escape", "a  =3D", S_OK, S_OK, "a  ="},
+        {"CR LF, LF, CR", "a\r\nb\nc\rd", S_OK, S_OK, "a\r\nb\r\nc\r\nd"},
+        {"breaks at the end", "a\r\r\n\n\r", S_OK, S_OK, "a\r\n\r\n\r\n\r\n"},
+        {"blanks between CR and LF", "a\r \nb", S_OK, S_OK, "a\r\nb"},
+        {"blanks after CR", "a\r b\r \r=3D", S_OK, S_OK, "a\r\n b\r\n\r\n="},
+        {"soft, by CR LF, LF, CR", "a=\r\nb=\nc=\rd", S_OK, S_OK, "abcd"},
+        {"soft, then hard", "a=\r\n\r\nb=\n\nc=\r\rd", S_OK, S_OK, "a\r\nb\r\nc\r\nd"},
+        {"soft by LF, further on hard", "abc=\ndef\nghi", S_OK, S_OK, "abcdef\r\nghi"},
+        {"soft, then soft", "a=\r=\n=\r\nb", S_OK, S_OK, "ab"},
+        {"= at the end", "a =", S_OK, S_OK, "a "},
+        {"soft break at the end", "a=\r", S_OK, S_OK, "a"},
+
+        {"no digit", "=G1", kCharacter, kCharacter, "=G1"},
+        {"no second digit", "=aG", kCharacter, kCharacter, "=AG"},
+        {"no escape in an escape", "==41", kCharacter, kCharacter, "==41"},
+        {"nor behind a digit", "=4=41", kCharacter, kCharacter, "=4=41"},
+        {"break behind a digit", "=4\r\nb", kCharacter, kCharacter, "=4\r\nb"},
+        {"LF behind a digit", "=4\nb", kCharacter, kCharacter, "=4b"},
+        {"blanks are lost", "= 4 G", kCharacter, kCharacter, "=4G"},
+        {"digit left", "=a", kLeft, kLeft, "=A"},
+        {"digit and blank left", "=4 ", kLeft, kLeft, "=4"},
+        {"invalid stays", "=x=4", kCharacter, kCharacter, "=x=4"},
+    };
+    for (const DefectRow& row : kRows) CheckDefect(kQP, row);
+}
+
+TEST(QuotedPrintableDecode, LineBreaksWritten) {
+    constexpr HRESULT kNone = berInvalidEndOfLineType;
+    const struct {
+        const char *name, *text;
+        HRESULT withoutBreaks;
+        const char* bytes;  // "|" for a line break
+    } kRows[] = {
+        {"between lines", "ab  \r\ncd", kNone, "ab|cd"}, {"LF at the end", "ab\n", kNone, "ab|"},
+        {"CR at the end", "ab\r", kNone, "ab|"},         {"two CR", "a\r\rb", kNone, "a||b"},
+        {"soft", "a=\r\nb=\nc=\r", S_OK, "abc"},         {"escaped", "a=0D=0Ab", S_OK, "a\r\nb"},
+    };
+    for (const auto& row : kRows) {
+        for (const auto& [type, lineBreak] : {std::pair{kCrLf, "\r\n"}, {kLf, "\n"}, {kCr, "\r"}}) {
+            const std::string bytes = std::regex_replace(row.bytes, std::regex("\\|"), lineBreak);
+            CheckEverySplit(row.name, TextDecoder(kQP, false, type), Direction::Decode, row.text, S_OK, bytes);
+        }
+        for (const bool tolerant : {false, true}) {
+            CheckEverySplit(row.name, TextDecoder(kQP, tolerant, kNoBreak), Direction::Decode, row.text,
+                            row.withoutBreaks, row.withoutBreaks == S_OK ? row.bytes : "");
+        }
+    }
+}
+
+// Blanks are held back without limit, and let go in one piece.
+TEST(QuotedPrintableDecode, ManyBlanks) {
+    for (const size_t count : {1023, 1024, 1025, 5000}) {
+        const std::string blanks(count, '\t');
+        CheckEverySplit("kept", TextDecoder(kQP, false), Direction::Decode, "a" + blanks + "b" + blanks + "=", S_OK,
+                        "a" + blanks + "b" + blanks);
+        CheckEverySplit("dropped", TextDecoder(kQP, false), Direction::Decode, blanks + "\n" + blanks, S_OK, "\r\n");
+    }
+}
+
+Fed NaiveDecode(const std::string& text, bool tolerant, const std::string& lineBreak) {
+    static const std::regex kToken(
+        R"((=[ \t\f]*(?:\r\n|\r|\n|$))|=[ \t\f]*([0-9A-Fa-f])[ \t\f]*([0-9A-Fa-f])|=[ \t\f]*(?:([0-9A-Fa-f])[ \t\f]*)?([^]?))"
+        R"(|([ \t]*(?:\r[ \t]*\n|\r|\n))|([ \t]+$)|([^]))");
+    enum { kSoft = 1, kHigh, kLow, kHeld, kWrong, kBreak, kTrailing, kOther };
+    Fed result;
+    for (std::sregex_iterator token(text.begin(), text.end(), kToken), end; token != end; ++token) {
+        const auto& part = *token;
+        if (part[kHigh].matched) {
+            result.Bytes += static_cast<char>(std::stoi(part[kHigh].str() + part[kLow].str(), nullptr, 16));
+        } else if (part[kWrong].matched) {
+            const bool left = part[kWrong].length() == 0;
+            if (!tolerant) return {left ? berRemainingData : berInvalidCharacterInData, {}};
+            if (!left) result.Code = berWarningInvalidCharacterInData;
+            if (result.Code == S_OK) result.Code = berWarningRemainingData;
+            result.Bytes += '=';
+            if (part[kHeld].matched) result.Bytes += static_cast<char>(std::toupper(*part[kHeld].first));
+            if (!part[kHeld].matched || !std::strchr("\r\n", *part[kWrong].first)) result.Bytes += part[kWrong].str();
+        } else if (part[kBreak].matched) {
+            if (lineBreak.empty()) return {berInvalidEndOfLineType, {}};
+            result.Bytes += lineBreak;
+        } else {
+            result.Bytes += part[kOther].str();
+        }
+    }
+    return result;
+}
+
+TEST(QuotedPrintableDecode, GarbageLikeThePlainDecoder) {
+    static const std::string kKinds[] = {"abc   =4\r\n", "abcd=\n  \r", "=0F9\t", "=\r\n *", "*"};
+    std::mt19937 random(8);
+    for (int i = 0; i < 3000; ++i) {
+        const std::string& kind = kKinds[i % std::size(kKinds)];
+        std::string text;
+        for (size_t size = random() % 50; text.size() < size;) {
+            const char c = kind[random() % kind.size()];
+            text += random() % 8 == 0 ? "=4A"
+                    : c == '*'        ? std::string(1, static_cast<char>(random()))
+                                      : std::string(1, c);
+        }
+        for (const auto& [type, lineBreak] : {std::pair{kCrLf, "\r\n"}, {kCr, "\r"}, {kNoBreak, ""}}) {
+            for (const bool tolerant : {false, true}) {
+                const Fed expected = NaiveDecode(text, tolerant, lineBreak);
+                SplitChecker("garbage", TextDecoder(kQP, tolerant, type), Direction::Decode, text, expected.Code,
+                             expected.Bytes)
+                    .CheckRandom(1);
+            }
+        }
+        if (HasFailure()) break;
+    }
+}
+
+}  // namespace
+}  // namespace talvo::test

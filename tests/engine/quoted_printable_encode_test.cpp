@@ -1,0 +1,234 @@
+// The quoted-printable encoder: a table at every split, and a line checker that knows what the text promises but not how
+// the encoder goes about it, over every short text and random long ones.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "engine/kernels/kernels.h"
+#include "tests/engine/defect_rows.h"
+
+namespace talvo::test {
+namespace {
+
+using namespace std::string_literals;
+
+const std::string kBreaks[] = {"", "\r\n", "\n", "\r"};  // by EndOfLine
+
+Setup Encoder(uint32_t line, int32_t lineBreak) {
+    return [=](EncodingSession& s) {
+        ASSERT_EQ(s.SelectFormat(FormatKind::QuotedPrintable), S_OK);
+        ASSERT_EQ(s.SetMaxLineLength(line), S_OK);
+        ASSERT_EQ(s.SetEndOfLineType(lineBreak), S_OK);
+    };
+}
+
+std::string A(size_t count) { return std::string(count, 'a'); }
+
+TEST(QuotedPrintableEncode, Rows) {
+    const struct {
+        const char* name;
+        std::string bytes, text;
+        int32_t type = kCrLf;
+        uint32_t line = 0;
+    } kRows[] = {
+        {"nothing", "", ""},
+        {"escapes", "Hello, World!a=b\0\xFF"s, "Hello, World=21a=3Db=00=FF"},
+        {"full line", A(76), A(76)},
+        {"one more", A(77), A(75) + "=\r\naa"},
+        {"escape fills the line", A(73) + "=", A(73) + "=3D"},
+        {"escape goes over", A(74) + "=", A(74) + "=\r\n=3D"},
+        {"hard break after a full line", A(76) + "\r\nb", A(76) + "\r\nb"},
+        {"no hard break after a full line", A(76) + "\rb", A(75) + "=\r\na=0Db"},
+        {"full line, two CR, LF", A(76) + "\r\r\n", A(75) + "=\r\na=0D\r\n"},
+        {"blank fills the line", A(75) + " \r\n", A(75) + "=\r\n =\r\n\r\n"},
+        {"blank before what fills the line", A(74) + " b\r\n", A(74) + " =\r\nb\r\n"},
+        {"and at the end", A(74) + " b", A(74) + " b"},
+        {"blank before a hard break", "ab \r\n", "ab =\r\n\r\n"},
+        {"blank at the end", "ab\t", "ab\t=\r\n"},
+        {"blank at the end of a full line", A(75) + " ", A(75) + "=\r\n =\r\n"},
+        {"lone CR, lone LF", "a\rb\nc\r", "a=0Db=0Ac=0D"},
+        {"empty lines", "\r\n\r\n", "\r\n\r\n"},
+        {"LF is the break", "a\nb\r\n", "a\r\nb=0D\r\n", kLf},
+        {"CR is the break", "a\rb\r\n", "a\r\nb\r\n=0A", kCr},
+        {"no break", "a\r\nb", "a=0D=0Ab", kNoBreak},
+        {"shortest line", "====", "=3D=\r\n=3D=\r\n=3D=\r\n=3D", kCrLf, 1},
+        {"shortest line, hard break", "aaaa\nb", "aaaa\r\nb", kLf, 4},
+    };
+    for (const auto& row : kRows) {
+        CheckEverySplit(row.name, Encoder(row.line, row.type), Direction::Encode, row.bytes, S_OK, row.text);
+    }
+}
+
+// Calls whose output is long beside their input.
+TEST(QuotedPrintableEncode, WhatACallOwes) {
+    const struct {
+        const char *name, *first, *second, *text;  // of the second call, which is the last
+        int32_t type;
+    } kRows[] = {
+        {"twelve for nothing", "a=\r", "", "=\r\n=3D=\r\n=0D", kCrLf},
+        {"eighteen for one byte", "a=\r", "=", "=\r\n=3D=\r\n=0D=\r\n=3D", kCrLf},
+        {"protected blank and hard break", "aaa \n", "=", "=\r\n\r\n=3D", kLf},
+        {"and a blank at the end", "aaa \n", " ", "=\r\n\r\n =\r\n", kLf},
+        {"hard break", "a\r\n", "", "\r\n", kCrLf},
+        {"hard break after a full line", "aaaa\r\n", "", "a\r\n", kCrLf},
+    };
+    for (const auto& row : kRows) {
+        EncodingSession session;
+        Encoder(4, row.type)(session);
+        static_cast<void>(Feed(session, Direction::Encode, row.first, false));
+        EXPECT_EQ(Feed(session, Direction::Encode, row.second, true), (Fed{S_OK, row.text})) << row.name;
+    }
+}
+
+// What is wrong with `text` as the encoding of `bytes`, or nothing.
+class LineChecker {
+public:
+    LineChecker(size_t limit, int32_t type) : limit_(limit), hard_(kBreaks[type]) {}
+
+    std::string Check(const std::string& bytes, const std::string& text) {
+        decoded_.clear();
+        size_t hardBreaks = 0;
+        for (size_t at = 0;;) {
+            const size_t end = text.find("\r\n", at);
+            const bool last = end == std::string::npos;
+            const std::string line = text.substr(at, last ? end : end - at);
+            if (line.size() > limit_) return "too long: " + line;
+            if (line.find_first_of("\r\n") != std::string::npos) return "lone CR or LF: " + line;
+            if (line.ends_with(' ') || line.ends_with('\t')) return "blank at the end: " + line;
+            const bool soft = line.ends_with('=');
+            if (last && soft) return "soft break, then nothing: " + line;
+            if (!Decode(soft ? line.substr(0, line.size() - 1) : line)) return "not as written: " + line;
+            if (last) break;
+            at = end + 2;
+            if (soft && !Late(line, text, at)) return "too early: " + line;
+            if (!soft) decoded_ += hard_, ++hardBreaks;
+        }
+        if (decoded_ != bytes) return "decodes to " + testing::PrintToString(decoded_);
+        for (size_t at = 0; !hard_.empty() && (at = bytes.find(hard_, at)) != std::string::npos; at += hard_.size()) {
+            --hardBreaks;
+        }
+        return hardBreaks == 0 ? "" : "line breaks as escapes";
+    }
+
+private:
+    // Appends what the line stands for. Escapes are for what must not stand for itself, and for nothing else.
+    bool Decode(const std::string& line) {
+        for (size_t i = 0; i < line.size(); ++i) {
+            const bool escaped = line[i] == '=';
+            char byte = line[i];
+            if (escaped) {
+                const std::string digits = line.substr(i + 1, 2);
+                if (digits.size() != 2 || digits.find_first_not_of("0123456789ABCDEF") != std::string::npos)
+                    return false;
+                byte = static_cast<char>(std::stoi(digits, nullptr, 16));
+                i += 2;
+            }
+            const bool literal = (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') ||
+                                 (byte >= '%' && byte <= '?' && byte != '=') || byte == '_' || byte == ' ' ||
+                                 byte == '\t';
+            if (literal == escaped) return false;
+            decoded_ += byte;
+        }
+        return true;
+    }
+
+    // A soft break comes behind a blank that would end its line, or because the next character has no room: it would
+    // leave none for "=", or, if it could end the line, is a blank or follows one.
+    bool Late(const std::string& line, const std::string& text, size_t next) const {
+        const std::string rest = text.substr(next, 5);
+        const char before = line.size() > 1 ? line[line.size() - 2] : 'a';
+        const bool blankBefore = before == ' ' || before == '\t';
+        if (rest.empty() || rest.starts_with("\r\n")) return blankBefore;
+        const size_t width = rest[0] == '=' ? 3 : 1;
+        const size_t with = line.size() - 1 + width;
+        if (with != limit_) return with > limit_;
+        const bool hardFollows = rest.substr(width, 2) == "\r\n", endFollows = rest.size() == width;
+        if (hardFollows) return blankBefore;
+        return !endFollows;
+    }
+
+    size_t limit_;
+    std::string hard_, decoded_;
+};
+
+// The whole in one call, checked; and the same in single bytes. `text` is the result.
+std::string Encode(const std::string& bytes, uint32_t line, int32_t type, bool singly) {
+    EncodingSession session;
+    Encoder(line, type)(session);
+    std::string text;
+    for (size_t i = 0; singly && i < bytes.size(); ++i) {
+        text += Feed(session, Direction::Encode, bytes.substr(i, 1), false).Bytes;
+    }
+    const Fed last = Feed(session, Direction::Encode, singly ? "" : bytes, true);
+    EXPECT_EQ(CodeName(last.Code), "S_OK") << testing::PrintToString(bytes);
+    return text + last.Bytes;
+}
+
+TEST(QuotedPrintableEncode, EveryShortText) {
+    constexpr std::string_view kBytes = "a =\r\n";
+    for (const uint32_t line : {4u, 5u, 6u, 7u}) {
+        for (int32_t type = kNoBreak; type <= kCr; ++type) {
+            LineChecker checker(line, type);
+            for (size_t number = 0, count = 3125; number < 2 * count; ++number) {
+                std::string bytes = number < count ? "" : "aaa";
+                for (size_t digits = number % count; digits != 0; digits /= 5) bytes += kBytes[digits % 5];
+                const std::string text = Encode(bytes, line, type, false);
+                ASSERT_EQ(checker.Check(bytes, text), "")
+                    << testing::PrintToString(bytes) << " gives " << testing::PrintToString(text) << ", " << line;
+                ASSERT_EQ(Encode(bytes, line, type, true), text) << testing::PrintToString(bytes);
+            }
+        }
+    }
+}
+
+// Long texts keep the checker's promises, and decode back whatever the line ends they are stored with.
+TEST(QuotedPrintableEncode, RandomTexts) {
+    static const std::string kKinds[] = {"abcdefgh ", "word word \t=\r\n", "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\n\r", "*",
+                                         "a*"};
+    std::mt19937 random(7);
+    for (int i = 0; i < 400; ++i) {
+        const std::string& kind = kKinds[i % std::size(kKinds)];
+        const uint32_t line = i % 3 == 0 ? 76 : static_cast<uint32_t>(4 + random() % 80);
+        const auto type = static_cast<int32_t>(random() % 4);
+        std::string bytes;
+        for (size_t size = random() % 600; bytes.size() < size;) {
+            const char c = kind[random() % kind.size()];
+            bytes += c == '*'             ? std::string(1, static_cast<char>(random()))
+                     : random() % 30 == 0 ? kBreaks[type]
+                                          : std::string(1, c);
+        }
+        std::string text = Encode(bytes, line, type, false);
+        ASSERT_EQ(LineChecker(line, type).Check(bytes, text), "") << line << ", " << testing::PrintToString(bytes);
+        SplitChecker("random", Encoder(line, type), Direction::Encode, bytes, S_OK, text).CheckRandom(3);
+        for (const char* const stored : {"\r\n", "\n", "\r"}) {
+            std::string other;
+            for (const char c : text) other += c == '\r' ? stored : c == '\n' ? "" : std::string(1, c);
+            SplitChecker(stored, TextDecoder(FormatKind::QuotedPrintable, false, type), Direction::Decode, other, S_OK,
+                         bytes)
+                .CheckRandom(1);
+        }
+        if (HasFailure()) break;
+    }
+}
+
+// The column counts in 32 bits, and the longest line uses them all.
+TEST(QuotedPrintableEncode, ColumnNearItsEnd) {
+    const struct {
+        uint32_t column;
+        const char *bytes, *text;
+    } kRows[] = {
+        {0xFFFFFFFE, "ab", "=\r\nab"}, {0xFFFFFFFE, "=b", "=\r\n=3Db"}, {0xFFFFFFFC, "=", "=3D"},
+        {0xFFFFFFFD, "=", "=\r\n=3D"}, {0xFFFFFFFE, "a\r\n", "a\r\n"},  {0xFFFFFFFD, "=\r\n", "=\r\n=3D\r\n"},
+        {0xFFFFFFFB, "=a", "=3Da"},    {0xFFFFFFFE, "a", "a"},
+    };
+    for (const auto& row : kRows) {
+        EncodingSession session;
+        Encoder(0xFFFFFFFF, kCrLf)(session);
+        ASSERT_EQ(Feed(session, Direction::Encode, {}, false).Code, S_OK);
+        session.Column = row.column;
+        EXPECT_EQ(Feed(session, Direction::Encode, row.bytes, true), (Fed{S_OK, row.text})) << row.column << row.bytes;
+    }
+}
+
+}  // namespace
+}  // namespace talvo::test
