@@ -2,6 +2,7 @@
 #include <cctype>
 
 #include "tests/component/variants.h"
+#include "tests/support/wine.h"
 
 namespace talvo::test {
 namespace {
@@ -110,7 +111,6 @@ TEST(LateBound, PropertiesOfTheFormats) {
         const Outcome put = Call(object.Get(), row.Member, DISPATCH_PROPERTYPUT, {row.Put});
         if (*row.Get == 0) {
             EXPECT_TRUE(put.Code == "DISP_E_TYPEMISMATCH" || put.Code == Name(DISP_E_OVERFLOW)) << put.Code;
-            EXPECT_EQ(put.BadArgument, 0u);
             continue;
         }
         EXPECT_EQ(put.Code, "S_OK");
@@ -159,6 +159,18 @@ TEST(LateBound, AScriptChainsItsCalls) {
     EXPECT_EQ(CallMethod(c, "Encode", {Variant(), Variant::Bool(true)}).Result.Show(), "(empty)");
 }
 
+TEST(LateBound, WrongArgumentsArePointedOut) {
+    if (UnderWine()) GTEST_SKIP() << "Wine names no argument, and ignores those of a method that takes none";
+    const auto component = ByProgId("Talvo.BinaryEncoding.1");
+    IDispatch* const c = component.Get();
+    const Variant bytes = Variant::Bytes("ABC");
+    EXPECT_EQ(CallMethod(c, "FromString", {Variant::Object(c)}).BadArgument, 0u);
+    EXPECT_EQ(CallMethod(c, "Encode", {bytes, Variant::Text("perhaps")}).BadArgument, 0u);  // counted from the last
+    const auto format = ByProgId("Talvo.Base64Encoding.1");
+    EXPECT_EQ(Call(format.Get(), "MaxLineLength", DISPATCH_PROPERTYPUT, {bytes}).BadArgument, 0u);
+    EXPECT_EQ(CallMethod(c, "Reset", {bytes}).Code, "DISP_E_BADPARAMCOUNT");
+}
+
 // A variable of the script is handed over by reference.
 TEST(LateBound, ArgumentsByReference) {
     const auto component = ByProgId("Talvo.BinaryEncoding.1");
@@ -184,17 +196,12 @@ TEST(LateBound, WrongCalls) {
     IDispatch* const c = component.Get();
     const Variant bytes = Variant::Bytes("ABC");
     EXPECT_EQ(CallMethod(c, "Encode", {bytes, Variant::Bool(true), bytes, bytes}).Code, "DISP_E_BADPARAMCOUNT");
-    EXPECT_EQ(CallMethod(c, "Reset", {bytes}).Code, "DISP_E_BADPARAMCOUNT");
     EXPECT_EQ(CallMethod(c, "Encode", {{"vaNothing", bytes}}).Code, "DISP_E_UNKNOWNNAME");
     EXPECT_EQ(Invoke(c, 12345, DISPATCH_METHOD, {}, {}).Code, "DISP_E_MEMBERNOTFOUND");
     EXPECT_EQ(Invoke(c, 400, DISPATCH_PROPERTYGET, {}, {}).Code, "DISP_E_MEMBERNOTFOUND");
     EXPECT_EQ(Call(c, "EncodingFormat", DISPATCH_PROPERTYPUT, {Variant::Object(c)}).Code, "DISP_E_MEMBERNOTFOUND");
-    const Outcome wrongType = CallMethod(c, "FromString", {Variant::Object(c)});
-    EXPECT_EQ(wrongType.Code, "DISP_E_TYPEMISMATCH");
-    EXPECT_EQ(wrongType.BadArgument, 0u);
-    const Outcome wrongFlag = CallMethod(c, "Encode", {bytes, Variant::Text("perhaps")});
-    EXPECT_EQ(wrongFlag.Code, "DISP_E_TYPEMISMATCH");
-    EXPECT_EQ(wrongFlag.BadArgument, 0u);  // counted from the last
+    EXPECT_EQ(CallMethod(c, "FromString", {Variant::Object(c)}).Code, "DISP_E_TYPEMISMATCH");
+    EXPECT_EQ(CallMethod(c, "Encode", {bytes, Variant::Text("perhaps")}).Code, "DISP_E_TYPEMISMATCH");
 
     DISPPARAMS none = {};
     EXPECT_EQ(Name(c->Invoke(405, IID_IUnknown, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr)),

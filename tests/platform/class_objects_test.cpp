@@ -6,6 +6,7 @@
 
 #include "tests/platform/probe.h"
 #include "tests/support/allocation_faults.h"
+#include "tests/support/wine.h"
 
 namespace {
 
@@ -104,7 +105,6 @@ TEST_F(ClassObjects, WhatCanBeWrong) {
 
 TEST_F(ClassObjects, Arguments) {
     EXPECT_EQ(Create(probe::kClass, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER), S_OK);
-    EXPECT_EQ(Create(probe::kClass, CLSCTX_LOCAL_SERVER), REGDB_E_CLASSNOTREG);
     probe::Probe outer;
     EXPECT_EQ(Create(probe::kClass, CLSCTX_INPROC_SERVER, &outer), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(CoCreateInstance(probe::kClass, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, nullptr), E_POINTER);
@@ -112,6 +112,11 @@ TEST_F(ClassObjects, Arguments) {
     void* none = this;
     EXPECT_EQ(CoCreateInstance(probe::kClass, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, &none), E_NOINTERFACE);
     EXPECT_FALSE(none);
+}
+
+TEST_F(ClassObjects, NoServerOfTheKindAskedFor) {
+    if (talvo::test::UnderWine() && sizeof(void*) == 4) GTEST_SKIP() << "32-bit Wine reports a key that is missing";
+    EXPECT_EQ(Create(probe::kClass, CLSCTX_LOCAL_SERVER), REGDB_E_CLASSNOTREG);
 }
 
 TEST_F(ClassObjects, ServerStaysWhileItIsUsed) {

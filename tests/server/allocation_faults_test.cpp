@@ -4,6 +4,7 @@
 
 #include "tests/component/variants.h"
 #include "tests/support/allocation_faults.h"
+#include "tests/support/wine.h"
 
 namespace talvo::test {
 namespace {
@@ -99,9 +100,10 @@ TEST(AllocationFaults, LateBoundConversions) {
     Variant arguments[] = {Variant::Bool(true), Variant::Bytes("ABCD")};
     VARIANT raw[] = {*arguments[0].Get(), *arguments[1].Get()};
     WideText text = Widen("Encode");
+    LPOLESTR name = text.data();
+    DISPID id = 0;
+    ASSERT_EQ(component->GetIDsOfNames(IID_NULL, &name, 1, 0, &id), S_OK);  // the library is loaded once and kept
     UnderBothKinds([&](AllocationFaults& faults) {
-        LPOLESTR name = text.data();
-        DISPID id = 0;
         ExpectDoneOrOutOfMemory(faults, component->GetIDsOfNames(IID_NULL, &name, 1, 0, &id));
         Variant result;
         EXCEPINFO exception = {};
@@ -114,6 +116,7 @@ TEST(AllocationFaults, LateBoundConversions) {
         SysFreeString(exception.bstrHelpFile);
         ExpectDoneOrOutOfMemory(faults, hr);
         const FaultPause pause;
+        if (hr != S_OK && UnderWine()) return;  // leaves the type of a result that it could not copy
         EXPECT_EQ(result.Show(), hr == S_OK ? "bytes QUJDRA==" : "(empty)");
     });
 }
@@ -155,8 +158,9 @@ TEST(AllocationFaults, Registration) {
             const HRESULT registered = Module::Get().Register();
             faults.Disarm();
             struck = faults.Struck();
-            // Out of memory as the registry says it, or as everybody else does.
+            // Out of memory as the registry says it, as Wine does for a type library, or as everybody else does.
             if (registered == HRESULT_FROM_WIN32(ERROR_NOT_ENOUGH_MEMORY)) continue;
+            if (registered == E_FAIL && UnderWine()) continue;
             EXPECT_EQ(Name(registered), registered == S_OK ? "S_OK" : "E_OUTOFMEMORY");
             EXPECT_TRUE(registered == S_OK || struck != 0);
         }
