@@ -1,4 +1,4 @@
-// Owner of one resource: a string, a task block, an array. Move only; empty it, give it away, or let it close.
+// Owner of one resource: a string, a task block, an array, a file. Move only; empty it, give it away, or let it close.
 // No operator& and no implicit conversion: both hide leaks.
 #pragma once
 
@@ -67,5 +67,12 @@ struct SafeArrayTraits {
     static void Close(Value value) noexcept { SafeArrayDestroy(value); }
 };
 using UniqueSafeArray = UniqueAny<SafeArrayTraits>;
+
+struct FileTraits {
+    using Value = HANDLE;
+    static Value Null() noexcept { return INVALID_HANDLE_VALUE; }
+    static void Close(Value value) noexcept { CloseHandle(value); }
+};
+using UniqueFile = UniqueAny<FileTraits>;
 
 }  // namespace com

@@ -72,6 +72,13 @@ private:
     HRESULT GetFormat(REFIID iid, void** format) noexcept;
     void ReplaceFormat(com::ComPtr<ITalvoEncodeData> format) noexcept;
     HRESULT ConvertVariant(Conversion convert, const VARIANT* source, VARIANT_BOOL endOfData, VARIANT* result) noexcept;
+
+    class Transfer;  // of the file methods, in files.cpp
+    HRESULT Convert(ETBFileProcessing action, const BYTE* source, DWORD size, bool endOfData, BYTE** output,
+                    DWORD* outputSize) noexcept;
+    // Encoding from a file, the header carries that file's name unless it has one.
+    HRESULT NameHeader(ETBFileProcessing action, BSTR source) noexcept;
+
     HRESULT Publish(HRESULT code) noexcept { return talvo::Publish(CLSID_TalvoBinaryEncoding, code); }
 
     com::ComPtr<ITalvoEncodeData> format_;

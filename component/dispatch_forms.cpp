@@ -1,5 +1,4 @@
-// Automation forms of the buffer and text methods: view the VARIANT, call the native form, hand the block to the
-// result.
+// Automation forms of the methods: view the VARIANT, call the native form, hand the block to the result.
 #include "com/unique.h"
 #include "component/binary_encoding.h"
 #include "component/variant_bytes.h"
@@ -15,6 +14,13 @@ HRESULT HandToVariant(com::UniqueTaskBytes& bytes, DWORD size, VARIANT* result) 
     return S_OK;
 }
 
+void SetNumber(VARIANT* variant, DWORD number) noexcept {
+    V_VT(variant) = VT_I4;
+    V_I4(variant) = static_cast<LONG>(number);
+}
+
+LONG Flag(VARIANT_BOOL flag) noexcept { return flag != VARIANT_FALSE; }
+
 }  // namespace
 
 HRESULT BinaryEncoding::ConvertVariant(Conversion convert, const VARIANT* source, VARIANT_BOOL endOfData,
@@ -24,7 +30,7 @@ HRESULT BinaryEncoding::ConvertVariant(Conversion convert, const VARIANT* source
     const VariantByteView view(source);
     com::UniqueTaskBytes bytes;
     DWORD size = 0;
-    const HRESULT hr = (this->*convert)(view.Data(), view.Size(), endOfData != VARIANT_FALSE, bytes.Put(), &size);
+    const HRESULT hr = (this->*convert)(view.Data(), view.Size(), Flag(endOfData), bytes.Put(), &size);
     // A warning is not passed on: an automation client gets the output, and S_OK.
     return Publish(FAILED(hr) ? hr : HandToVariant(bytes, size, result));
 }
@@ -51,6 +57,48 @@ HRESULT BinaryEncoding::FromString(BSTR sData, VARIANT* vaResult) noexcept {
     DWORD size = 0;
     const HRESULT hr = FromString(sData, bytes.Put(), &size);
     return Publish(FAILED(hr) ? hr : HandToVariant(bytes, size, vaResult));
+}
+
+// Offsets and sizes are taken as unsigned.
+HRESULT BinaryEncoding::ReadFile(BSTR sSourceFilename, LONG lSourceOffset, LONG lSourceSize, ETBFileProcessing eAction,
+                                 VARIANT_BOOL bEndOfData, VARIANT* vaBytesRead, VARIANT* vaResult) noexcept {
+    if (!vaBytesRead || !vaResult) return Publish(E_POINTER);
+    static_cast<void>(VariantClear(vaResult));
+    VariantInit(vaResult);
+    SetNumber(vaBytesRead, 0);
+    com::UniqueTaskBytes bytes;
+    DWORD read = 0;
+    DWORD size = 0;
+    HRESULT hr = ReadFile(sSourceFilename, static_cast<DWORD>(lSourceOffset), static_cast<DWORD>(lSourceSize), eAction,
+                          Flag(bEndOfData), &read, bytes.Put(), &size);
+    if (SUCCEEDED(hr)) hr = HandToVariant(bytes, size, vaResult);
+    if (SUCCEEDED(hr)) SetNumber(vaBytesRead, read);
+    return Publish(hr);
+}
+
+HRESULT BinaryEncoding::WriteFile(VARIANT* vaData, ETBFileProcessing eAction, VARIANT_BOOL bEndOfData,
+                                  BSTR sDestFilename, VARIANT_BOOL bAppend, LONG* lWritten) noexcept {
+    if (!lWritten) return Publish(E_POINTER);
+    const VariantByteView view(vaData);
+    DWORD written = 0;
+    const HRESULT hr =
+        WriteFile(view.Data(), view.Size(), eAction, Flag(bEndOfData), sDestFilename, Flag(bAppend), &written);
+    *lWritten = static_cast<LONG>(written);
+    return Publish(hr);
+}
+
+HRESULT BinaryEncoding::ProcessFile(BSTR sSourceFilename, LONG lSourceOffset, LONG lSourceSize,
+                                    ETBFileProcessing eAction, VARIANT_BOOL bEndOfData, BSTR sDestFilename,
+                                    VARIANT_BOOL bAppend, VARIANT* vaBytesRead, LONG* lWritten) noexcept {
+    if (!vaBytesRead || !lWritten) return Publish(E_POINTER);
+    DWORD read = 0;
+    DWORD written = 0;
+    const HRESULT hr = ProcessFile(sSourceFilename, static_cast<DWORD>(lSourceOffset), static_cast<DWORD>(lSourceSize),
+                                   eAction, Flag(bEndOfData), sDestFilename, Flag(bAppend), &read, &written);
+    static_cast<void>(VariantClear(vaBytesRead));
+    SetNumber(vaBytesRead, read);
+    *lWritten = static_cast<LONG>(written);
+    return Publish(hr);
 }
 
 HRESULT BinaryEncoding::AboutBox() noexcept { return Publish(S_OK); }

@@ -80,11 +80,15 @@ BOOL FailFolderName(const FilePath& path, const Request& request) {
     return Fail(request.Creates() && missing == ERROR_FILE_NOT_FOUND ? ERROR_INVALID_NAME : missing);
 }
 
-// The rest of opening, once the file is open: it must be no folder, be free, and be emptied if asked.
-DWORD Admit(int file, const char* path, const Request& request) {
-    const mode_t type = TypeOf(file);
-    if (type == S_IFDIR) return ERROR_ACCESS_DENIED;
-    if (type != S_IFREG) return ERROR_SUCCESS;
+// The rest of opening, once the file is open: it must be no folder, be writable for someone if it was there before (the
+// superuser's right to write does not count), be free, and be emptied if asked.
+DWORD Admit(int file, const char* path, const Request& request, bool created) {
+    struct stat info = {};
+    if (fstat(file, &info) != 0) return platform::WindowsError(errno);
+    if (S_ISDIR(info.st_mode)) return ERROR_ACCESS_DENIED;
+    if (!S_ISREG(info.st_mode)) return ERROR_SUCCESS;
+    const bool readOnly = !(info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH));
+    if (readOnly && !created && (request.access & GENERIC_WRITE)) return ERROR_ACCESS_DENIED;
     if (!platform::ClaimSharing(file, request.access, request.share)) return ERROR_SHARING_VIOLATION;
     if (!request.Empties()) return ERROR_SUCCESS;
     const bool emptied = request.access & GENERIC_WRITE ? ftruncate(file, 0) == 0 : truncate(path, 0) == 0;
@@ -97,7 +101,7 @@ HANDLE Create(const FilePath& path, const Request& request) {
     bool created = false;
     const int file = OpenFile(path.Get(), request, &created);
     if (file < 0) return path.Fail(), INVALID_HANDLE_VALUE;
-    if (const DWORD error = Admit(file, path.Get(), request); error != ERROR_SUCCESS) {
+    if (const DWORD error = Admit(file, path.Get(), request, created); error != ERROR_SUCCESS) {
         close(file);
         return Fail(error), INVALID_HANDLE_VALUE;
     }

@@ -244,6 +244,8 @@ TEST_F(Files, Names) {
     EXPECT_TRUE(GetFileAttributesA("file") & FILE_ATTRIBUTE_READONLY);
     EXPECT_FALSE(DeleteFileA("file"));
     EXPECT_EQ(LastError(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(OpenError("file", W, 0, OPEN_ALWAYS), ERROR_ACCESS_DENIED);  // whoever asks
+    EXPECT_EQ(OpenError("file", R, 0, OPEN_EXISTING), -1);
     fs::permissions("file", fs::perms::owner_read | fs::perms::owner_write);
     std::ofstream("other") << "other";
 
