@@ -1,0 +1,236 @@
+// The file methods where only this side can look: every file call failing in turn, other users and processes, full
+// devices, pipes, and how many files the process has open.
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <vector>
+
+#include "tests/component/file_calls.h"
+#include "tests/component/native/file_faults.h"
+#include "tests/formats/client_processor.h"
+
+namespace talvo::test {
+namespace {
+
+size_t OpenFiles() {
+    const fs::directory_iterator files("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(files), end(files)));
+}
+
+// A component with Base64 text in lines of its own kind: none, so that sizes are simple.
+struct Base64Component : Component {
+    Base64Component() { UseBase64()->put_EndOfLineType(bltNone); }
+};
+
+void ExpectFailure(const FileResult& result, HRESULT code, DWORD written) {
+    EXPECT_EQ(result.Line, Name(code) + " 0 " + std::to_string(written));
+    EXPECT_EQ(result.Error, ErrorOf(kProgId, code));
+}
+
+// One call goes through every kind of file call: a range, in two slices, appended.
+TEST_F(FileMethods, EveryFileCallFailsOnce) {
+    const Base64Component component;
+    Save("in", Sample(131072 + 30 + 3));
+    FileCall call;
+    call.Offset = 5;
+    call.Append = true;
+    const struct {
+        const char* Name;
+        HRESULT Code;    // for an error that the table does not know
+        HRESULT Short;   // for a transfer of half the bytes; S_OK for what transfers nothing
+        DWORD Written;   // before the failure
+        DWORD Half = 0;  // of the failed transfer
+    } rows[] = {
+        {"CreateFileA", berOpenFileForReading, S_OK, 0},       {"GetFileSizeEx", berOpenFileForReading, S_OK, 0},
+        {"SetFilePointerEx", berInvalidFileOffset, S_OK, 0},   {"CreateFileA", berOpenFileForWriting, S_OK, 0},
+        {"SetFilePointerEx", berInvalidFileOffset, S_OK, 0},   {"ReadFile", berReadFile, berReadFile, 0},
+        {"WriteFile", berWriteFile, berWriteFile, 0, 87380},   {"ReadFile", berReadFile, berReadFile, 174760},
+        {"WriteFile", berWriteFile, berWriteFile, 174760, 20},
+    };
+    const size_t open = OpenFiles();
+    unsigned n = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << "file call " << ++n << ", " << row.Name);
+        const struct {
+            DWORD Error;
+            bool Transfers;
+            HRESULT Code;
+            DWORD Written;
+        } faults[] = {
+            {ERROR_IO_DEVICE, false, row.Code, row.Written},
+            {ERROR_SUCCESS, false, row.Code, row.Written},
+            {ERROR_DISK_FULL, false, berDiskFull, row.Written},
+            {ERROR_SUCCESS, true, row.Short, row.Written + row.Half},
+            {ERROR_HANDLE_DISK_FULL, true, row.Short == S_OK ? S_OK : berDiskFull, row.Written + row.Half},
+        };
+        for (const auto& fault : faults) {
+            if (fault.Code == S_OK) continue;
+            Save("out", "before");
+            FailFileCall(n, fault.Error, fault.Transfers);
+            const FileResult result = ProcessTheFile(component, call);
+            EXPECT_STREQ(FailedFileCall(), row.Name);
+            ExpectFailure(result, fault.Code, fault.Written);
+            EXPECT_EQ(fs::file_size("out"), 6 + fault.Written);
+            EXPECT_EQ(OpenFiles(), open);
+            component.Native->Reset();
+        }
+    }
+    FailFileCall(n + 1, ERROR_IO_DEVICE, false);
+    EXPECT_EQ(ProcessTheFile(component, call).Line, "S_OK 131100 174800");
+    EXPECT_EQ(FailFileCall(0, 0, false), 1u);  // no more calls than these: one was still to come
+}
+
+// What every error of the system becomes, by its number.
+TEST_F(FileMethods, SystemErrors) {
+    const struct {
+        HRESULT Code;
+        std::vector<DWORD> Errors;
+    } rows[] = {
+        {berFileNotFound, {2}},
+        {berPathNotFound, {3, 15, 20, 53, 55, 267}},
+        {berAccessDenied, {5, 19, 65, 6009}},
+        {berAlreadyInUse, {32, 33, 108, 148}},
+        {berInvalidFilename, {111, 123, 206}},
+        {berDiskFull, {39, 112}},
+        {berWriteFile, {29, 88}},
+        {berReadFile, {30}},
+        {berAlreadyExists, {80, 183}},
+        {berAccessingDrive, {21, 23, 27, 31, 1110}},
+        {berOpenFileForReading, {0, 1, 4, 6, 14, 87, 1117}},
+    };
+    const Base64Component component;
+    Save("in", "ABC");
+    for (const auto& row : rows) {
+        for (const DWORD error : row.Errors) {
+            FailFileCall(1, error, false);
+            EXPECT_EQ(ReadTheFile(component, {}).Line, Name(row.Code) + " 0 0") << error;
+        }
+    }
+}
+
+// Files and folders that are not ours, as an ordinary user sees them.
+TEST_F(FileMethods, WithoutPermission) {
+    const Base64Component component;
+    for (const char* const name : {"in", "secret", "writable"}) Save(name, "ABC");
+    fs::create_directory("closed");
+    Save("closed/in", "ABC");
+    fs::permissions(".", fs::perms::owner_all | fs::perms::group_exec | fs::perms::others_exec);
+    for (const char* const name : {"secret", "closed"}) fs::permissions(name, fs::perms::none);
+    fs::permissions("in", fs::perms::owner_read | fs::perms::others_read);
+    fs::permissions("writable", fs::perms::owner_write | fs::perms::others_write);
+    fs::permissions("folder", fs::perms::owner_read | fs::perms::owner_exec | fs::perms::others_exec);
+    const bool root = geteuid() == 0;
+    if (root) {
+        ASSERT_EQ(seteuid(65534), 0);
+    }
+    const struct {
+        const char* Source;
+        const char* Destination;
+        HRESULT Code;
+    } rows[] = {
+        {"secret", "writable", berAccessDenied}, {"closed/in", "writable", berAccessDenied},
+        {"in", "secret", berAccessDenied},       {"in", "folder/new", berAccessDenied},
+        {"in", "closed/new", berAccessDenied},
+    };
+    const size_t open = OpenFiles();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.Source << " to " << row.Destination);
+        FileCall call;
+        call.Source = row.Source;
+        call.Destination = row.Destination;
+        ExpectFailure(ProcessTheFile(component, call), row.Code, 0);
+        EXPECT_EQ(OpenFiles(), open);
+    }
+    EXPECT_TRUE(!root || seteuid(0) == 0);
+    for (const char* const name : {".", "secret", "closed", "writable", "folder"})
+        fs::permissions(name, fs::perms::owner_all);
+}
+
+TEST_F(FileMethods, FullDevices) {
+    const Base64Component component;
+    Save("in", Sample(131072 * 3));
+    const size_t open = OpenFiles();
+    ExpectFailure(ProcessTheFile(component, {.Destination = "/dev/full"}), berDiskFull, 0);
+    ExpectFailure(WriteTheFile(component, "ABC", {.Destination = "/dev/full"}), berDiskFull, 0);
+    // A device that is no file cannot be a source.
+    ExpectFailure(ProcessTheFile(component, {.Source = "/dev/zero"}), berOpenFileForReading, 0);
+
+    // A file that may not grow any further takes what fits, in the middle of the second slice.
+    rlimit before = {};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit = {200000, before.rlim_max};
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const FileResult result = ProcessTheFile(component, {});
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, handler);
+    ExpectFailure(result, berWriteFile, 200000);
+    EXPECT_EQ(fs::file_size("out"), 200000u);
+    EXPECT_EQ(OpenFiles(), open);
+}
+
+// The reader of a pipe leaves between two slices: no signal, and what it has taken is counted.
+TEST_F(FileMethods, InterruptedDestination) {
+    const Component component;
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    const int reader = open("pipe", O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    fcntl(reader, F_SETPIPE_SZ, 1 << 20);
+    int slices = 0;
+    const auto processor = ClientProcessor::New([&](const char*, std::string_view, LONG) {
+        if (++slices == 2) close(reader);
+        return Reply{S_PASSTHROUGH};
+    });
+    const auto format = component.UseBase64();
+    format->put_EndOfLineType(bltNone);
+    format->putref_SubProcessing(processor->Data());
+    Save("in", Sample(131072 * 3));
+    ExpectFailure(ProcessTheFile(component, {.Destination = "pipe"}), berWriteFile, 174760);
+    EXPECT_EQ(slices, 2);
+}
+
+TEST_F(FileMethods, AnotherProcessHoldsTheFile) {
+    const Base64Component component;
+    Save("in", "ABC");
+    Save("out", "kept");
+    int toChild[2];
+    int toUs[2];
+    ASSERT_TRUE(pipe(toChild) == 0 && pipe(toUs) == 0);
+    char byte = 0;
+    const pid_t child = fork();
+    if (child == 0) {
+        const HANDLE file = CreateFileA("out", GENERIC_READ, 7, nullptr, OPEN_EXISTING, 0, nullptr);
+        byte = file != INVALID_HANDLE_VALUE ? 'y' : 'n';
+        const bool told = write(toUs[1], &byte, 1) == 1 && read(toChild[0], &byte, 1) == 1;
+        _exit(told ? 0 : 1);
+    }
+    ASSERT_EQ(read(toUs[0], &byte, 1), 1);
+    EXPECT_EQ(byte, 'y');
+    ExpectFailure(ProcessTheFile(component, {}), berAlreadyInUse, 0);
+    EXPECT_EQ(Load("out"), "kept");
+    ASSERT_EQ(write(toChild[1], &byte, 1), 1);
+    int status = 1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    for (const int end : {toChild[0], toChild[1], toUs[0], toUs[1]}) close(end);
+    EXPECT_EQ(ProcessTheFile(component, {}).Line, "S_OK 3 4");
+}
+
+// Here a slash separates too.
+TEST_F(FileMethods, SlashesInNames) {
+    const Base64Component component;
+    Save("folder/in", "ABC");
+    EXPECT_EQ(ProcessTheFile(component, {.Source = "folder/in"}).Line, "S_OK 3 4");
+    EXPECT_EQ(ProcessTheFile(component, {.Source = "out", .Destination = "./", .Action = bfpDecode}).Line, "S_OK 4 3");
+    EXPECT_EQ(Load("in"), "ABC");
+    com::UniqueBstr name;
+    component.Format()->get_HeaderFilename(name.Put());
+    EXPECT_EQ(Narrow({name.Get(), SysStringLen(name.Get())}), "in");
+}
+
+}  // namespace
+}  // namespace talvo::test
