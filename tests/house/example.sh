@@ -1,5 +1,9 @@
 #!/usr/bin/env bash
-# example.sh COMMAND EXAMPLE: the example of the README runs against the registered module, as its reader would try it.
+# example.sh COMMAND EXAMPLE CONVERT_FILES: the examples run against the registered module, as their reader would try
+# them; the last one on itself.
 set -euo pipefail
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
 "$1" register
 [ "$("$2" | tr -d '\r')" = "SGVsbG8sIAD/IQ==" ]
+"$3" "$3" "$folder"
