@@ -11,8 +11,8 @@ constexpr uint32_t kNoMaximum = 0xFFFFFFFF;
 
 constexpr FormatRules kFormats[] = {
     // default, min, max, unit, extra, breaks required, endless without breaks, steps
-    /* UU     */ {61, 5, 85, 4, 1, true, false, nullptr, nullptr},
-    /* XX     */ {77, 5, 85, 4, 1, true, false, nullptr, nullptr},
+    /* UU     */ {61, 5, 85, 4, 1, true, false, &UuXxEncode, &UuXxDecode},
+    /* XX     */ {77, 5, 85, 4, 1, true, false, &UuXxEncode, &UuXxDecode},
     /* Base64 */ {76, 4, kNoMaximum, 4, 0, false, true, &Base64Encode, &Base64Decode},
     /* Hexa   */ {78, 2, kNoMaximum, 2, 0, false, true, &HexEncode, &HexDecode},
     /* QP     */ {76, 4, kNoMaximum, 1, 0, false, false, &QuotedPrintableEncode, &QuotedPrintableDecode},

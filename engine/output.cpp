@@ -1,6 +1,7 @@
 // Allocation of a step's output.
 #include "engine/output.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace talvo {
@@ -15,15 +16,30 @@ HRESULT Output::Allocate(uint64_t size) noexcept {
     return S_OK;
 }
 
+HRESULT Output::GrowTo(uint64_t needed, uint64_t wanted) noexcept {
+    constexpr uint64_t kMax = std::numeric_limits<uint32_t>::max();
+    if (needed > kMax) return E_OUTOFMEMORY;
+    for (const uint64_t size : {std::min(wanted, kMax), needed}) {
+        if (!Resize(static_cast<uint32_t>(size))) continue;
+        size_ = static_cast<uint32_t>(size);
+        return S_OK;
+    }
+    return E_OUTOFMEMORY;
+}
+
 void Output::ShrinkTo(uint32_t size) noexcept {
     if (size == 0) return Release();
     if (size == size_) return;
-    // A shrink that the allocator refuses costs memory, not data.
-    if (void* const shrunk = com::TaskRealloc(data_.Get(), size)) {
-        static_cast<void>(data_.Detach());
-        data_.Reset(static_cast<BYTE*>(shrunk));
-    }
+    static_cast<void>(Resize(size));  // a shrink that the allocator refuses costs memory, not data
     size_ = size;
+}
+
+bool Output::Resize(uint32_t size) noexcept {
+    void* const block = com::TaskRealloc(data_.Get(), size);
+    if (!block) return false;
+    static_cast<void>(data_.Detach());
+    data_.Reset(static_cast<BYTE*>(block));
+    return true;
 }
 
 void Output::Release() noexcept {

@@ -3,7 +3,6 @@
 #include "engine/session.h"
 
 #include <algorithm>
-#include <mutex>
 
 #include "engine/format_rules.h"
 #include "server/results/result_codes.h"
@@ -114,7 +113,7 @@ void EncodingSession::ClearWorkingFields() noexcept {
 void EncodingSession::ClearHeaderValues() noexcept {
     const bool binHex = Kind == FormatKind::BinHex;
     if (!binHex && !((Kind == FormatKind::UU || Kind == FormatKind::XX) && IncludeHeaderFooter)) return;
-    auto hold = HeaderLock ? std::unique_lock(*HeaderLock) : std::unique_lock<com::CriticalSection>();
+    const auto hold = LockHeader();
     if (!binHex) {
         HeaderFilename.Reset();
         HeaderPermissions = 0;

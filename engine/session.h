@@ -8,6 +8,7 @@
 #include <oleauto.h>
 
 #include <cstdint>
+#include <mutex>
 
 #include "com/lock.h"
 #include "com/unique.h"
@@ -54,6 +55,10 @@ public:
 
     // Held while a decoding session replaces header values, so that the owner's readers see whole ones. May be null.
     com::CriticalSection* HeaderLock = nullptr;
+    // Takes HeaderLock, if there is one, for the life of the result.
+    std::unique_lock<com::CriticalSection> LockHeader() const noexcept {
+        return HeaderLock ? std::unique_lock(*HeaderLock) : std::unique_lock<com::CriticalSection>();
+    }
 
     // State and options.
     SessionState State = SessionState::Idle;

@@ -18,6 +18,9 @@ struct StepInput {
 
 using Step = HRESULT (*)(EncodingSession& session, const StepInput& input, Output& out);
 
+// UU and XX, told apart by the session's Kind.
+HRESULT UuXxEncode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
+HRESULT UuXxDecode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
 HRESULT Base64Encode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
 HRESULT Base64Decode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
 
@@ -27,7 +30,8 @@ HRESULT HexDecode(EncodingSession& session, const StepInput& input, Output& out)
 HRESULT QuotedPrintableEncode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
 HRESULT QuotedPrintableDecode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
 
-// The exact size of what an encode step writes for `sourceSize` more bytes.
+// The exact sizes of what the encode steps write for such a call, and for `sourceSize` more bytes.
+uint64_t UuXxEncodedSize(const EncodingSession& session, const StepInput& input) noexcept;
 uint64_t Base64EncodedSize(const EncodingSession& session, uint64_t sourceSize, bool endOfData) noexcept;
 uint64_t HexEncodedSize(const EncodingSession& session, uint64_t sourceSize, bool endOfData) noexcept;
 

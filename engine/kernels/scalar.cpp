@@ -1,11 +1,10 @@
-// Portable kernels: tables with two characters an entry when encoding, one with a value for every place of a group when
-// decoding.
+// Portable kernels of hexadecimal and quoted-printable: a table with the two digits of every byte, and one with what a
+// character is.
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
 
-#include "engine/base64_tables.h"
 #include "engine/hexa_tables.h"
 #include "engine/kernels/kernels.h"
 #include "engine/quoted_printable_tables.h"
@@ -16,14 +15,6 @@ namespace {
 struct CharacterPair {
     char text[2];
 };
-
-constexpr std::array<CharacterPair, 4096> MakeEncodePairs() noexcept {
-    std::array<CharacterPair, 4096> pairs{};
-    for (size_t bits = 0; bits < pairs.size(); ++bits) {
-        pairs[bits] = {{kBase64Alphabet[bits >> 6], kBase64Alphabet[bits & 63]}};
-    }
-    return pairs;
-}
 
 constexpr std::array<CharacterPair, 256> MakeHexPairs() noexcept {
     std::array<CharacterPair, 256> pairs{};
@@ -42,46 +33,10 @@ constexpr std::array<TextClass, 256> MakeTextClasses() noexcept {
     return classes;
 }
 
-constexpr uint32_t kNoDigit = 0x80000000;
-
-// Digit values moved to their place in a group, one table a place; kNoDigit marks every other character.
-constexpr std::array<uint32_t, 256> MakeDecodePlace(unsigned shift) noexcept {
-    std::array<uint32_t, 256> place{};
-    for (size_t c = 0; c < place.size(); ++c) {
-        place[c] = kBase64Classes[c] < 64 ? static_cast<uint32_t>(kBase64Classes[c]) << shift : kNoDigit;
-    }
-    return place;
-}
-
-constexpr auto kEncodePairs = MakeEncodePairs();
 constexpr auto kHexPairs = MakeHexPairs();
 constexpr auto kTextClasses = MakeTextClasses();
-constexpr auto kPlace0 = MakeDecodePlace(18);
-constexpr auto kPlace1 = MakeDecodePlace(12);
-constexpr auto kPlace2 = MakeDecodePlace(6);
-constexpr auto kPlace3 = MakeDecodePlace(0);
 
 }  // namespace
-
-// aaaaaabb bbbbcccc ccdddddd -> aaaaaa bbbbbb cccccc dddddd
-void Base64EncodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept {
-    for (; groups != 0; --groups, in += 3, out += 4) {
-        std::memcpy(out, kEncodePairs[static_cast<size_t>(in[0] << 4 | in[1] >> 4)].text, 2);
-        std::memcpy(out + 2, kEncodePairs[static_cast<size_t>((in[1] & 15) << 8 | in[2])].text, 2);
-    }
-}
-
-size_t Base64DecodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept {
-    size_t done = 0;
-    for (; done != groups; ++done, in += 4, out += 3) {
-        const uint32_t bits = kPlace0[in[0]] | kPlace1[in[1]] | kPlace2[in[2]] | kPlace3[in[3]];
-        if (bits & kNoDigit) break;
-        out[0] = static_cast<BYTE>(bits >> 16);
-        out[1] = static_cast<BYTE>(bits >> 8);
-        out[2] = static_cast<BYTE>(bits);
-    }
-    return done;
-}
 
 void HexEncodeBytes(BYTE* out, const BYTE* in, size_t size) noexcept {
     for (size_t i = 0; i != size; ++i) std::memcpy(out + 2 * i, kHexPairs[in[i]].text, 2);

@@ -7,11 +7,12 @@
 
 namespace talvo::test {
 
-inline Setup TextDecoder(FormatKind kind, bool tolerant, int32_t lineBreak = kCrLf) {
+inline Setup TextDecoder(FormatKind kind, bool tolerant, int32_t lineBreak = kCrLf, bool header = true) {
     return [=](EncodingSession& s) {
         ASSERT_EQ(s.SelectFormat(kind), S_OK);
         ASSERT_EQ(s.SetEndOfLineType(lineBreak), S_OK);
         s.ContinueOnInvalidData = tolerant;
+        s.IncludeHeaderFooter = header;
     };
 }
 
@@ -27,9 +28,10 @@ struct DefectRow {
     std::string bytes;  // tolerant
 };
 
-inline void CheckDefect(FormatKind kind, const DefectRow& row) {
-    CheckEverySplit(row.name, TextDecoder(kind, true), Direction::Decode, row.text, Warning(row.reported), row.bytes);
-    SplitChecker strict(row.name, TextDecoder(kind, false), Direction::Decode, row.text, row.error,
+inline void CheckDefect(FormatKind kind, const DefectRow& row, bool header = true) {
+    const auto decoder = [=](bool tolerant) { return TextDecoder(kind, tolerant, kCrLf, header); };
+    CheckEverySplit(row.name, decoder(true), Direction::Decode, row.text, Warning(row.reported), row.bytes);
+    SplitChecker strict(row.name, decoder(false), Direction::Decode, row.text, row.error,
                         row.error == S_OK ? row.bytes : "");
     strict.CheckEvery();
     EXPECT_TRUE(row.bytes.starts_with(strict.EmittedSingly())) << row.name << ": strict and tolerant part too early";

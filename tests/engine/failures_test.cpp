@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/engine/base64_oracle.h"
+#include "tests/engine/uuxx_text.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/splits.h"
 
@@ -28,6 +29,9 @@ Fed Convert(EncodingSession& session, Direction direction, std::string_view inpu
 TEST(Failures, OfAConversion) {
     const std::string bytes = "any bytes will do, as long as they take more than one line of Base64 text";
     const std::string text = Wrapped(NaiveEncode(bytes), 76, "\r\n");
+    const std::string lines = "begin 0444 a.txt\r\n" + NaiveLines(kUU, bytes, 45, "\r\n") + "\r\n`\r\nend";
+    // The lines that announce much and carry nothing come when the first block is full.
+    const std::string shortLines = lines.substr(0, lines.size() - 3) + "_\r\n_\r\n`\r\nend";
     const std::string blanks(4000, ' ');
     constexpr auto kBase64 = FormatKind::Base64, kHexa = FormatKind::Hexa, kQP = FormatKind::QuotedPrintable;
     constexpr auto kEncode = Direction::Encode, kDecode = Direction::Decode;
@@ -38,7 +42,7 @@ TEST(Failures, OfAConversion) {
         bool tolerant;
         std::string input;
         Fed result;
-        size_t failures;  // runs that must fail: one an output block
+        size_t failures;  // runs that must fail: one an output block, and what else the format takes
     } kRows[] = {
         {"encode", kBase64, kEncode, false, bytes, {S_OK, text}, 4},
         {"decode", kBase64, kDecode, false, text, {S_OK, bytes}, 3},
@@ -48,6 +52,9 @@ TEST(Failures, OfAConversion) {
         {"quoted-printable", kQP, kEncode, false, "caf\xE9\r\n", {S_OK, "caf=E9\r\n"}, 4},
         {"from quoted-printable", kQP, kDecode, false, "caf=E9", {S_OK, "caf\xE9"}, 4},
         {"blanks held back", kQP, kDecode, false, blanks + "=\n" + blanks, {S_OK, blanks}, 7},
+        {"UU", kUU, kEncode, false, bytes, {S_OK, lines}, 4},
+        {"from UU", kUU, kDecode, false, lines, {S_OK, bytes}, 3},
+        {"from UU, growing", kUU, kDecode, false, shortLines, {S_OK, bytes + std::string(126, '\0')}, 4},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.name);
@@ -56,6 +63,10 @@ TEST(Failures, OfAConversion) {
             EncodingSession session;
             ASSERT_EQ(session.SelectFormat(row.kind), S_OK);
             session.ContinueOnInvalidData = row.tolerant;
+            {
+                const FaultPause pause;
+                session.HeaderFilename = WideName(u"a.txt");
+            }
             const Fed first = Convert(session, row.direction, row.input);
             EXPECT_EQ(session.State, SessionState::Idle);
             // A block that cannot shrink is handed out as it is.

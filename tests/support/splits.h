@@ -1,6 +1,6 @@
 // Feeds a session the same input cut in many ways. What must not depend on the cuts:
 // - Encoding: the joined output. One exception, checked: an empty final call also writes the line break that data which
-//   filled its last line exactly still owes.
+//   filled its last line exactly still owes (where a footer follows, that break comes anyway).
 // - Decoding: the output and the defects up to each character. So every call, wherever its cuts are, returns what single
 //   characters gave between the same places; its warning is the first of theirs, or an invalid character if there is
 //   one; an error comes in the call that has the character at fault, and that call returns nothing.
@@ -142,8 +142,9 @@ private:
             const size_t to = call < cuts.size() ? cuts[call] : n;
             const bool final = call == cuts.size() + (emptyFinal ? 1 : 0);
             if (emptyBetween) Expect(Feed(session, direction_, {}, false) == Fed{}, "empty call", cuts, from);
+            const bool footer = session.Kind <= FormatKind::XX && session.IncludeHeaderFooter;
             if (direction_ == Direction::Encode && session.Kind != FormatKind::QuotedPrintable && from == n &&
-                session.BreakPending && session.HeldCount == 0) {
+                session.BreakPending && session.HeldCount == 0 && !footer) {
                 const ByteSpan lineBreak = LineBreakBytes(session.EndOfLineType);
                 owed.assign(lineBreak.begin(), lineBreak.end());
             }

@@ -1,0 +1,267 @@
+// The UU and XX decoders: every defect strict and tolerant, the header and all that may look like one, the end and all
+// that may look like it, garbage.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "com/lock.h"
+#include "tests/engine/defect_rows.h"
+#include "tests/engine/uuxx_text.h"
+
+namespace talvo::test {
+namespace {
+
+using namespace std::string_literals;
+
+Setup Decoder(FormatKind kind, bool header, bool tolerant) { return TextDecoder(kind, tolerant, kCrLf, header); }
+
+const std::string kEndLine = "\xCE\x90" + std::string(40, '\0');  // what the XX line "end++" stands for
+
+std::string Zeros(size_t count) { return std::string(count, '\0'); }
+std::string Times(size_t count, std::string_view text) {
+    std::string all;
+    while (count-- != 0) all += text;
+    return all;
+}
+
+constexpr HRESULT kCharacter = berInvalidCharacterInData, kLength = berInvalidLineLengthInData,
+                  kLeft = berRemainingData, kLine = berInvalidNumberOfCharacterOnLine;
+
+TEST(UuXxDecode, UuLines) {
+    const std::string full = "M" + Times(15, "0V%T");
+    const DefectRow kRows[] = {
+        {"nothing", "", S_OK, S_OK, ""},
+        {"a line at the end", "#0V%T", S_OK, S_OK, "Cat"},
+        {"lines with every break", "#0V%T\r\n#0V%T\n#0V%T\r\r\n#0V%T\n\n", S_OK, S_OK, "CatCatCatCat"},
+        {"full lines", full + "\r\n" + full + "\n" + full + "\r" + full, S_OK, S_OK, Times(60, "Cat")},
+        {"blank is zero, as the accent", "#    \n#````\n#`` !\n", S_OK, S_OK, "\0\0\0\0\0\0\0\0\1"s},
+        {"tab and form feed are nothing", "\t#\f0V\t%T\f\n\t`\n", S_OK, S_OK, "Cat"},
+        {"part of the last group", "!0V%T\n\"0V%T\n$0V%T0V%T", S_OK, S_OK, "CCaCatC"},
+        {"two bytes more than announced", "K" + Times(15, "0V%T") + "\n`", S_OK, S_OK, Times(14, "Cat") + "C"},
+        {"lines of length zero", "`\n \n#0V%T\n`\n`\n#0V%T", S_OK, S_OK, "CatCat"},
+
+        {"fewer bytes than announced", "%0V%T\n`", S_OK, S_OK, "Cat\0\0"s},
+        {"nothing on the line", "_\n`\n", S_OK, S_OK, Zeros(63)},
+        {"nothing of an earlier line", full + "\n$0V%T\nM\n_0V%T", S_OK, S_OK,
+         Times(15, "Cat") + "Cat\0"s + Zeros(45) + "Cat" + Zeros(60)},
+
+        {"three bytes more than announced", "#0V%T0V%T\n#0V%T", kLength, kLength, "CatCat"},
+        {"three bytes more on the last line", "#0V%T0V%T", S_OK, S_OK, "Cat"},
+        {"more on a line of length zero", "`0V%T\n#0V%T\n`", kLength, kLength, "Cat"},
+        {"63 bytes", "_" + Times(21, "0V%T") + "\n`", S_OK, S_OK, Times(21, "Cat")},
+        {"66 bytes", "_" + Times(22, "0V%T"), kLength, kLength, Times(21, "Cat")},
+        {"many more", "#" + Times(60, "0V%T") + "\n#0V%T\n", kLength, kLength, "CatCat"},
+
+        {"break in a group", "#0V\n#0V%T\n", kLine, kLine, "C`\0Cat"s},
+        {"CR LF in a group is one defect", "#0V%T0\r\n`", kLine, kLine, "Cat"},
+        {"a blank behind the line", "#0V%T \n`", kLine, kLine, "Cat"},
+        {"blanks gone from the end of the line", "&0V%T 0\n`", kLine, kLine, "Cat\1\0\0"s},
+
+        {"outside the alphabet", "#0Va%T\n`", kCharacter, kCharacter, "Cat"},
+        {"in front of the line", "z#0V%T\n`", kCharacter, kCharacter, "Cat"},
+        {"zero, control, high bytes", "#0\0V\x0B\x7F%\x80T\xFF\n`"s, kCharacter, kCharacter, "Cat"},
+        {"\"end\" is nothing special", "#0V%T\nend\n#0V%T", kCharacter, kCharacter, "CatCat"},
+
+        {"one character left", "#0V%T0", kLeft, kLeft, "Cat"},
+        {"three characters left", "&0V%T0V%", kLeft, kLeft, "Cat\0\0\0"s},
+
+        {"first warning stays", "#0V\n#0V%T0V%T\n#0V%T0", kLine, kLine, "C`\0CatCat"s},
+        {"invalid character replaces it", "#0V\n#0Va%T\n#0V%T0", kLine, kCharacter, "C`\0CatCat"s},
+        {"and stays", "a#0V%T0", kCharacter, kCharacter, "Cat"},
+    };
+    for (const DefectRow& row : kRows) CheckDefect(kUU, row, false);
+}
+
+TEST(UuXxDecode, XxLines) {
+    const std::string full = "t" + Times(19, "Eq3o");
+    const DefectRow kRows[] = {
+        {"a line at the end", "1Eq3o", S_OK, S_OK, "Cat"},
+        {"full lines", full + "\r\n" + full + "\n" + full, S_OK, S_OK, Times(57, "Cat")},
+        {"63 bytes", "z" + Times(21, "Eq3o") + "\n+", S_OK, S_OK, Times(21, "Cat")},
+        {"blanks are nothing", " 1 E\tq3\fo \n +", S_OK, S_OK, "Cat"},
+        {"only blanks and breaks", " \t\f\r\n \n", S_OK, S_OK, ""},
+        {"fewer bytes than announced", "4Eq3o  \n+", S_OK, S_OK, "Cat\0\0\0"s},
+        {"outside the alphabet", "1Eq*3o\n`\n+", kCharacter, kCharacter, "Cat"},
+        {"\"end\" is data", "1Eq3o\nend++\n+\nend++", S_OK, S_OK, "Cat" + kEndLine + kEndLine},
+    };
+    for (const DefectRow& row : kRows) CheckDefect(kXX, row, false);
+}
+
+// Behind a header. Where the text says "end" in some form, and whether that is the end.
+TEST(UuXxDecode, TheEnd) {
+    const DefectRow kUuRows[] = {
+        {"usual", "#0V%T\n`\nend\n", S_OK, S_OK, "Cat"},
+        {"no break behind", "#0V%T\n`\nend", S_OK, S_OK, "Cat"},
+        {"CR LF", "#0V%T\r\n`\r\nend\r\n\r\n", S_OK, S_OK, "Cat"},
+        {"no line of length zero", "#0V%T\n#0V%T\nend\n", S_OK, S_OK, "Cat"},
+        {"neither", "#0V%T\n#0V%T\nend", S_OK, S_OK, "Cat"},
+        {"first of all", "end\n#0V%T", S_OK, S_OK, ""},
+        {"what follows is ignored", "#0V%T\n`\nend\r\n#0V%T\nzz\n{", S_OK, S_OK, "Cat"},
+        {"blank lines in front", "#0V%T\n`\n\r\n\nend\n#0V%T", S_OK, S_OK, "Cat"},
+        {"missing", "#0V%T\n#0V%T\n", S_OK, S_OK, "CatCat"},
+        {"missing, a character left", "#0V%T\n#0V%T0", kLeft, kLeft, "CatCat"},
+        {"in the middle of a line", "#0V%T\n#0Vend%T\n`", kCharacter, kCharacter, "CatCat"},
+
+        // A blank behind "end" is a line of length zero. The letters are then what they are elsewhere, which shows when
+        // the next line begins.
+        {"a blank behind", "#0V%T\n`\nend ", S_OK, S_OK, "Cat"},
+        {"a blank and a break", "#0V%T\n`\nend \n", S_OK, S_OK, "Cat"},
+        {"a blank and two breaks", "#0V%T\n`\nend \r\n", kCharacter, kCharacter, "Cat"},
+        {"a blank and more lines", "#0V%T\n`\nend \n#0V%T\n`\n", kCharacter, kCharacter, "CatCat"},
+        {"a tab behind", "#0V%T\n`\nend\t\n#0V%T", kCharacter, kCharacter, "CatCat"},
+        {"a digit behind", "#0V%T\n`\nend#0V%T\n`\n", kCharacter, kCharacter, "CatCat"},
+        {"a letter behind", "#0V%T\n`\nendz\n`\n", kCharacter, kCharacter, "Cat"},
+        {"the end behind a false one", "#0V%T\n`\nendz\nend\n#0V%T", S_OK, S_OK, "Cat"},
+        {"a blank in front", "#0V%T\n`\n end\n", kCharacter, kCharacter, "Cat"},
+        {"broken off", "#0V%T\n`\nen\n#0V%T\n", kCharacter, kCharacter, "CatCat"},
+        {"broken off at the end of data", "#0V%T\n`\nen", S_OK, S_OK, "Cat"},
+        {"not quite", "#0V%T\n`\nene\n`\n", kCharacter, kCharacter, "Cat"},
+        {"doubled letter", "#0V%T\n`\neend\n`\n", kCharacter, kCharacter, "Cat"},
+        {"an end behind it all", "#0V%T\nen\nend\n", kCharacter, kCharacter, ""},
+    };
+    for (DefectRow row : kUuRows) {
+        row.text.insert(0, "begin 644 n\n");
+        CheckDefect(kUU, row, true);
+    }
+    // The letters are digits: the first is a length character, which brings out the line before it.
+    const DefectRow kXxRows[] = {
+        {"usual", "1Eq3o\n+\nend\n", S_OK, S_OK, "Cat"},
+        {"no line of length zero", "1Eq3o\nend\r\n1Eq3o", S_OK, S_OK, "Cat"},
+        {"neither", "1Eq3o\nend", S_OK, S_OK, "Cat"},
+        {"digits behind", "1Eq3o\nend++\n+\n", S_OK, S_OK, "Cat" + kEndLine},
+        {"a blank behind", "1Eq3o\n+\nend \n", kLine, kLine, "Cat" + kEndLine},
+        {"an invalid character behind", "1Eq3o\nend*++\n+\n", kCharacter, kCharacter, "Cat" + kEndLine},
+        {"and no further line", "1Eq3o\nend*++", S_OK, S_OK, "Cat" + kEndLine},
+    };
+    for (DefectRow row : kXxRows) {
+        row.text.insert(0, "begin 644 n\n");
+        CheckDefect(kXX, row, true);
+    }
+}
+
+TEST(UuXxDecode, TheHeader) {
+    const std::string data = "\n#0V%T\n`\nend\n";
+    const struct {
+        const char* name;
+        std::string text;
+        std::u16string file;
+        uint16_t permissions;
+    } kRows[] = {
+        {"usual", "begin 0644 a.txt", u"a.txt", 0644},
+        {"inner blanks stay, those behind go", "begin 644 my  file.txt \t ", u"my  file.txt", 0644},
+        {"no permissions", "begin report.txt", u"report.txt", 0},
+        {"only digits", "begin 644", u"644", 0},
+        {"only digits and blanks", "begin  644 17 ", u"644 17", 0},
+        {"digits run into the name", "begin 644x", u"644x", 0},
+        {"not octal", "begin 888 a", u"888 a", 0},
+        {"digits of a name count for the permissions", "begin 644 12 3.txt", u".txt", 0x4853},
+        {"controls are blanks", "begin \1\t6\x0B\2 a\1b\1", u"a\u0001b", 06},
+        {"sixteen bits", "begin 7777777 a", u"a", 0xFFFF},
+        {"nothing but blanks", "begin   ", u"(null)", 0},
+        {"name in bytes", "begin 600 " + NarrowAccented(), std::u16string(kAccented), 0600},
+        {"1024 bytes count", "begin 600 " + std::string(2000, 'n'), std::u16string(1014, u'n'), 0600},
+        {"behind other text", "From: x\r\n\r\n Begin 1 x\r\nbegin\t1 x\rbegin \n begin 1 x\nbegin 2 y", u"y", 02},
+        {"behind long lines", std::string(1500, 'x') + "begin 1 x\nbegin 2 y", u"y", 02},
+        {"and blank lines behind it", "begin 2 y\r\n\n\r", u"y", 02},
+        {"a second one is not looked for", "begin 2 y\n#0V%T\n`\nend\nbegin 3 z", u"y", 02},
+    };
+    for (const auto& row : kRows) {
+        CheckEverySplit(row.name, Decoder(kUU, true, false), Direction::Decode, row.text + data, S_OK, "Cat");
+        EncodingSession session;
+        Decoder(kUU, true, false)(session);
+        com::CriticalSection lock;
+        session.HeaderLock = &lock;
+        static_cast<void>(Feed(session, Direction::Decode, row.text + data, true));
+        EXPECT_EQ(TextOf(session.HeaderFilename), row.file) << row.name;
+        EXPECT_EQ(session.HeaderPermissions, row.permissions) << row.name;
+    }
+    for (const char* text : {"", "begin 644 a", "begin 644 a\r\n\n", "#0V%T\n`\nend\n", "begin \n#0V%T\n"}) {
+        CheckEverySplit("no header", Decoder(kUU, true, false), Direction::Decode, text, S_OK, "");
+    }
+}
+
+// A header counts once the first character of a later line is there, in whatever call.
+TEST(UuXxDecode, TheHeaderWaitsForTheNextLine) {
+    EncodingSession session;
+    Decoder(kUU, true, false)(session);
+    for (const char* chunk : {"begin 644 ", "a", ".txt", "\r", "\n", "\n"}) {
+        EXPECT_EQ(Feed(session, Direction::Decode, chunk, false), Fed{});
+        EXPECT_EQ(TextOf(session.HeaderFilename), u"(null)");
+        EXPECT_EQ(session.HeaderPermissions, 0);
+    }
+    EXPECT_EQ(Feed(session, Direction::Decode, "#", false), Fed{});
+    EXPECT_EQ(TextOf(session.HeaderFilename), u"a.txt");
+    EXPECT_EQ(session.HeaderPermissions, 0644);
+    EXPECT_EQ(Feed(session, Direction::Decode, "0V%T\n", false), Fed{});
+    EXPECT_EQ(Feed(session, Direction::Decode, "`", false), (Fed{S_OK, "Cat"}));
+    EXPECT_EQ(Feed(session, Direction::Decode, "\nend", true), Fed{});
+    EXPECT_EQ(TextOf(session.HeaderFilename), u"a.txt");
+}
+
+// Two characters may stand for 63 bytes, so the output outgrows every estimate.
+TEST(UuXxDecode, LinesThatAnnounceMuch) {
+    const std::string full = "M" + Times(15, "0V%T") + "\n";
+    const struct {
+        const char* name;
+        std::string text, bytes;
+    } kRows[] = {
+        {"empty lines", Times(3000, "_\n"), Zeros(3000 * 63)},
+        {"the last of many", Times(400, full) + "_\n`", Times(400 * 15, "Cat") + Zeros(63)},
+        {"in turn", Times(200, full + "_\n"), Times(200, Times(15, "Cat") + Zeros(63))},
+    };
+    for (const auto& row : kRows) {
+        CheckEverySplit(row.name, Decoder(kUU, false, false), Direction::Decode, row.text, S_OK, row.bytes);
+    }
+}
+
+TEST(UuXxDecode, RoundTrips) {
+    std::mt19937 random(4);
+    for (int i = 0; i < 160 && !HasFailure(); ++i) {
+        const FormatKind kind = random() % 2 ? kUU : kXX;
+        const bool header = random() % 2 != 0;
+        const std::string bytes = RandomBytesOf(random, i < 120 ? random() % 300 : random() % 4000);
+        EncodingSession session;
+        ASSERT_EQ(session.SelectFormat(kind), S_OK);
+        ASSERT_EQ(session.SetMaxLineLength(static_cast<uint32_t>(random() % 100)), S_OK);
+        ASSERT_EQ(session.SetEndOfLineType(static_cast<int32_t>(1 + random() % 3)), S_OK);
+        session.IncludeHeaderFooter = header;
+        session.HeaderFilename = WideName(u"a b");
+        const std::string text = Feed(session, Direction::Encode, bytes, true).Bytes;
+        SplitChecker("round trip", Decoder(kind, header, false), Direction::Decode, text, S_OK, bytes).CheckRandom(2);
+    }
+}
+
+// Whatever comes in: any split gives what single characters give, and no line more than it may announce.
+TEST(UuXxDecode, GarbageAndDamagedTexts) {
+    std::mt19937 random(3);
+    const std::string alphabets[] = {"#0V%T`\n", "#0V%T\r\n e", "end\n #", "1Eq3o+\nend", "M_`\n\xFF\0\t"s};
+    const std::string texts[] = {
+        "begin 644 n\r\n" + NaiveLines(kUU, RandomBytesOf(random, 150), 45, "\r\n") + "\r\n`\r\nend\r\n",
+        "begin 644 n\n" + NaiveLines(kXX, RandomBytesOf(random, 150), 30, "\n") + "\n+\nend\n"};
+    for (int i = 0; i < 1500 && !HasFailure(); ++i) {
+        std::string text = i % 3 == 0 ? texts[random() % 2] : i % 3 == 1 ? "begin 644 n\n" : "";
+        const std::string& alphabet = alphabets[random() % std::size(alphabets)];
+        for (size_t more = i % 3 == 0 ? 0 : random() % 100; more != 0; --more)
+            text += alphabet[random() % alphabet.size()];
+        for (size_t damage = i % 3 == 0 ? random() % 6 : 0; damage != 0; --damage) {
+            const size_t at = random() % text.size();
+            if (random() % 2) text.erase(at, 1 + random() % 70);
+            if (text.empty()) text = "#";
+            text.insert(random() % text.size(), 1, random() % 2 ? static_cast<char>(random()) : "\n e"[random() % 3]);
+        }
+        for (int options = 0; options < 8; ++options) {
+            const auto setup = Decoder(options & 1 ? kUU : kXX, options & 2, options & 4);
+            EncodingSession session;
+            setup(session);
+            const Fed whole = Feed(session, Direction::Decode, text, true);
+            const auto breaks = static_cast<size_t>(
+                std::count_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; }));
+            EXPECT_LE(whole.Bytes.size(), 63 * (breaks + 1));
+            EXPECT_TRUE(options & 4 ? SUCCEEDED(whole.Code) : FAILED(whole.Code) || whole.Code == S_OK);
+            SplitChecker("garbage", setup, Direction::Decode, text, whole.Code, whole.Bytes).CheckRandom(2);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace talvo::test
