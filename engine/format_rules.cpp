@@ -16,7 +16,7 @@ constexpr FormatRules kFormats[] = {
     /* Base64 */ {76, 4, kNoMaximum, 4, 0, false, true, &Base64Encode, &Base64Decode},
     /* Hexa   */ {78, 2, kNoMaximum, 2, 0, false, true, &HexEncode, &HexDecode},
     /* QP     */ {76, 4, kNoMaximum, 1, 0, false, false, &QuotedPrintableEncode, &QuotedPrintableDecode},
-    /* BinHex */ {64, 5, kNoMaximum, 1, 0, false, true, nullptr, nullptr},
+    /* BinHex */ {64, 5, kNoMaximum, 1, 0, false, true, &BinHexEncode, &BinHexDecode},
 };
 
 }  // namespace

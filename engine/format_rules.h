@@ -13,7 +13,7 @@ struct FormatRules {
     uint32_t LineExtra;
     bool BreaksRequired;        // bltNone is refused
     bool EndlessWithoutBreaks;  // bltNone makes one endless line
-    Step Encode;                // null: the format does not convert yet, and answers berInternalError
+    Step Encode;
     Step Decode;
 };
 

@@ -24,11 +24,12 @@ uint64_t LinedSize(const EncodingSession& s, uint64_t characters, bool opensWith
     return characters + BreakCount(s, characters, opensWithBreak) * LineBreakBytes(s.EndOfLineType).size();
 }
 
-HRESULT AllocateLines(const EncodingSession& s, uint64_t characters, bool opensWithBreak, Output& out) noexcept {
-    if (!IsEndOfLineType(s.EndOfLineType) && BreakCount(s, characters, opensWithBreak) != 0) {
+HRESULT AllocateLines(const EncodingSession& s, uint64_t characters, bool opensWithBreak, Output& out,
+                      uint64_t outside) noexcept {
+    if (!IsEndOfLineType(s.EndOfLineType) && (outside != 0 || BreakCount(s, characters, opensWithBreak) != 0)) {
         return berInvalidEndOfLineType;
     }
-    return out.Allocate(LinedSize(s, characters, opensWithBreak));
+    return out.Allocate(LinedSize(s, characters, opensWithBreak) + outside);
 }
 
 LineWriter::LineWriter(EncodingSession& session, const Output& out, uint32_t groupCharacters,
@@ -47,6 +48,11 @@ BYTE* LineWriter::Place(size_t& groups) noexcept {
         s_.Column = 0;
     }
     return place;
+}
+
+void LineWriter::Outside(ByteSpan text) noexcept {
+    write_.Put(text);
+    write_.Put(LineBreakBytes(s_.EndOfLineType));
 }
 
 }  // namespace talvo

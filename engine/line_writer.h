@@ -1,4 +1,4 @@
-// Text whose lines hold whole groups of characters (Base64, hexadecimal). The break of a complete line goes in front of
+// Text whose lines hold whole groups of characters (Base64, hexadecimal; BinHex, in groups of one). The break of a complete line goes in front of
 // what comes next, so the last line that a call completes owes its break to the next call.
 #pragma once
 
@@ -17,8 +17,10 @@ bool OpensWithBreak(const EncodingSession& session, uint64_t sourceSize, bool en
 // The exact size of `characters` more characters with their breaks.
 uint64_t LinedSize(const EncodingSession& session, uint64_t characters, bool opensWithBreak) noexcept;
 
-// Room for exactly that; berInvalidEndOfLineType if a break must be written that is none.
-HRESULT AllocateLines(const EncodingSession& session, uint64_t characters, bool opensWithBreak, Output& out) noexcept;
+// Room for exactly that, and for `outside` more bytes, breaks included, of LineWriter::Outside; berInvalidEndOfLineType
+// if a break must be written that is none.
+HRESULT AllocateLines(const EncodingSession& session, uint64_t characters, bool opensWithBreak, Output& out,
+                      uint64_t outside = 0) noexcept;
 
 class LineWriter {
 public:
@@ -28,6 +30,9 @@ public:
     // The place of the next groups, which the caller fills: `groups` of them, or as many as the line still takes. Null:
     // the output has no room for them.
     BYTE* Place(size_t& groups) noexcept;
+
+    // What belongs to no line of groups: a header or a footer. It ends with a break of its own.
+    void Outside(ByteSpan text) noexcept;
 
     bool Complete() const noexcept { return write_.Full(); }
 

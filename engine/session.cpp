@@ -100,7 +100,8 @@ HRESULT EncodingSession::BeginDecoding() noexcept {
 // Every working field takes its neutral value; BeginEncoding and BeginDecoding set those that start otherwise.
 void EncodingSession::ClearWorkingFields() noexcept {
     StartOfSession = true;
-    Accumulator = LineLimit = Column = WorkLength = HeaderBlockLength = ForkCount = HeaderReceived = 0;
+    Accumulator = LineLimit = Column = WorkLength = HeaderBlockLength = HeaderReceived = 0;
+    ForkCount = 0;
     PendingWidth = WorkCapacity = 0;
     HeldCount = PadCount = LineByteCount = DeclaredLength = EndMatched = RunLength = ForkCrc = PendingCrc = 0;
     RunByte = PendingByte = 0;

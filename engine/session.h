@@ -96,7 +96,7 @@ public:
     uint8_t RunByte = 0;
     uint16_t RunLength = 0;
     uint16_t ForkCrc = 0;
-    uint32_t ForkCount = 0;
+    uint64_t ForkCount = 0;  // encoding: source bytes so far; decoding: bytes of the current fork
     bool DataForkDone = false;
     com::UniqueBstr BinHexHeaderFilename;
     BYTE HeaderType[4] = {};

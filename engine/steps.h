@@ -30,6 +30,9 @@ HRESULT HexDecode(EncodingSession& session, const StepInput& input, Output& out)
 HRESULT QuotedPrintableEncode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
 HRESULT QuotedPrintableDecode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
 
+HRESULT BinHexEncode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
+HRESULT BinHexDecode(EncodingSession& session, const StepInput& input, Output& out) noexcept;
+
 // The exact sizes of what the encode steps write for such a call, and for `sourceSize` more bytes.
 uint64_t UuXxEncodedSize(const EncodingSession& session, const StepInput& input) noexcept;
 uint64_t Base64EncodedSize(const EncodingSession& session, uint64_t sourceSize, bool endOfData) noexcept;

@@ -13,11 +13,13 @@ namespace talvo::kernels {
 void Base64EncodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept;
 void UuEncodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept;
 void XxEncodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept;
+void BinHexEncodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept;
 
 // Up to 4 * groups characters to bytes, 3 a group. Returns the groups decoded.
 size_t Base64DecodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept;
 size_t UuDecodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept;
 size_t XxDecodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept;
+size_t BinHexDecodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept;
 
 // `size` bytes to twice as many digits.
 void HexEncodeBytes(BYTE* out, const BYTE* in, size_t size) noexcept;

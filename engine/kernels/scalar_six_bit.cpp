@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "engine/base64_tables.h"
+#include "engine/binhex_tables.h"
 #include "engine/kernels/kernels.h"
 #include "engine/uuxx_tables.h"
 
@@ -41,9 +42,11 @@ constexpr Places MakePlaces(const std::array<uint8_t, 256>& classes) noexcept {
 constexpr auto kBase64Pairs = MakeEncodePairs(kBase64Alphabet);
 constexpr auto kUuPairs = MakeEncodePairs(kUuDigits);
 constexpr auto kXxPairs = MakeEncodePairs(kXxDigits);
+constexpr auto kBinHexPairs = MakeEncodePairs(kBinHexAlphabet);
 constexpr Places kBase64Places = MakePlaces(kBase64Classes);
 constexpr Places kUuPlaces = MakePlaces(kUuClasses);
 constexpr Places kXxPlaces = MakePlaces(kXxClasses);
+constexpr Places kBinHexPlaces = MakePlaces(kBinHexClasses);
 
 // aaaaaabb bbbbcccc ccdddddd -> aaaaaa bbbbbb cccccc dddddd
 template <const std::array<CharacterPair, 4096>& Pairs>
@@ -74,6 +77,9 @@ void Base64EncodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept {
 }
 void UuEncodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept { EncodeGroups<kUuPairs>(out, in, groups); }
 void XxEncodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept { EncodeGroups<kXxPairs>(out, in, groups); }
+void BinHexEncodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept {
+    EncodeGroups<kBinHexPairs>(out, in, groups);
+}
 
 size_t Base64DecodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept {
     return DecodeGroups<kBase64Places>(out, in, groups);
@@ -83,6 +89,9 @@ size_t UuDecodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept {
 }
 size_t XxDecodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept {
     return DecodeGroups<kXxPlaces>(out, in, groups);
+}
+size_t BinHexDecodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept {
+    return DecodeGroups<kBinHexPlaces>(out, in, groups);
 }
 
 }  // namespace talvo::kernels

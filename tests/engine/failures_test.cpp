@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/engine/base64_oracle.h"
+#include "tests/engine/binhex_oracle.h"
 #include "tests/engine/uuxx_text.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/splits.h"
@@ -33,7 +33,9 @@ TEST(Failures, OfAConversion) {
     // The lines that announce much and carry nothing come when the first block is full.
     const std::string shortLines = lines.substr(0, lines.size() - 3) + "_\r\n_\r\n`\r\nend";
     const std::string blanks(4000, ' ');
-    constexpr auto kBase64 = FormatKind::Base64, kHexa = FormatKind::Hexa, kQP = FormatKind::QuotedPrintable;
+    const BinHexFile file{"name", bytes, blanks};
+    constexpr auto kBase64 = FormatKind::Base64, kHexa = FormatKind::Hexa, kQP = FormatKind::QuotedPrintable,
+                   kBinHex = FormatKind::BinHex;
     constexpr auto kEncode = Direction::Encode, kDecode = Direction::Decode;
     const struct {
         const char* name;
@@ -51,6 +53,7 @@ TEST(Failures, OfAConversion) {
         {"from hexadecimal", kHexa, kDecode, true, "4865x6C\n6C6F", {berWarningInvalidCharacterInData, "Hello"}, 3},
         {"quoted-printable", kQP, kEncode, false, "caf\xE9\r\n", {S_OK, "caf=E9\r\n"}, 4},
         {"from quoted-printable", kQP, kDecode, false, "caf=E9", {S_OK, "caf\xE9"}, 4},
+        {"from BinHex", kBinHex, kDecode, false, file.Text(), {S_OK, bytes + blanks}, 7},
         {"blanks held back", kQP, kDecode, false, blanks + "=\n" + blanks, {S_OK, blanks}, 7},
         {"UU", kUU, kEncode, false, bytes, {S_OK, lines}, 4},
         {"from UU", kUU, kDecode, false, lines, {S_OK, bytes}, 3},

@@ -323,20 +323,5 @@ TEST(Session, WorkBuffers) {
     }
 }
 
-TEST(Session, FormatsThatDoNotConvertYet) {
-    for (const FormatKind kind : {kBinHex}) {
-        for (const auto direction : {Direction::Encode, Direction::Decode}) {
-            for (const bool opened : {false, true}) {
-                EncodingSession session;
-                ASSERT_EQ(session.SelectFormat(kind), S_OK);
-                session.IncludeHeaderFooter = false;
-                EXPECT_EQ(opened ? Open(session, direction) : S_OK, S_OK);
-                EXPECT_EQ(CodeName(Feed(session, direction, "41", false).Code), "berInternalError");
-                EXPECT_TRUE(session.State == SessionState::Idle && !session.WorkBuffer && !session.HeaderBlock);
-            }
-        }
-    }
-}
-
 }  // namespace
 }  // namespace talvo::test

@@ -143,7 +143,7 @@ private:
             const bool final = call == cuts.size() + (emptyFinal ? 1 : 0);
             if (emptyBetween) Expect(Feed(session, direction_, {}, false) == Fed{}, "empty call", cuts, from);
             const bool footer = session.Kind <= FormatKind::XX && session.IncludeHeaderFooter;
-            if (direction_ == Direction::Encode && session.Kind != FormatKind::QuotedPrintable && from == n &&
+            if (direction_ == Direction::Encode && session.Kind < FormatKind::QuotedPrintable && from == n &&
                 session.BreakPending && session.HeldCount == 0 && !footer) {
                 const ByteSpan lineBreak = LineBreakBytes(session.EndOfLineType);
                 owed.assign(lineBreak.begin(), lineBreak.end());

@@ -1,0 +1,310 @@
+// The BinHex decoder: where the data starts and ends, every defect strict and tolerant, header values, mutated texts, and
+// texts that unfold to far more than they are.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/engine/binhex_oracle.h"
+#include "tests/engine/defect_rows.h"
+
+namespace talvo::test {
+namespace {
+
+using namespace std::string_literals;
+
+constexpr HRESULT kCharacter = berInvalidCharacterInData, kEnd = berInvalidEndOfData,
+                  kHeader = berInvalidHeaderChecksum, kFork = berInvalidChecksum;
+
+// A text with one defect at most: the code when strict, its warning and the bytes when tolerant.
+void CheckBoth(const char* name, bool header, std::string_view text, HRESULT error, std::string_view bytes) {
+    CheckEverySplit(name, BinHexSession(header, true), Direction::Decode, text, Warning(error), bytes);
+    CheckEverySplit(name, BinHexSession(header, false), Direction::Decode, text, error, error == S_OK ? bytes : "");
+}
+
+const std::string kAbc = ":!@%!N!i$!*!%C9aKBQ1GeJ!!:\r\n";
+const std::string kAbcText = kIdentification + "\r\n" + kAbc;
+
+std::string Replaced(std::string text, std::string_view from, std::string_view to) {
+    const size_t at = text.find(from);
+    return at == std::string::npos ? "?" : text.replace(at, from.size(), to);
+}
+
+TEST(BinHexDecode, WhereTheDataStarts) {
+    const std::string& id = kIdentification;
+    const struct {
+        const char* name;
+        std::string before;
+        bool found;
+    } kRows[] = {
+        {"at once", id + "\r\n", true},
+        {"LF", id + "\n", true},
+        {"CR", id + "\r", true},
+        {"empty lines between", id + "\r\n\r\n\n\r", true},
+        {"after other lines", "Subject: x\n\n:not yet\n" + id + "\n", true},
+        {"after a line of 3000", std::string(3000, '(') + "\n" + id + "\n", true},
+        {"after a false start", id + "\nx\n" + id + "\n", true},
+        {"another version", id.substr(0, 40) + " 5.0!\n", true},
+        {"a longer line", id + std::string(2000, ' ') + "\n", true},
+        {"the shortest line", id.substr(0, 41) + "\n", true},
+        {"too short a line", id.substr(0, 40) + "\n", false},
+        {"no line", "", false},
+        {"no line break", id, false},
+        {"not at the start of its line", " " + id + "\n", false},
+        {"lower case", "(this" + id.substr(5) + "\n", false},
+        {"a line between", id + "\nx\n", false},
+        {"a blank between", id + "\n ", false},
+        {"other words", "(This file must be converted; you knew that already.)\n\n", false},
+    };
+    for (const auto& row : kRows) {
+        CheckBoth(row.name, true, row.before + kAbc, row.found ? S_OK : kEnd, row.found ? "abc" : "");
+    }
+}
+
+TEST(BinHexDecode, Characters) {
+    const struct {
+        const char* name;
+        std::string text;
+        HRESULT error;
+        std::string bytes;
+    } kRows[] = {
+        {"whole group", "B@*M", S_OK, "abc"},
+        {"two characters left", "B@*MC!", S_OK, "abcd"},
+        {"three characters left", "B@*MC'8", S_OK, "abcde"},
+        {"bits beyond the last byte", "B@*MC1", S_OK, "abcd"},
+        {"white space anywhere", " B\t@\r\n*\fM \n", S_OK, "abc"},
+        {"rest is ignored", "B@*M:\r\nXYZ~:", S_OK, "abc"},
+        {"a group ended by the delimiter", "B@*MC!:\n", S_OK, "abcd"},
+        {"no line break after the delimiter", "B@*M:", S_OK, "abc"},
+        {"nothing but the delimiter", ":\n", S_OK, ""},
+        {"one character left", "B@*MC", kEnd, "abc"},
+        {"one character and a line break", "B@*MC\r\n", kEnd, "abc"},
+        {"delimiter in the data", "B@*M:C'9Q", kEnd, "abcdef"},
+        {"delimiter and blank", "B@*M: \n", kEnd, "abc"},
+        {"delimiter parts a group", "B@*MC!:C!", kEnd, "abcdd"},
+        {"two delimiters", "B@*M::\nXYZ", kEnd, "abc"},
+        {"outside the alphabet", "B@~*M", kCharacter, "abc"},
+        {"letters left out of the alphabet", "B@O*M", kCharacter, "abc"},
+        {"high and zero bytes", "B@\xFF\0*M"s, kCharacter, "abc"},
+    };
+    for (const auto& row : kRows) CheckBoth(row.name, false, row.text, row.error, row.bytes);
+    // The ":" that a lone character stands before ends nothing.
+    CheckEverySplit("lone character", BinHexSession(false, true), Direction::Decode, "C:\nB@*M:\nXYZ", Warning(kEnd),
+                    "abc");
+    for (unsigned c = 0; c < 256; ++c) {
+        const std::string given(1, static_cast<char>(c));
+        const bool digit =
+            "!\"#$%&'()*+,-012345689@ABCDEFGHIJKLMNPQRSTUVXYZ[`abcdefhijklmpqr"s.find(given) != given.npos;
+        const bool ignored = "\t\n\f\r :"s.find(given) != given.npos;
+        EncodingSession session;
+        BinHexSession(false)(session);
+        EXPECT_EQ(CodeName(Feed(session, Direction::Decode, "!!" + given, false).Code),
+                  CodeName(digit || ignored ? S_OK : kCharacter))
+            << c;
+    }
+}
+
+TEST(BinHexDecode, Runs) {
+    for (const RunRow& row : RunRows()) CheckBoth(row.name, false, NaiveCharacters(row.coded), S_OK, row.bytes);
+    const struct {
+        const char* name;
+        std::string coded;
+        HRESULT error;
+        std::string bytes;
+    } kRows[] = {
+        {"a run of one and of two", "A\x90\1B\x90\2", S_OK, "ABB"},
+        {"a run of zeros after a marker", "\x90\0\0\x90\3"s, S_OK, "\x90\0\0\0"s},
+        {"a marker at the end is dropped", "A\x90", S_OK, "A"},
+        {"nothing but a marker", "\x90", S_OK, ""},
+        {"count first",
+         "\x90\x05"
+         "B",
+         kCharacter, "\5B"},
+        {"count after a run", "A\x90\3\x90\x05", kCharacter, "AAA\5"},
+        {"count of 144 without a byte", "\x90\x90\x90\2", kCharacter, "\x90\x90"},
+    };
+    for (const auto& row : kRows) CheckBoth(row.name, false, NaiveCharacters(row.coded), row.error, row.bytes);
+}
+
+TEST(BinHexDecode, HeaderAndForks) {
+    // The same file as another program has packed it: no run across a border.
+    CheckBoth("other packer", true,
+              kIdentification + "\n\n:!h4hE`\"\"8&\"-3d&56b%!!!!!\"!!!!!Dd5Q4KG''(BR*PFj!!N!#3!-k9:\n", S_OK,
+              "datares\x90\x90\x90");
+    const BinHexFile file{"name", "data fork", "resource"};
+    const std::string both = file.Data + file.Resource;
+    const std::string& binary = file.Binary();
+    const size_t forkCrc = file.Header().size() + file.Data.size();
+    const auto text = [](const std::string& bytes) { return BinHexFile::Framed(NaiveRuns(bytes)); };
+    const auto flipped = [&](size_t at) {
+        std::string bytes = binary;
+        bytes[at] = static_cast<char>(bytes[at] ^ 1);
+        return text(bytes);
+    };
+    const struct {
+        const char* name;
+        std::string text;
+        HRESULT error;
+        std::string bytes;
+    } kRows[] = {
+        {"good", text(binary), S_OK, both},
+        {"more after the last CRC", text(binary + std::string(600, '\0') + "more"), S_OK, both},
+        {"name", flipped(2), kHeader, both},
+        {"version is read over, not beyond the CRC", flipped(5), kHeader, both},
+        {"header CRC", flipped(file.Header().size() - 1), kHeader, both},
+        {"data fork", flipped(file.Header().size()), kFork, "e" + both.substr(1)},
+        {"data CRC, high", flipped(forkCrc), kFork, both},
+        {"data CRC, low", flipped(forkCrc + 1), kFork, both},
+        {"resource CRC", flipped(binary.size() - 1), kFork, both},
+        {"nothing", "", kEnd, ""},
+        {"no data", BinHexFile::Framed(""), kEnd, ""},
+        {"ends in the header block", text(binary.substr(0, 20)), kEnd, ""},
+        {"ends in the data fork", text(binary.substr(0, forkCrc - 2)), kEnd, "data fo"},
+        {"ends in front of a CRC", text(binary.substr(0, forkCrc)), kEnd, file.Data},
+        {"ends in a CRC", text(binary.substr(0, forkCrc + 1)), kEnd, file.Data},
+        {"ends in the last CRC", text(binary.substr(0, binary.size() - 1)), kEnd, both},
+    };
+    for (const auto& row : kRows) CheckBoth(row.name, true, row.text, row.error, row.bytes);
+}
+
+// Each layer takes the whole call before the next one does: of several defects in one call an outer layer's counts.
+TEST(BinHexDecode, DefectsOfSeveralLayers) {
+    const std::string badCrc = Replaced(kAbcText, "1GeJ", "1GdJ");
+    const std::string badBoth = Replaced(badCrc, ":!@%", ":!A%");
+    const struct {
+        const char* name;
+        std::string text;
+        HRESULT strict, tolerant;
+    } kRows[] = {
+        {"header CRC, then fork CRC", badBoth, kHeader, kHeader},
+        {"header CRC, then invalid character", Replaced(badBoth, "C9a", "C~9a"), kCharacter, kCharacter},
+        {"header CRC, then delimiter", Replaced(badBoth, "!!:", "!!: "), kEnd, kEnd},
+        {"fork CRC and no end", Replaced(badCrc, "!!:\r\n", ""), kFork, kFork},
+    };
+    for (const auto& row : kRows) {
+        for (const bool tolerant : {false, true}) {
+            EncodingSession session;
+            BinHexSession(true, tolerant)(session);
+            EXPECT_EQ(CodeName(Feed(session, Direction::Decode, row.text, true).Code),
+                      CodeName(tolerant ? Warning(row.tolerant) : row.strict))
+                << row.name;
+        }
+    }
+}
+
+TEST(BinHexDecode, HeaderValues) {
+    const struct {
+        const char* name;
+        std::string written;
+        std::u16string read;
+    } kRows[] = {
+        {"plain", "name", u"name"},
+        {"windows-1252", "r\xE9sum\xE9 \x80", u"r\u00E9sum\u00E9 \u20AC"},
+        {"empty", "", u""},
+        {"longest", std::string(255, 'x'), std::u16string(255, 'x')},
+        {"up to a zero byte", "ab\0cd"s, u"ab"},
+    };
+    for (const auto& row : kRows) {
+        const BinHexFile file{row.written, std::string(300, 'd'), "res"};
+        const std::string text = file.Text();
+        EncodingSession session;
+        BinHexSession()(session);
+        EXPECT_EQ(Feed(session, Direction::Decode, text.substr(0, 50), false).Code, S_OK);
+        EXPECT_FALSE(session.BinHexHeaderFilename) << "not before the header block is complete";
+        EXPECT_EQ(Feed(session, Direction::Decode, text.substr(50), true), (Fed{S_OK, file.Data + file.Resource}));
+        const BSTR name = session.BinHexHeaderFilename.Get();
+        EXPECT_TRUE(name && std::u16string(name, name + SysStringLen(name)) == row.read) << row.name;
+        EXPECT_EQ(std::string(session.HeaderType, session.HeaderType + 4), "TEXT");
+        EXPECT_EQ(std::string(session.HeaderCreator, session.HeaderCreator + 4), "ttxt");
+        EXPECT_EQ(session.HeaderFlags, 0x1234);
+        EXPECT_EQ(session.HeaderDataForkLength, 300u);
+        EXPECT_EQ(session.HeaderResourceForkLength, 3u);
+    }
+}
+
+// Announced lengths up to the largest, with the counter near it.
+TEST(BinHexDecode, LongestForks) {
+    const std::string header =
+        WithCrc("\1nxTEXTttxt\1\2"s + BigEndianText(0xFFFFFFFF, 4) + BigEndianText(0xFFFFFFFF, 4));
+    for (const bool resource : {false, true}) {
+        EncodingSession session;
+        BinHexSession()(session);
+        // A line break behind, so that the header block is not held back.
+        ASSERT_EQ(
+            Feed(session, Direction::Decode, kIdentification + "\n:" + NaiveCharacters(header + "abab"), false).Bytes,
+            "aba");
+        session.ForkCount = 0xFFFFFFFF - 3;
+        session.ForkCrc = 0;
+        session.DataForkDone = resource;
+        const std::string rest = NaiveCharacters("cd" + WithCrc("bcd").substr(3) + (resource ? "" : "efgh"));
+        EXPECT_EQ(Feed(session, Direction::Decode, rest + ":\n", false), (Fed{S_OK, resource ? "bcd" : "bcdefg"}));
+        EXPECT_EQ(Feed(session, Direction::Decode, {}, true).Code, resource ? S_OK : kEnd);
+    }
+}
+
+// Whatever becomes of a good text: a code of the table, the same bytes however it is cut when tolerant, and when strict
+// either all cuts find the defect or none.
+TEST(BinHexDecode, MutatedTexts) {
+    std::mt19937 random(3);
+    for (int i = 0; i < 4000 && !HasFailure(); ++i) {
+        const bool header = random() % 4 != 0;
+        const std::string bytes = RunnyBytes(random, random() % 400);
+        std::string text = header ? BinHexFile{"name", bytes, RunnyBytes(random, random() % 40)}.Text()
+                                  : NaiveCharacters(NaiveRuns(bytes));
+        for (unsigned left = 1 + random() % 4; left > 0 && !text.empty(); --left) {
+            const size_t at = random() % text.size();
+            const char c = random() % 2 ? static_cast<char>(random()) : text[random() % text.size()];
+            if (random() % 2) text.erase(at, random() % 20);
+            if (random() % 2) text.insert(std::min(at, text.size()), random() % 8, c);
+        }
+        for (const bool tolerant : {false, true}) {
+            EncodingSession whole, cut;
+            BinHexSession(header, tolerant)(whole);
+            BinHexSession(header, tolerant)(cut);
+            const Fed fed = Feed(whole, Direction::Decode, text, true);
+            static const HRESULT kCodes[] = {S_OK, kCharacter, kEnd, kHeader, kFork};
+            EXPECT_TRUE(std::any_of(std::begin(kCodes), std::end(kCodes), [&](HRESULT code) {
+                return fed.Code == (tolerant ? Warning(code) : code);
+            })) << CodeName(fed.Code);
+            Fed joined;
+            for (size_t at = 0, size = 0; SUCCEEDED(joined.Code) && at <= text.size(); at += size) {
+                size = 1 + random() % 30;
+                const Fed part = Feed(cut, Direction::Decode, text.substr(at, size), at + size > text.size());
+                if (joined.Code == S_OK || FAILED(part.Code)) joined.Code = part.Code;
+                joined.Bytes += part.Bytes;
+            }
+            EXPECT_EQ(joined.Code == S_OK, fed.Code == S_OK) << text;
+            EXPECT_TRUE(FAILED(fed.Code) || joined.Bytes == fed.Bytes) << text;
+        }
+    }
+}
+
+// 64 MiB of text that unfold to more than a call can return: what the forks do not take is not stored.
+TEST(BinHexDecode, Bombs) {
+    std::string text = BinHexFile{"n", "data", "res"}.Text(64, "\n");
+    text.resize(text.rfind(':'));
+    std::string bomb = NaiveCharacters("A\x90\xFF");
+    const size_t whole = (text.size() - text.find(':') - 1) % 4;
+    text.append((4 - whole) % 4, '!');
+    bomb.reserve(size_t{1} << 26);
+    while (bomb.size() < size_t{1} << 26) bomb.append(bomb);
+    bomb.append(bomb, 0, size_t{1} << 19);
+    for (const bool header : {true, false}) {
+        EncodingSession session;
+        BinHexSession(header)(session);
+        const Fed fed = Feed(session, Direction::Decode, header ? text + bomb : bomb, true);
+        EXPECT_EQ(fed, header ? (Fed{S_OK, "datares"}) : (Fed{E_OUTOFMEMORY, {}}));
+    }
+}
+
+TEST(BinHexDecode, RoundTrips) {
+    std::mt19937 random(4);
+    for (int i = 0; i < 150 && !HasFailure(); ++i) {
+        const BinHexFile file{"name", RunnyBytes(random, random() % 3000), RunnyBytes(random, random() % 600)};
+        SplitChecker("round trip", BinHexSession(), Direction::Decode, file.Text(5 + random() % 90, "\r"), S_OK,
+                     file.Data + file.Resource)
+            .CheckRandom(2);
+    }
+}
+
+}  // namespace
+}  // namespace talvo::test
