@@ -7,52 +7,25 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "TalvoBinaryEncoding.h"
 
-#include "cli/format_classes.h"
+#include "cli/carried_name.h"
+#include "cli/chain.h"
+#include "cli/defects.h"
 #include "cli/messages.h"
+#include "cli/output.h"
 #include "cli/progress.h"
 #include "cli/server_access.h"
-#include "cli/streams.h"
-#include "com/com_ptr.h"
-#include "com/unique.h"
+#include "cli/source.h"
+#include "cli/text.h"
 
 namespace talvo {
 namespace {
 
-constexpr size_t kChunkSize = size_t{256} * 1024;
-
-struct Failure {
-    ExitCode exit = ExitCode::Done;
-    std::vector<std::string> messages;  // none: fails without a word
-
-    explicit operator bool() const { return exit != ExitCode::Done; }
-};
-
-Failure FileFailure(const std::string& name, const char* action, DWORD code) {
-    return {ExitCode::FileFailed, {name + ": cannot " + action + ": " + DescribeError(code)}};
-}
-
-ExitCode ExitCodeFor(HRESULT result) {
-    switch (result) {
-        case berInvalidCharacterInData:
-        case berInvalidEndOfData:
-        case berRemainingData:
-        case berInvalidLineLengthInData:
-        case berInvalidNumberOfCharacterOnLine:
-        case berInvalidChecksum:
-        case berInvalidHeaderChecksum:
-        case berInvalidLengthInHeader:
-            return ExitCode::BadData;
-        case berInvalidEndOfLineType:
-        case berEmptyFileNameInHeader:
-            return ExitCode::Usage;
-        default:
-            return ExitCode::Unavailable;
-    }
-}
+constexpr ULONGLONG kLargestFork = 0xFFFFFFFF;
 
 // The warnings of a run, each kind once.
 class Warnings {
@@ -84,65 +57,82 @@ public:
     ExitCode Run() {
         Failure failure = Prepare();
         if (!failure) failure = Transfer();
-        destination_.Abandon();
+        const std::vector<std::string> left = output_.Abandon();
         warnings_.Tell(source_.Name());
+        if (!output_.Remark().empty()) Say(source_.Name() + ": " + output_.Remark());
         for (const std::string& message : failure.messages) Say(message);
-        if (failure && !failure.messages.empty() && destination_.Changed())
-            Say(destination_.Name() + " is incomplete (" + Counted(destination_.Written(), "byte") + " written)");
+        if (failure && !failure.messages.empty()) {
+            for (const std::string& message : left) Say(message);
+        }
         return failure.exit;
     }
 
 private:
+    bool Encodes() const { return options_.command == Command::Encode; }
+
     // Nothing is opened for writing before everything else is there.
     Failure Prepare() {
-        if (options_.source != kStandardStream && SameName(options_.source, options_.destination))
-            return DestinationIsSource();
-        if (const DWORD code = source_.Open(options_.source); code != ERROR_SUCCESS)
-            return FileFailure(source_.Name(), "open for reading", code);
-        if (Failure failure = ConnectComponent(); failure) return failure;
-        const DWORD code = destination_.Open(options_.destination);
-        return code == ERROR_SUCCESS ? Failure() : DestinationFailure(code);
-    }
-
-    Failure DestinationIsSource() const {
-        return {ExitCode::FileFailed, {options_.destination + ": the destination is the source"}};
-    }
-
-    // The source shares with no writer: if the destination opens once the source is closed, they are one file.
-    Failure DestinationFailure(DWORD code) {
-        if (code == ERROR_SHARING_VIOLATION && options_.source != kStandardStream) {
-            source_.Close();
-            if (destination_.Open(options_.destination) == ERROR_SUCCESS) return DestinationIsSource();
-        }
-        return FileFailure(destination_.Name(), "open for writing", code);
-    }
-
-    Failure ConnectComponent() {
-        const FormatClass& format = ClassOf(options_.format);
+        if (Failure failure = OpenSources(); failure) return failure;
+        if (Failure failure = CompleteHeaders(); failure) return failure;
         HRESULT hr = com_.Result();
-        if (SUCCEEDED(hr)) hr = server_.CreateComponent(options_.module, component_);
-        if (FAILED(hr)) return Unavailable("the component cannot be created", hr);
-        com::ComPtr<ITalvoEncodeData> object;
-        if (hr = server_.CreateFormat(format, object); FAILED(hr))
-            return Unavailable("format " + std::string(NameOf(options_.format)) + " cannot be created", hr);
-        if (const Refusal refusal = format.setOptions(object.Get(), options_); FAILED(refusal.result))
-            return OptionRefused(refusal);
-        if (hr = component_->putref_EncodingFormat(object.Get()); FAILED(hr))
-            return {ExitCode::Unavailable, {DescribeResult(hr)}};
+        if (SUCCEEDED(hr)) hr = server_.Connect(options_.module);
+        if (FAILED(hr)) return Unavailable(server_, "the component cannot be created", hr);
+        Failure failure = chain_.Open(server_, options_.command, options_.stages, options_.tolerant);
+        if (failure) return failure;
         if (options_.verbose) TellRoad();
+        return output_.Open({source_.Handle(), resource_.Handle()});
+    }
+
+    Failure OpenSources() {
+        if (Failure failure = OpenSource(source_, options_.source, {options_.offset, options_.size}); failure)
+            return failure;
+        return Encodes() && !options_.resourceFork.empty() ? OpenSource(resource_, options_.resourceFork, {})
+                                                           : Failure();
+    }
+
+    static Failure OpenSource(Source& source, const std::string& name, const Range& range) {
+        const DWORD code = source.Open(name, range);
+        if (code == ERROR_HANDLE_EOF) return {ExitCode::Usage, {source.Name() + ": it ends before --offset"}};
+        return code == ERROR_SUCCESS ? Failure() : FileFailure(source.Name(), "open for reading", code);
+    }
+
+    // What the headers of an encoding say where the command line does not: the name of the source and its length.
+    Failure CompleteHeaders() {
+        if (!Encodes()) return {};
+        const bool named = options_.source != kStandardStream;
+        for (Stage& stage : options_.stages) {
+            if (HasHeader(stage.format) && !stage.name && named) stage.name = LastSegment(options_.source);
+        }
+        for (size_t i = 0; i < options_.stages.size(); ++i) {
+            Stage& stage = options_.stages[i];
+            if (stage.format != Format::BinHex || stage.noHeader || (stage.dataLength && i != 0)) continue;
+            if (i != 0) return LengthUnknown("what BinHex encodes here");
+            if (Failure failure = CompleteForks(stage); failure) return failure;
+        }
         return {};
     }
 
-    Failure Unavailable(const std::string& what, HRESULT hr) const {
-        Failure failure{ExitCode::Unavailable, {what + ": " + DescribeSystemResult(hr)}};
-        for (const std::string& attempt : server_.Failures()) failure.messages.push_back("  " + attempt);
-        return failure;
+    static Failure LengthUnknown(const std::string& what) {
+        return {ExitCode::Usage, {"the length of " + what + " is not known, and its header needs it: --data-length N"}};
     }
 
-    static Failure OptionRefused(const Refusal& refusal) {
-        const bool ours = HRESULT_FACILITY(refusal.result) == FACILITY_ITF;
-        return {ours ? ExitCode::Usage : ExitCode::Unavailable,
-                {std::string(refusal.option) + ": " + DescribeResult(refusal.result)}};
+    // Without a second file, what is behind the data fork in the first is the resource fork.
+    Failure CompleteForks(Stage& stage) const {
+        const auto size = source_.Size();
+        const auto resource = options_.resourceFork.empty() ? std::optional<ULONGLONG>(0) : resource_.Size();
+        if (!stage.dataLength && !(size && resource)) return LengthUnknown(source_.Name());
+        if (!(size && resource)) return {};
+        const ULONGLONG total = *size + *resource;
+        const ULONGLONG data = stage.dataLength ? *stage.dataLength
+                               : *resource != 0 ? *size
+                                                : total - std::min<ULONGLONG>(total, stage.resourceLength.value_or(0));
+        const ULONGLONG behind = stage.resourceLength.value_or(0);
+        const ULONGLONG rest = stage.resourceLength ? behind : total - std::min(total, data);
+        if (data > kLargestFork || rest > kLargestFork)
+            return {ExitCode::Usage, {source_.Name() + ": a fork holds at most 4294967295 bytes"}};
+        stage.dataLength = static_cast<uint32_t>(data);
+        stage.resourceLength = static_cast<uint32_t>(rest);
+        return {};
     }
 
     void TellRoad() const {
@@ -151,60 +141,66 @@ private:
     }
 
     Failure Transfer() {
-        ChunkReader reader(source_, kChunkSize);
+        std::vector<Source*> sources = {&source_};
+        if (resource_.Handle() != INVALID_HANDLE_VALUE) sources.push_back(&resource_);
+        ChunkReader reader(std::move(sources), kChunkSize);
         ChunkReader::Chunk chunk;
         Progress progress(WantsProgress(), source_.Size());
         while (!chunk.last) {
             if (const DWORD code = reader.Next(chunk); code != ERROR_SUCCESS)
-                return FileFailure(source_.Name(), "read", code);
+                return FileFailure(reader.Current().Name(), "read", code);
             if (Failure failure = ConvertChunk(chunk); failure) return failure;
             progress.Show(chunk.offset + chunk.bytes.size());
         }
-        const DWORD code = destination_.Finish();
-        return code == ERROR_SUCCESS ? Failure() : WriteFailure(code);
+        if (Failure failure = CheckHeaderFound(); failure) return failure;
+        return output_.Finish();
     }
 
     // Among the bytes that come out on a terminal, or while somebody types the input, a bar would only disturb.
     bool WantsProgress() const {
         if (options_.quiet || options_.progress) return !options_.quiet;
-        return IsTerminal(StandardHandle(STD_ERROR_HANDLE)) && !IsTerminal(source_.Handle()) &&
-               !IsTerminal(destination_.Handle());
+        return IsTerminal(StandardHandle(STD_ERROR_HANDLE)) && !IsTerminal(source_.Handle()) && !output_.IsTerminal();
     }
 
     Failure ConvertChunk(const ChunkReader::Chunk& chunk) {
-        com::UniqueTaskBytes bytes;
-        DWORD size = 0;
-        const auto call =
-            options_.command == Command::Encode ? &ITalvoBinaryEncoding::Encode : &ITalvoBinaryEncoding::Decode;
-        const HRESULT hr = (component_.Get()->*call)(chunk.bytes.data(), static_cast<DWORD>(chunk.bytes.size()),
-                                                     chunk.last, bytes.Put(), &size);
+        const HRESULT hr = chain_.Convert(chunk.bytes, chunk.last);
         if (FAILED(hr)) return ConversionFailure(hr, chunk);
         if (hr != S_OK) warnings_.Note(hr);
-        const DWORD code = destination_.Write({bytes.Get(), size});
-        return code == ERROR_SUCCESS ? Failure() : WriteFailure(code);
+        anything_ |= !chain_.Output().empty();
+        return output_.Write(chain_.Output());
     }
 
     Failure ConversionFailure(HRESULT hr, const ChunkReader::Chunk& chunk) const {
-        const ExitCode exit = ExitCodeFor(hr);
-        std::string message = source_.Name() + ": " + DescribeResult(hr);
-        if (exit == ExitCode::BadData && !chunk.bytes.empty())
-            message += " (in the bytes " + std::to_string(chunk.offset) + " to " +
-                       std::to_string(chunk.offset + chunk.bytes.size() - 1) + " of the input)";
-        return {exit, {message}};
+        Failure failure = ResultFailure(source_.Name(), hr);
+        if (hr == berEmptyFileNameInHeader) failure.messages.emplace_back("--name NAME gives it a name");
+        if (failure.exit == ExitCode::BadData && !Encodes()) failure.messages.back() += " (" + Place(chunk) + ")";
+        return failure;
     }
 
-    Failure WriteFailure(DWORD code) const {
-        if (destination_.IsStandard() && ReaderIsGone(code)) return {ExitCode::FileFailed, {}};
-        return FileFailure(destination_.Name(), "write", code);
+    std::string Place(const ChunkReader::Chunk& chunk) const {
+        if (const auto place = FindDefect(server_, options_, chunk.offset)) return *place;
+        if (chunk.bytes.empty()) return "at the end";
+        const ULONGLONG first = options_.offset + chunk.offset;
+        return "between the offsets " + std::to_string(first) + " and " + std::to_string(first + chunk.bytes.size() - 1);
     }
 
-    const Options& options_;
-    ComLibrary com_;  // first of these, so that it goes last
+    // A text without its first line decodes to nothing, which the component does not call an error.
+    Failure CheckHeaderFound() const {
+        const Stage& outer = options_.stages.front();
+        const bool begins = (outer.format == Format::UU || outer.format == Format::XX) && !outer.noHeader;
+        if (Encodes() || !begins || anything_ || !chain_.ReadHeader(0).name.empty()) return {};
+        return {ExitCode::BadData,
+                {source_.Name() + ": there is no 'begin' line", "--no-header decodes lines without one"}};
+    }
+
+    Options options_;
+    ComLibrary com_;  // before the objects, so that it goes last
     Server server_;
-    com::ComPtr<ITalvoBinaryEncoding> component_;
-    Source source_;
-    Destination destination_;
+    Chain chain_;
+    Source source_, resource_;
+    Output output_{options_, chain_};
     Warnings warnings_;
+    bool anything_ = false;  // came out
 };
 
 }  // namespace

@@ -1,9 +1,12 @@
-// One row per format. Every format object has the options set here under the same names, each on its own interface.
+// One row per format. A format object has each property under the same name on its own interface; which ones it has is
+// asked of the interface when this is compiled.
 #include "cli/format_classes.h"
 
 #include <algorithm>
 
+#include "cli/text.h"
 #include "com/com_ptr.h"
+#include "com/unique.h"
 
 namespace talvo {
 namespace {
@@ -21,36 +24,132 @@ ETBEndOfLineType EndOfLineType(LineBreaks lineBreaks) {
     }
 }
 
-// Signed on one of the interfaces: the bits are what counts.
-template <class Properties, class Length>
-HRESULT PutLineLength(Properties* format, HRESULT (STDMETHODCALLTYPE Properties::*put)(Length), uint32_t length) {
-    return (format->*put)(static_cast<Length>(length));
+// Puts options one after the other until one is refused.
+template <class Properties>
+class Setter {
+public:
+    explicit Setter(Properties* format) : format_(format) {}
+
+    // The property's type may be signed where the option is not: the bits are what counts.
+    template <class Value, class Option>
+    void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(Value), const std::optional<Option>& value) {
+        if (!value || FAILED(refusal_.result)) return;
+        Note(name, (format_->*put)(static_cast<Value>(*value)));
+    }
+    void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(const BYTE*), std::optional<FourBytes> value) {
+        if (value && SUCCEEDED(refusal_.result)) Note(name, (format_->*put)(value->data()));
+    }
+    void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(BSTR), const std::optional<std::string>& value) {
+        if (!value || FAILED(refusal_.result)) return;
+        const com::UniqueBstr wide = Wide(*value);
+        Note(name, wide ? (format_->*put)(wide.Get()) : E_OUTOFMEMORY);
+    }
+    Refusal Result() const { return refusal_; }
+
+private:
+    void Note(const char* name, HRESULT hr) {
+        if (FAILED(hr)) refusal_ = {hr, name};
+    }
+
+    Properties* format_;
+    Refusal refusal_;
+};
+
+// clang-format off
+template <class P> constexpr bool kHasHeader = requires { &P::put_IncludeHeaderFooter; };
+template <class P> constexpr bool kHasMode = requires { &P::put_HeaderPermissions; };
+template <class P> constexpr bool kHasForks = requires { &P::put_HeaderDataForkLength; };
+// clang-format on
+
+template <class P>
+Refusal SetOptions(IUnknown* object, const Stage& stage, bool tolerant) {
+    com::ComPtr<P> format;
+    if (const HRESULT hr = object->QueryInterface(__uuidof(P), format.PutVoid()); FAILED(hr)) return {hr};
+    Setter<P> set(format.Get());
+    set.Put("--line-length", &P::put_MaxLineLength, stage.lineLength);
+    if (stage.lineBreaks)
+        set.Put("--line-breaks", &P::put_EndOfLineType, std::optional(EndOfLineType(*stage.lineBreaks)));
+    set.Put("--tolerant", &P::put_ContinueOnInvalidData, std::optional(tolerant));
+    if constexpr (kHasHeader<P>) {
+        set.Put("--no-header", &P::put_IncludeHeaderFooter, std::optional(!stage.noHeader));
+        set.Put("--name", &P::put_HeaderFilename, stage.name);
+    }
+    if constexpr (kHasMode<P>) set.Put("--mode", &P::put_HeaderPermissions, stage.mode);
+    if constexpr (kHasForks<P>) {
+        set.Put("--type", &P::put_HeaderType, stage.type);
+        set.Put("--creator", &P::put_HeaderCreator, stage.creator);
+        set.Put("--flags", &P::put_HeaderFlags, stage.flags);
+        set.Put("--data-length", &P::put_HeaderDataForkLength, stage.dataLength);
+        set.Put("--resource-length", &P::put_HeaderResourceForkLength, stage.resourceLength);
+    }
+    return set.Result();
 }
 
-template <class Properties>
-Refusal SetOptions(IUnknown* object, const Options& options) {
-    com::ComPtr<Properties> format;
-    if (const HRESULT hr = object->QueryInterface(__uuidof(Properties), format.PutVoid()); FAILED(hr)) return {hr};
-    if (options.lineLength) {
-        const HRESULT hr = PutLineLength(format.Get(), &Properties::put_MaxLineLength, *options.lineLength);
-        if (FAILED(hr)) return {hr, "--line-length"};
+template <class P>
+HRESULT ReadFourBytes(P* format, HRESULT (STDMETHODCALLTYPE P::*get)(BYTE**), FourBytes& bytes) {
+    com::UniqueTaskBytes block;
+    const HRESULT hr = (format->*get)(block.Put());
+    if (SUCCEEDED(hr)) std::copy_n(block.Get(), bytes.size(), bytes.begin());
+    return hr;
+}
+
+template <class P>
+HRESULT ReadForks(P* format, Header::Forks& forks) {
+    HRESULT hr = ReadFourBytes(format, &P::get_HeaderType, forks.type);
+    if (SUCCEEDED(hr)) hr = ReadFourBytes(format, &P::get_HeaderCreator, forks.creator);
+    USHORT flags = 0;
+    DWORD data = 0, resource = 0;
+    if (SUCCEEDED(hr)) hr = format->get_HeaderFlags(&flags);
+    if (SUCCEEDED(hr)) hr = format->get_HeaderDataForkLength(&data);
+    if (SUCCEEDED(hr)) hr = format->get_HeaderResourceForkLength(&resource);
+    forks.flags = flags;
+    forks.dataLength = static_cast<uint32_t>(data);
+    forks.resourceLength = static_cast<uint32_t>(resource);
+    return hr;
+}
+
+template <class P>
+HRESULT ReadHeader([[maybe_unused]] IUnknown* object, [[maybe_unused]] Header& header) {
+    if constexpr (!kHasHeader<P>) {
+        return S_OK;
+    } else {
+        com::ComPtr<P> format;
+        HRESULT hr = object->QueryInterface(__uuidof(P), format.PutVoid());
+        com::UniqueBstr name;
+        if (SUCCEEDED(hr)) hr = format->get_HeaderFilename(name.Put());
+        if (SUCCEEDED(hr)) header.name = Narrow(name.Get());
+        if constexpr (kHasMode<P>) {
+            ETBUnixFilePermission permissions{};
+            if (SUCCEEDED(hr)) hr = format->get_HeaderPermissions(&permissions);
+            header.permissions = static_cast<uint32_t>(permissions);
+        }
+        if constexpr (kHasForks<P>) {
+            if (SUCCEEDED(hr)) hr = ReadForks(format.Get(), header.forks.emplace());
+        }
+        return hr;
     }
-    if (options.lineBreaks) {
-        const HRESULT hr = format->put_EndOfLineType(EndOfLineType(*options.lineBreaks));
-        if (FAILED(hr)) return {hr, "--line-breaks"};
-    }
-    if (const HRESULT hr = format->put_ContinueOnInvalidData(options.tolerant); FAILED(hr)) return {hr, "--tolerant"};
-    return {};
+}
+
+template <class P>
+HRESULT SetInner(IUnknown* object, ITalvoProcessData* inner) {
+    com::ComPtr<P> format;
+    const HRESULT hr = object->QueryInterface(__uuidof(P), format.PutVoid());
+    return FAILED(hr) ? hr : format->putref_SubProcessing(inner);
+}
+
+template <class P>
+constexpr FormatClass Row(Format format, const OLECHAR* progId, const CLSID& id) {
+    return {format, {progId, &id}, &SetOptions<P>, &ReadHeader<P>, &SetInner<P>};
 }
 
 // clang-format off
 const FormatClass kClasses[] = {
-    {Format::UU, {OLESTR("Talvo.UUEncoding"), &CLSID_TalvoUUEncodingFormat}, &SetOptions<ITalvoUUEncodingFormat>},
-    {Format::XX, {OLESTR("Talvo.XXEncoding"), &CLSID_TalvoXXEncodingFormat}, &SetOptions<ITalvoXXEncodingFormat>},
-    {Format::Base64, {OLESTR("Talvo.Base64Encoding"), &CLSID_TalvoBase64EncodingFormat}, &SetOptions<ITalvoBase64EncodingFormat>},
-    {Format::Hex, {OLESTR("Talvo.HexaEncoding"), &CLSID_TalvoHexaEncodingFormat}, &SetOptions<ITalvoHexaEncodingFormat>},
-    {Format::BinHex, {OLESTR("Talvo.BinHexEncoding"), &CLSID_TalvoBinHexEncodingFormat}, &SetOptions<ITalvoBinHexEncodingFormat>},
-    {Format::QuotedPrintable, {OLESTR("Talvo.QuotedPrintableEncoding"), &CLSID_TalvoQuotedPrintableEncodingFormat}, &SetOptions<ITalvoQuotedPrintableEncodingFormat>},
+    Row<ITalvoUUEncodingFormat>(Format::UU, OLESTR("Talvo.UUEncoding"), CLSID_TalvoUUEncodingFormat),
+    Row<ITalvoXXEncodingFormat>(Format::XX, OLESTR("Talvo.XXEncoding"), CLSID_TalvoXXEncodingFormat),
+    Row<ITalvoBase64EncodingFormat>(Format::Base64, OLESTR("Talvo.Base64Encoding"), CLSID_TalvoBase64EncodingFormat),
+    Row<ITalvoHexaEncodingFormat>(Format::Hex, OLESTR("Talvo.HexaEncoding"), CLSID_TalvoHexaEncodingFormat),
+    Row<ITalvoBinHexEncodingFormat>(Format::BinHex, OLESTR("Talvo.BinHexEncoding"), CLSID_TalvoBinHexEncodingFormat),
+    Row<ITalvoQuotedPrintableEncodingFormat>(Format::QuotedPrintable, OLESTR("Talvo.QuotedPrintableEncoding"), CLSID_TalvoQuotedPrintableEncodingFormat),
 };
 // clang-format on
 

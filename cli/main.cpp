@@ -8,6 +8,7 @@
 #include "cli/conversion.h"
 #include "cli/exit_code.h"
 #include "cli/help.h"
+#include "cli/info.h"
 #include "cli/messages.h"
 #include "cli/options.h"
 #include "cli/server_access.h"
@@ -27,8 +28,7 @@ ExitCode Print(std::string_view text) {
 ExitCode TellVersion(const Options& options) {
     const ComLibrary com;
     Server server;
-    com::ComPtr<ITalvoBinaryEncoding> component;
-    const HRESULT hr = server.CreateComponent(options.module, component);
+    const HRESULT hr = server.Connect(options.module);
     std::string text = "talvo " + std::string(kVersion) + "\n";
     if (SUCCEEDED(hr)) text += "component: " + server.Origin() + "\n";
     for (const std::string& attempt : server.Failures()) {
@@ -71,6 +71,8 @@ ExitCode Run(std::span<const char* const> words) {
         case Command::Encode:
         case Command::Decode:
             return Convert(parsed.options);
+        case Command::Info:
+            return TellInfo(parsed.options);
         case Command::Register:
         case Command::Unregister:
             return Register(parsed.options);

@@ -4,10 +4,10 @@
 #include <oleauto.h>
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
 
 #include "cli/streams.h"
+#include "cli/text.h"
 #include "com/com_ptr.h"
 #include "com/unique.h"
 
@@ -48,25 +48,9 @@ constexpr CodeName kNames[] = {
 #undef RESULT_CODE
 #undef PLATFORM_CODE
 
-std::string Hexadecimal(HRESULT result) {
-    char digits[8];
-    const auto end = std::to_chars(digits, std::end(digits), static_cast<ULONG>(result), 16).ptr;
-    std::string text(digits, end);
-    std::ranges::transform(text, text.begin(), [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
-    return "0x" + std::string(std::size(digits) - text.size(), '0') + text;
-}
-
 std::string WithoutLineEnd(std::string text) {
     text.erase(text.find_last_not_of("\r\n ") + 1);
     return text;
-}
-
-std::string Narrow(BSTR wide) {
-    const int units = static_cast<int>(SysStringLen(wide));
-    const int size = units == 0 ? 0 : WideCharToMultiByte(CP_ACP, 0, wide, units, nullptr, 0, nullptr, nullptr);
-    std::string narrow(static_cast<size_t>(size), '\0');
-    if (size != 0) WideCharToMultiByte(CP_ACP, 0, wide, units, narrow.data(), size, nullptr, nullptr);
-    return narrow;
 }
 
 // Takes the thread's error information; empty where there is none.
@@ -79,7 +63,7 @@ std::string PublishedText() {
 
 std::string Describe(HRESULT result, const std::string& text) {
     const auto row = std::ranges::find(kNames, result, &CodeName::code);
-    const std::string value = Hexadecimal(result);
+    const std::string value = "0x" + Hexadecimal(static_cast<ULONG>(result), 8);
     return (row == std::end(kNames) ? value : std::string(row->name) + " (" + value + ")") + ": " + text;
 }
 
@@ -105,9 +89,5 @@ std::string DescribeResult(HRESULT result) {
 }
 
 std::string DescribeSystemResult(HRESULT result) { return Describe(result, SystemText(static_cast<DWORD>(result))); }
-
-std::string Counted(unsigned long long count, std::string_view what) {
-    return std::to_string(count) + " " + std::string(what) + (count == 1 ? "" : "s");
-}
 
 }  // namespace talvo

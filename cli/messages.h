@@ -21,7 +21,4 @@ std::string DescribeResult(HRESULT result);
 // The same for a result of the system, which publishes nothing.
 std::string DescribeSystemResult(HRESULT result);
 
-// "1 byte", "2 bytes"
-std::string Counted(unsigned long long count, std::string_view what);
-
 }  // namespace talvo

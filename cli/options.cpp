@@ -17,6 +17,7 @@ struct Named {
 
 constexpr Named<Command> kCommands[] = {{"encode", Command::Encode},
                                         {"decode", Command::Decode},
+                                        {"info", Command::Info},
                                         {"register", Command::Register},
                                         {"unregister", Command::Unregister}};
 constexpr Named<Format> kFormats[] = {{"uu", Format::UU},
@@ -40,64 +41,157 @@ std::string_view NameIn(std::span<const Named<Value>> rows, Value value) {
     return found == rows.end() ? std::string_view() : found->name;
 }
 
-// ---- Options ----------------------------------------------------------------------------------------------------
+// ---- Values -----------------------------------------------------------------------------------------------------
 
-bool StoreFormat(Options& options, std::string_view value) {
-    const auto* const row = Find<Format>(kFormats, value);
-    if (row) options.format = row->value;
-    return row != nullptr;
-}
-
-bool StoreLineLength(Options& options, std::string_view value) {
-    uint32_t number = 0;
-    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-    if (error != std::errc() || end != value.data() + value.size()) return false;
-    options.lineLength = number;
+// Digits of the base and nothing else; with base 0 decimal ones, or hexadecimal ones after "0x".
+template <class Number>
+bool StoreNumber(std::optional<Number>& field, std::string_view value, int base = 0, Number largest = ~Number{0}) {
+    const bool hexadecimal = base == 0 && (value.starts_with("0x") || value.starts_with("0X"));
+    if (hexadecimal) value.remove_prefix(2);
+    Number number = 0;
+    const char* const last = value.data() + value.size();
+    const auto [end, error] = std::from_chars(value.data(), last, number, base ? base : hexadecimal ? 16 : 10);
+    if (error != std::errc() || end != last || number > largest) return false;
+    field = number;
     return true;
 }
 
-bool StoreLineBreaks(Options& options, std::string_view value) {
-    const auto* const row = Find<LineBreaks>(kLineBreaks, value);
-    if (row) options.lineBreaks = row->value;
+// Four characters as they are, or eight hexadecimal digits.
+bool StoreFourBytes(std::optional<FourBytes>& field, std::string_view value) {
+    FourBytes bytes{};
+    if (value.size() == bytes.size()) {
+        std::ranges::copy(value, bytes.begin());
+    } else {
+        std::optional<uint32_t> number;
+        if (value.starts_with("0x")) value.remove_prefix(2);
+        if (value.size() != 8 || !StoreNumber(number, value, 16)) return false;
+        for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(*number >> (24 - 8 * i));
+    }
+    field = bytes;
+    return true;
+}
+
+// ---- Options ----------------------------------------------------------------------------------------------------
+
+// Where the value of an option goes: the options of the run, and those of the format named last.
+struct Target {
+    Options& options;
+    Stage& stage;
+};
+
+bool StoreFormat(Target to, std::string_view value) {
+    const auto* const row = Find<Format>(kFormats, value);
+    if (row) to.stage.format = row->value;
     return row != nullptr;
 }
 
+bool StoreLineBreaks(Target to, std::string_view value) {
+    const auto* const row = Find<LineBreaks>(kLineBreaks, value);
+    if (row) to.stage.lineBreaks = row->value;
+    return row != nullptr;
+}
+
+bool StoreName(Target to, std::string_view value) {
+    to.stage.name = value;
+    return !value.empty();
+}
+
+bool StoreMode(Target to, std::string_view value) { return StoreNumber(to.stage.mode, value, 8, 07777u); }
+
+bool StoreOffset(Target to, std::string_view value) {
+    std::optional<uint64_t> number;
+    if (StoreNumber(number, value)) to.options.offset = *number;
+    return number.has_value();
+}
+
+bool StoreSize(Target to, std::string_view value) { return StoreNumber(to.options.size, value); }
+
+template <auto field>
+bool StoreStageNumber(Target to, std::string_view value) {
+    return StoreNumber(to.stage.*field, value);
+}
+
+template <std::optional<FourBytes> Stage::*field>
+bool StoreSignature(Target to, std::string_view value) {
+    return StoreFourBytes(to.stage.*field, value);
+}
+
 template <std::string Options::*field>
-bool StoreText(Options& options, std::string_view value) {
-    options.*field = value;
+bool StoreText(Target to, std::string_view value) {
+    to.options.*field = value;
     return !value.empty();
 }
 
 template <bool Options::*field>
-bool StoreFlag(Options& options, std::string_view) {
-    options.*field = true;
-    return true;
+bool StoreFlag(Target to, std::string_view) {
+    return to.options.*field = true;
 }
 
-constexpr unsigned Bit(Command command) { return 1u << static_cast<unsigned>(command); }
-constexpr unsigned kConversions = Bit(Command::Encode) | Bit(Command::Decode);
-constexpr unsigned kAnyCommand = ~0u;
+bool StoreNoHeader(Target to, std::string_view) { return to.stage.noHeader = true; }
+
+template <class Value>
+constexpr unsigned Bit(Value value) {
+    return 1u << static_cast<unsigned>(value);
+}
+constexpr unsigned kEncode = Bit(Command::Encode), kDecode = Bit(Command::Decode), kInfo = Bit(Command::Info);
+constexpr unsigned kConversions = kEncode | kDecode;
+constexpr unsigned kAny = ~0u;
+constexpr unsigned kUuXx = Bit(Format::UU) | Bit(Format::XX), kBinHex = Bit(Format::BinHex);
+constexpr unsigned kHeaders = kUuXx | kBinHex;
 
 struct OptionRow {
     char shortName;  // 0: none
     std::string_view longName;
     std::string_view expects;  // what a value must be; empty: the option takes none
     unsigned commands;
-    bool (*store)(Options&, std::string_view);
+    unsigned formats;  // the formats that have it
+    bool (*store)(Target, std::string_view);
 };
 
+constexpr std::string_view kFormatNames = "uu, xx, base64, hex, qp or binhex";
+constexpr std::string_view kBytes = "a number of bytes";
+constexpr std::string_view k32Bits = "a number from 0 to 4294967295";
+constexpr std::string_view kSignature = "four characters or eight hexadecimal digits";
+
+// clang-format off
 constexpr OptionRow kOptions[] = {
-    {'f', "format", "uu, xx, base64, hex, qp or binhex", kConversions, &StoreFormat},
-    {'o', "output", "a file, or - for standard output", kConversions, &StoreText<&Options::destination>},
-    {'l', "line-length", "a number from 0 to 4294967295", Bit(Command::Encode), &StoreLineLength},
-    {'b', "line-breaks", "crlf, lf, cr or none", Bit(Command::Encode), &StoreLineBreaks},
-    {'t', "tolerant", "", Bit(Command::Decode), &StoreFlag<&Options::tolerant>},
-    {0, "module", "the component's file", kConversions | Bit(Command::Version), &StoreText<&Options::module>},
-    {'q', "quiet", "", kAnyCommand, &StoreFlag<&Options::quiet>},
-    {'p', "progress", "", kConversions, &StoreFlag<&Options::progress>},
-    {'v', "verbose", "", kAnyCommand, &StoreFlag<&Options::verbose>},
-    {'h', "help", "", kAnyCommand, &StoreFlag<&Options::help>},
+    {'f', "format", kFormatNames, kConversions | kInfo, kAny, &StoreFormat},
+    {0, "then", kFormatNames, kConversions, kAny, &StoreFormat},
+    {'o', "output", "a file, a folder, or - for standard output", kConversions, kAny, &StoreText<&Options::destination>},
+    {'a', "append", "", kConversions, kAny, &StoreFlag<&Options::append>},
+    {0, "overwrite", "", kDecode, kAny, &StoreFlag<&Options::overwrite>},
+    {0, "offset", kBytes, kConversions | kInfo, kAny, &StoreOffset},
+    {0, "size", kBytes, kConversions | kInfo, kAny, &StoreSize},
+    {'l', "line-length", k32Bits, kEncode, kAny, &StoreStageNumber<&Stage::lineLength>},
+    {'b', "line-breaks", "crlf, lf, cr or none", kEncode, kAny, &StoreLineBreaks},
+    {'b', "line-breaks", "crlf, lf, cr or none", kDecode | kInfo, Bit(Format::QuotedPrintable), &StoreLineBreaks},
+    {0, "no-header", "", kConversions | kInfo, kHeaders, &StoreNoHeader},
+    {'n', "name", "a file name", kEncode, kHeaders, &StoreName},
+    {'m', "mode", "an octal number from 0 to 7777", kEncode, kUuXx, &StoreMode},
+    {0, "type", kSignature, kEncode, kBinHex, &StoreSignature<&Stage::type>},
+    {0, "creator", kSignature, kEncode, kBinHex, &StoreSignature<&Stage::creator>},
+    {0, "flags", "a number from 0 to 65535", kEncode, kBinHex, &StoreStageNumber<&Stage::flags>},
+    {0, "data-length", k32Bits, kEncode, kBinHex, &StoreStageNumber<&Stage::dataLength>},
+    {0, "resource-length", k32Bits, kEncode, kBinHex, &StoreStageNumber<&Stage::resourceLength>},
+    {0, "resource-fork", "a file", kConversions, kBinHex, &StoreText<&Options::resourceFork>},
+    {'t', "tolerant", "", kDecode, kAny, &StoreFlag<&Options::tolerant>},
+    {0, "module", "the component's file", kConversions | kInfo | Bit(Command::Version), kAny, &StoreText<&Options::module>},
+    {'q', "quiet", "", kAny, kAny, &StoreFlag<&Options::quiet>},
+    {'p', "progress", "", kConversions | kInfo, kAny, &StoreFlag<&Options::progress>},
+    {'v', "verbose", "", kAny, kAny, &StoreFlag<&Options::verbose>},
+    {'h', "help", "", kAny, kAny, &StoreFlag<&Options::help>},
 };
+// clang-format on
+
+// The row of an option for a command; where the command does not have it, its row for another.
+template <class Name>
+const OptionRow* FindOption(Name OptionRow::*field, const Name& name, Command command) {
+    const OptionRow* found = nullptr;
+    for (const OptionRow& row : kOptions) {
+        if (row.*field == name && (!found || (row.commands & Bit(command)))) found = &row;
+    }
+    return found;
+}
 
 // ---- Walking the words ------------------------------------------------------------------------------------------
 
@@ -150,8 +244,8 @@ private:
     void TakeLong(std::string_view word) {
         const size_t equals = word.find('=');
         const std::string_view name = word.substr(0, equals);
-        const auto* const row = std::ranges::find(kOptions, name, &OptionRow::longName);
-        if (row == std::end(kOptions)) return Complain("there is no option '--" + std::string(name) + "'");
+        const OptionRow* const row = FindOption(&OptionRow::longName, name, options_.command);
+        if (!row) return Complain("there is no option '--" + std::string(name) + "'");
         if (equals == std::string_view::npos) return Take(*row, std::nullopt);
         if (row->expects.empty()) return Complain("option '--" + std::string(name) + "' takes no value");
         Take(*row, word.substr(equals + 1));
@@ -162,8 +256,8 @@ private:
         while (!letters.empty() && parsed_.complaint.empty()) {
             const char letter = letters.front();
             letters.remove_prefix(1);
-            const auto* const row = std::ranges::find(kOptions, letter, &OptionRow::shortName);
-            if (row == std::end(kOptions)) return Complain(std::string("there is no option '-") + letter + "'");
+            const OptionRow* const row = FindOption(&OptionRow::shortName, letter, options_.command);
+            if (!row) return Complain(std::string("there is no option '-") + letter + "'");
             const bool takesRest = !row->expects.empty() && !letters.empty();
             Take(*row, takesRest ? std::optional(letters) : std::nullopt);
             if (takesRest) return;
@@ -178,28 +272,69 @@ private:
             if (!More()) return Complain(name + " needs a value: " + std::string(row.expects));
             value = Next();
         }
-        if (!row.store(options_, value.value_or("")))
+        ChooseStage(row);
+        if (!row.store({options_, options_.stages[stage_]}, value.value_or("")))
             return Complain(name + " does not take '" + std::string(*value) + "'; it expects " +
                             std::string(row.expects));
-        formatGiven_ |= row.shortName == 'f';
+        given_.push_back({&row, stage_});
+    }
+
+    // What belongs to a format goes to the one named last: by --format the first of the chain, by --then one more.
+    void ChooseStage(const OptionRow& row) {
+        options_.formatGiven |= row.longName == "format";
+        if (row.longName == "format") stage_ = 0;
+        if (row.longName != "then") return;
+        options_.stages.emplace_back();
+        stage_ = options_.stages.size() - 1;
     }
 
     void CheckWhole() {
         const bool conversion = (kConversions & Bit(options_.command)) != 0;
+        const bool reads = conversion || options_.command == Command::Info;
         const size_t allowed = options_.command == Command::Version ? 0 : 1;
         if (names_.size() > allowed) return Complain("unexpected argument '" + names_[allowed] + "'");
-        if (conversion && !formatGiven_) return Complain("no format given; for example '-f base64'");
-        if (!names_.empty()) (conversion ? options_.source : options_.module) = names_.front();
-        if (!names_.empty() && names_.front().empty()) Complain("a file name is empty");
+        if (conversion && !options_.formatGiven) return Complain("no format given; for example '-f base64'");
+        if (!names_.empty()) (reads ? options_.source : options_.module) = names_.front();
+        if (!names_.empty() && names_.front().empty()) return Complain("a file name is empty");
+        if (options_.formatGiven) CheckFormats();
+        if (parsed_.complaint.empty()) CheckFiles();
     }
+
+    // Every option against the format that it went to.
+    void CheckFormats() {
+        for (const auto& [row, stage] : given_) {
+            const bool fork = row->longName == "resource-fork";
+            const Format format = options_.stages[fork ? DataStage() : stage].format;
+            if (row->formats & Bit(format)) continue;
+            return Complain("option '--" + std::string(row->longName) + "' does not go with '" +
+                            std::string(NameOf(options_.command)) + " -f " + std::string(NameOf(format)) + "'");
+        }
+    }
+
+    void CheckFiles() {
+        const Stage& stage = options_.stages[DataStage()];
+        if (!options_.resourceFork.empty() && stage.noHeader)
+            return Complain("without a header there is no resource fork");
+        if (options_.append && options_.destination == kStandardStream)
+            return Complain("option '--append' needs a file: --output FILE");
+    }
+
+    // The format whose one side is the data itself.
+    size_t DataStage() const { return options_.command == Command::Decode ? options_.stages.size() - 1 : 0; }
+
+    struct Given {
+        const OptionRow* row;
+        size_t stage;
+    };
 
     std::span<const char* const> words_;
     size_t next_ = 0;
     ParsedOptions parsed_;
     Options& options_ = parsed_.options;
     std::vector<std::string> names_;
+    std::vector<Given> given_;
+    size_t stage_ = 0;
     bool optionsEnded_ = false;
-    bool formatGiven_ = false;
 };
 
 }  // namespace
@@ -210,5 +345,7 @@ std::string_view NameOf(Command command) {
     return command == Command::Version ? "--version" : NameIn<Command>(kCommands, command);
 }
 std::string_view NameOf(Format format) { return NameIn<Format>(kFormats, format); }
+
+bool HasHeader(Format format) { return (kHeaders & Bit(format)) != 0; }
 
 }  // namespace talvo

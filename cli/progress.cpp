@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "cli/messages.h"
 #include "cli/streams.h"
+#include "cli/text.h"
 
 namespace talvo {
 namespace {

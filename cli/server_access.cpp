@@ -96,17 +96,19 @@ DWORD LoadModule(const std::string& given, ServerModule& module, std::string& tr
 
 // ---- Server -----------------------------------------------------------------------------------------------------
 
-HRESULT Server::CreateComponent(const std::string& given, com::ComPtr<ITalvoBinaryEncoding>& component) {
-    if (!given.empty()) return CreateFromModule(given, component);
+HRESULT Server::Connect(const std::string& given) {
+    if (!given.empty()) return ConnectToModule(given);
+    com::ComPtr<ITalvoBinaryEncoding> component;
     registered_ = true;
     road_ = "registered";
-    const HRESULT hr = Create(kComponentClass, __uuidof(ITalvoBinaryEncoding), component.PutVoid());
+    const HRESULT hr = CreateComponent(component);
     if (SUCCEEDED(hr)) return hr;
     failures_.push_back("through the class registry: " + DescribeSystemResult(hr));
-    return CreateFromModule(given, component);
+    return ConnectToModule(given);
 }
 
-HRESULT Server::CreateFromModule(const std::string& given, com::ComPtr<ITalvoBinaryEncoding>& component) {
+HRESULT Server::ConnectToModule(const std::string& given) {
+    com::ComPtr<ITalvoBinaryEncoding> component;
     registered_ = false;
     road_ = given.empty() ? "beside the command" : "given by --module";
     std::string tried;
@@ -114,9 +116,13 @@ HRESULT Server::CreateFromModule(const std::string& given, com::ComPtr<ITalvoBin
         failures_.push_back("from " + tried + ": " + DescribeError(code));
         return HRESULT_FROM_WIN32(code);
     }
-    const HRESULT hr = Create(kComponentClass, __uuidof(ITalvoBinaryEncoding), component.PutVoid());
+    const HRESULT hr = CreateComponent(component);
     if (FAILED(hr)) failures_.push_back("from " + tried + ": " + DescribeSystemResult(hr));
     return hr;
+}
+
+HRESULT Server::CreateComponent(com::ComPtr<ITalvoBinaryEncoding>& component) const {
+    return Create(kComponentClass, __uuidof(ITalvoBinaryEncoding), component.PutVoid());
 }
 
 HRESULT Server::CreateFormat(const FormatClass& format, com::ComPtr<ITalvoEncodeData>& object) const {
@@ -128,5 +134,11 @@ HRESULT Server::Create(const ClassName& name, REFIID iid, void** object) const {
 }
 
 std::string Server::Origin() const { return (registered_ ? RegisteredPath() : module_.Path()) + " (" + road_ + ")"; }
+
+Failure Unavailable(const Server& server, const std::string& what, HRESULT result) {
+    Failure failure{ExitCode::Unavailable, {what + ": " + DescribeSystemResult(result)}};
+    for (const std::string& attempt : server.Failures()) failure.messages.push_back("  " + attempt);
+    return failure;
+}
 
 }  // namespace talvo

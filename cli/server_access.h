@@ -10,6 +10,7 @@
 
 #include "TalvoBinaryEncoding.h"
 
+#include "cli/failure.h"
 #include "cli/format_classes.h"
 #include "com/com_ptr.h"
 #include "com/unique.h"
@@ -56,9 +57,10 @@ private:
 // Must outlive what it created.
 class Server {
 public:
-    // Finds a road to the component and creates one; `given` forces a module file.
-    HRESULT CreateComponent(const std::string& given, com::ComPtr<ITalvoBinaryEncoding>& component);
-    // A format object by the road on which the component was found.
+    // Finds a road on which a component can be created; `given` forces a module file.
+    HRESULT Connect(const std::string& given);
+    // A component and a format object by that road.
+    HRESULT CreateComponent(com::ComPtr<ITalvoBinaryEncoding>& component) const;
     HRESULT CreateFormat(const FormatClass& format, com::ComPtr<ITalvoEncodeData>& object) const;
 
     // "PATH (registered)": where the component was found.
@@ -68,12 +70,15 @@ public:
 
 private:
     HRESULT Create(const ClassName& name, REFIID iid, void** object) const;
-    HRESULT CreateFromModule(const std::string& given, com::ComPtr<ITalvoBinaryEncoding>& component);
+    HRESULT ConnectToModule(const std::string& given);
 
     ServerModule module_;
     const char* road_ = "";
     bool registered_ = true;
     std::vector<std::string> failures_;
 };
+
+// A failure to create something, with the roads that were tried.
+Failure Unavailable(const Server& server, const std::string& what, HRESULT result);
 
 }  // namespace talvo

@@ -72,6 +72,16 @@ int OpenFile(const char* path, const Request& request, bool* created) {
     return open(path, request.OpenFlags() | O_CREAT, kMode);
 }
 
+// The three lowest descriptors are the standard streams. Where one is closed, a file must not take its place.
+int AboveStandardStreams(int file, bool inherit) {
+    if (file < 0 || file > STDERR_FILENO) return file;
+    const int moved = fcntl(file, inherit ? F_DUPFD : F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int error = errno;
+    close(file);
+    errno = error;
+    return moved;
+}
+
 // A name that ends in a separator can only be a folder, and folders are not opened.
 BOOL FailFolderName(const FilePath& path, const Request& request) {
     struct stat info;
@@ -99,7 +109,7 @@ HANDLE Create(const FilePath& path, const Request& request) {
     if (!path) return INVALID_HANDLE_VALUE;
     if (path.NamesFolder()) return FailFolderName(path, request), INVALID_HANDLE_VALUE;
     bool created = false;
-    const int file = OpenFile(path.Get(), request, &created);
+    const int file = AboveStandardStreams(OpenFile(path.Get(), request, &created), request.inherit);
     if (file < 0) return path.Fail(), INVALID_HANDLE_VALUE;
     if (const DWORD error = Admit(file, path.Get(), request, created); error != ERROR_SUCCESS) {
         close(file);
@@ -152,6 +162,13 @@ private:
     sigset_t signal_;
     sigset_t before_;
 };
+
+// 100 nanoseconds since 1601.
+FILETIME FileTime(const timespec& time) {
+    const ULONGLONG ticks = (static_cast<ULONGLONG>(time.tv_sec) + 11644473600) * 10000000 +
+                            static_cast<ULONGLONG>(time.tv_nsec / 100);
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
 
 // The position after the move, or -1 with the last error set.
 LONGLONG Seek(int file, LONGLONG distance, DWORD method) {
@@ -263,6 +280,29 @@ BOOL GetFileSizeEx(HANDLE hFile, PLARGE_INTEGER lpFileSize) {
     if (fstat(FileOf(hFile), &info) != 0) return FailWithErrno();
     if (!S_ISREG(info.st_mode)) return Fail(ERROR_INVALID_FUNCTION);
     lpFileSize->QuadPart = info.st_size;
+    return TRUE;
+}
+
+// Volume and index tell files apart; this system does not say when a file was created.
+BOOL GetFileInformationByHandle(HANDLE hFile, LPBY_HANDLE_FILE_INFORMATION lpFileInformation) {
+    struct stat info;
+    if (fstat(FileOf(hFile), &info) != 0) return FailWithErrno();
+    if (!S_ISREG(info.st_mode)) return Fail(ERROR_INVALID_FUNCTION);
+    constexpr mode_t kAnyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
+    const auto size = static_cast<ULONGLONG>(info.st_size);
+    const auto index = static_cast<ULONGLONG>(info.st_ino);
+    const auto volume = static_cast<ULONGLONG>(info.st_dev);
+    *lpFileInformation = {};
+    lpFileInformation->dwFileAttributes =
+        info.st_mode & kAnyWrite ? FILE_ATTRIBUTE_NORMAL : FILE_ATTRIBUTE_READONLY;
+    lpFileInformation->ftLastAccessTime = FileTime(info.st_atim);
+    lpFileInformation->ftLastWriteTime = FileTime(info.st_mtim);
+    lpFileInformation->dwVolumeSerialNumber = static_cast<DWORD>(volume ^ volume >> 32);
+    lpFileInformation->nFileSizeHigh = static_cast<DWORD>(size >> 32);
+    lpFileInformation->nFileSizeLow = static_cast<DWORD>(size);
+    lpFileInformation->nNumberOfLinks = static_cast<DWORD>(info.st_nlink);
+    lpFileInformation->nFileIndexHigh = static_cast<DWORD>(index >> 32);
+    lpFileInformation->nFileIndexLow = static_cast<DWORD>(index);
     return TRUE;
 }
 

@@ -128,16 +128,5 @@ TEST(Progress, Lines) {
     }
 }
 
-TEST(Names, Same) {
-    const struct {
-        const char *a, *b;
-        bool same;
-    } kRows[] = {
-        {"a", "./a", true}, {"a/b", "a//./b", true}, {"a\\b", "a/b", true}, {"/a", "/a", true},
-        {"a", "b", false},  {"/a", "a", false},      {"a/b", "ab", false},  {"a", "../a", false},
-    };
-    for (const auto& row : kRows) EXPECT_EQ(SameName(row.a, row.b), row.same) << row.a << " " << row.b;
-}
-
 }  // namespace
 }  // namespace talvo

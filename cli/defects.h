@@ -1,0 +1,37 @@
+// Where in an encoded text a decoder stumbles. Decoders tell for a piece of data that something is wrong with it, not
+// where; smaller pieces tell more, and they give the same output.
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <span>
+#include <string>
+
+#include "cli/options.h"
+#include "cli/server_access.h"
+
+namespace talvo {
+
+// A place in a text whose lines end in CR LF, LF or CR.
+class TextPosition {
+public:
+    // `offset` of the first byte; lines are counted from there.
+    explicit TextPosition(ULONGLONG offset) : offset_(offset), lineStart_(offset), countsLines_(offset == 0) {}
+
+    void Advance(std::span<const BYTE> bytes);
+    // The byte that comes next: "offset 70: line 2, column 9".
+    std::string Describe() const;
+
+private:
+    ULONGLONG offset_, lineStart_;
+    ULONGLONG line_ = 1;
+    bool countsLines_;  // a range may begin within a line
+    bool afterCr_ = false;
+};
+
+// Decodes the source once more, up to the piece that was refused, and that one byte by byte: the place, in words. Nothing
+// where the source cannot be read twice, or where that would take long.
+std::optional<std::string> FindDefect(const Server& server, const Options& options, ULONGLONG pieceOffset);
+
+}  // namespace talvo

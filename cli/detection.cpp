@@ -1,0 +1,100 @@
+// A decoder gets the sample in small pieces and tolerates everything; the more pieces it finds fault with, the less the
+// text is its own.
+#include "cli/detection.h"
+
+#include <algorithm>
+#include <string>
+
+#include "cli/chain.h"
+
+namespace talvo {
+namespace {
+
+constexpr size_t kPiece = 64;
+
+// How a decoder gets on with the sample.
+struct Trial {
+    ULONGLONG pieces = 0, faults = 0, output = 0;
+    bool ran = false;  // and not only found fault
+    Header header;
+};
+
+Trial Try(const Server& server, const Stage& stage, std::span<const BYTE> sample, bool whole) {
+    Trial trial;
+    Chain chain;
+    if (chain.Open(server, Command::Decode, std::span(&stage, 1), true)) return trial;
+    const auto feed = [&](std::span<const BYTE> piece, bool last) {
+        const HRESULT hr = chain.Convert(piece, last);
+        ++trial.pieces;
+        trial.faults += hr != S_OK;
+        trial.output += chain.Output().size();
+        return SUCCEEDED(hr);
+    };
+    trial.ran = true;
+    for (std::span<const BYTE> rest = sample; trial.ran && !rest.empty();) {
+        const auto piece = rest.first(std::min(kPiece, rest.size()));
+        rest = rest.subspan(piece.size());
+        trial.ran = feed(piece, false);
+    }
+    if (whole && trial.ran) trial.ran = feed({}, true);
+    trial.header = chain.ReadHeader(0);
+    return trial;
+}
+
+// An escape, or a break that is taken back: without one, any text would be quoted-printable.
+bool HoldsEscapes(std::span<const BYTE> sample) {
+    constexpr std::string_view kHex = "0123456789ABCDEFabcdef";
+    const std::string_view text(reinterpret_cast<const char*>(sample.data()), sample.size());
+    for (size_t at = text.find('='); at != text.npos; at = text.find('=', at + 1)) {
+        const std::string_view next = text.substr(at + 1, 2);
+        if (next.starts_with('\r') || next.starts_with('\n')) return true;
+        if (next.size() == 2 && kHex.find(next[0]) != kHex.npos && kHex.find(next[1]) != kHex.npos) return true;
+    }
+    return false;
+}
+
+// Whether what came out speaks for the format at all. Short lines are filled up by the decoders of UU and XX: a text of
+// theirs gives no more than three bytes for four characters.
+bool IsPlausible(const Stage& stage, const Trial& trial, std::span<const BYTE> sample) {
+    if (!trial.ran) return false;
+    if (HasHeader(stage.format) && !stage.noHeader) return trial.output != 0 || !trial.header.name.empty();
+    if (trial.output == 0 || trial.faults * 8 > trial.pieces) return false;
+    if (stage.format == Format::QuotedPrintable) return HoldsEscapes(sample);
+    return !stage.noHeader || trial.output * 4 <= sample.size() * 3;
+}
+
+struct Candidate {
+    Stage stage;
+    Trial trial;
+};
+
+}  // namespace
+
+std::optional<Guess> Detect(const Server& server, std::span<const BYTE> sample, bool whole) {
+    // Formats that say what they are come first; of the others those that fewer texts fit.
+    constexpr struct {
+        Format format;
+        bool noHeader;
+    } kOrder[] = {{Format::BinHex, false}, {Format::UU, false}, {Format::XX, false},     {Format::Hex, false},
+                  {Format::UU, true},      {Format::XX, true},  {Format::Base64, false}, {Format::QuotedPrintable, false}};
+    std::vector<Candidate> candidates;
+    for (const auto& [format, noHeader] : kOrder) {
+        Stage stage;
+        stage.format = format;
+        stage.noHeader = noHeader;
+        const bool says = HasHeader(format) && !noHeader;
+        if (!says && !candidates.empty() && HasHeader(candidates[0].stage.format) && !candidates[0].stage.noHeader) break;
+        if (Trial trial = Try(server, stage, sample, whole); IsPlausible(stage, trial, sample))
+            candidates.push_back({stage, std::move(trial)});
+    }
+    if (candidates.empty()) return std::nullopt;
+    const auto best = std::ranges::min_element(candidates, {}, [](const Candidate& c) { return c.trial.faults; });
+    Guess guess{best->stage, HasHeader(best->stage.format) && !best->stage.noHeader, {}};
+    for (const Candidate& other : candidates) {
+        if (&other != &*best && other.trial.faults == best->trial.faults)
+            guess.others.push_back(NameOf(other.stage.format));
+    }
+    return guess;
+}
+
+}  // namespace talvo

@@ -1,0 +1,24 @@
+// Which format a text has, judged by letting every decoder try its beginning: the rules of the formats stay theirs.
+#pragma once
+
+#include <windows.h>
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "cli/options.h"
+#include "cli/server_access.h"
+
+namespace talvo {
+
+struct Guess {
+    Stage stage;
+    bool said = false;                     // by a first line of its own, not only by what its characters fit
+    std::vector<std::string_view> others;  // formats that fit as well
+};
+
+// `whole`: the sample is all of the text. Nothing where no format fits.
+std::optional<Guess> Detect(const Server& server, std::span<const BYTE> sample, bool whole);
+
+}  // namespace talvo
