@@ -12,8 +12,8 @@ constexpr std::string_view kSeparators = "/\\";
 constexpr std::string_view kDevices[] = {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$", "CLOCK$"};
 constexpr std::string_view kNumberedDevices[] = {"COM", "LPT"};
 // Digits, and the superscripts one, two and three in UTF-8 and in the code pages of the West, which count as digits.
-constexpr std::string_view kDeviceNumbers[] = {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9",
-                                               "\xC2\xB9", "\xC2\xB2", "\xC2\xB3", "\xB9", "\xB2", "\xB3"};
+constexpr std::string_view kDeviceNumbers[] = {"0", "1", "2",        "3",        "4",        "5",    "6",    "7",
+                                               "8", "9", "\xC2\xB9", "\xC2\xB2", "\xC2\xB3", "\xB9", "\xB2", "\xB3"};
 
 bool IsControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
 

@@ -178,10 +178,11 @@ private:
     }
 
     std::string Place(const ChunkReader::Chunk& chunk) const {
-        if (const auto place = FindDefect(server_, options_, chunk.offset)) return *place;
+        if (const auto place = FindDefect(server_, options_, chunk)) return *place;
         if (chunk.bytes.empty()) return "at the end";
         const ULONGLONG first = options_.offset + chunk.offset;
-        return "between the offsets " + std::to_string(first) + " and " + std::to_string(first + chunk.bytes.size() - 1);
+        return "between the offsets " + std::to_string(first) + " and " +
+               std::to_string(first + chunk.bytes.size() - 1);
     }
 
     // A text without its first line decodes to nothing, which the component does not call an error.

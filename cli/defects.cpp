@@ -1,15 +1,26 @@
 // The second decoding has a chain of its own, fresh from the server, and throws its output away.
 #include "cli/defects.h"
 
-#include <algorithm>
-
 #include "cli/chain.h"
-#include "cli/source.h"
 
 namespace talvo {
 namespace {
 
 constexpr ULONGLONG kReadAgainAtMost = 1u << 30;
+
+// Decodes what came before the piece, in the pieces of the first time.
+bool ReadUpTo(ULONGLONG offset, const Options& options, Chain& chain, TextPosition& position) {
+    Source source;
+    if (options.source == kStandardStream || offset > kReadAgainAtMost) return false;
+    if (source.Open(options.source, {options.offset, offset}) != ERROR_SUCCESS || !IsDiskFile(source.Handle()))
+        return false;
+    ChunkReader reader({&source}, kChunkSize);
+    for (ChunkReader::Chunk chunk; !chunk.last;) {
+        if (reader.Next(chunk) != ERROR_SUCCESS || FAILED(chain.Convert(chunk.bytes, false))) return false;
+        position.Advance(chunk.bytes);
+    }
+    return true;
+}
 
 }  // namespace
 
@@ -31,26 +42,17 @@ std::string TextPosition::Describe() const {
     return text;
 }
 
-std::optional<std::string> FindDefect(const Server& server, const Options& options, ULONGLONG pieceOffset) {
-    Source source;
+std::optional<std::string> FindDefect(const Server& server, const Options& options, const ChunkReader::Chunk& piece) {
     Chain chain;
-    if (options.source == kStandardStream || pieceOffset > kReadAgainAtMost) return std::nullopt;
-    if (source.Open(options.source, {options.offset, options.size}) != ERROR_SUCCESS) return std::nullopt;
-    if (!source.IsRepeatable() || chain.Open(server, Command::Decode, options.stages, options.tolerant))
-        return std::nullopt;
     TextPosition position(options.offset);
-    ChunkReader reader({&source}, kChunkSize);
-    for (ChunkReader::Chunk chunk; !chunk.last;) {
-        if (reader.Next(chunk) != ERROR_SUCCESS) return std::nullopt;
-        const size_t step = chunk.offset < pieceOffset ? kChunkSize : 1;
-        for (std::span<const BYTE> rest = chunk.bytes; !rest.empty();) {
-            const auto piece = rest.first(std::min(step, rest.size()));
-            if (FAILED(chain.Convert(piece, false))) return position.Describe();
-            position.Advance(piece);
-            rest = rest.subspan(piece.size());
-        }
+    if (chain.Open(server, Command::Decode, options.stages, options.tolerant)) return std::nullopt;
+    if (piece.offset != 0 && !ReadUpTo(piece.offset, options, chain, position)) return std::nullopt;
+    for (size_t i = 0; i < piece.bytes.size(); ++i) {
+        const auto byte = piece.bytes.subspan(i, 1);
+        if (FAILED(chain.Convert(byte, false))) return position.Describe();
+        position.Advance(byte);
     }
-    return FAILED(chain.Convert({}, true)) ? std::optional<std::string>("at the end") : std::nullopt;
+    return piece.last ? std::optional<std::string>("at the end") : std::nullopt;
 }
 
 }  // namespace talvo

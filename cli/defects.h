@@ -10,6 +10,7 @@
 
 #include "cli/options.h"
 #include "cli/server_access.h"
+#include "cli/source.h"
 
 namespace talvo {
 
@@ -30,8 +31,8 @@ private:
     bool afterCr_ = false;
 };
 
-// Decodes the source once more, up to the piece that was refused, and that one byte by byte: the place, in words. Nothing
-// where the source cannot be read twice, or where that would take long.
-std::optional<std::string> FindDefect(const Server& server, const Options& options, ULONGLONG pieceOffset);
+// Where in a piece that was refused the decoder stumbles, in words. What came before it is read and decoded once more;
+// nothing where the source cannot be read twice, or where that would take long.
+std::optional<std::string> FindDefect(const Server& server, const Options& options, const ChunkReader::Chunk& piece);
 
 }  // namespace talvo

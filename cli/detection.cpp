@@ -75,15 +75,17 @@ std::optional<Guess> Detect(const Server& server, std::span<const BYTE> sample, 
     constexpr struct {
         Format format;
         bool noHeader;
-    } kOrder[] = {{Format::BinHex, false}, {Format::UU, false}, {Format::XX, false},     {Format::Hex, false},
-                  {Format::UU, true},      {Format::XX, true},  {Format::Base64, false}, {Format::QuotedPrintable, false}};
+    } kOrder[] = {
+        {Format::BinHex, false}, {Format::UU, false}, {Format::XX, false},     {Format::Hex, false},
+        {Format::UU, true},      {Format::XX, true},  {Format::Base64, false}, {Format::QuotedPrintable, false}};
     std::vector<Candidate> candidates;
     for (const auto& [format, noHeader] : kOrder) {
         Stage stage;
         stage.format = format;
         stage.noHeader = noHeader;
         const bool says = HasHeader(format) && !noHeader;
-        if (!says && !candidates.empty() && HasHeader(candidates[0].stage.format) && !candidates[0].stage.noHeader) break;
+        if (!says && !candidates.empty() && HasHeader(candidates[0].stage.format) && !candidates[0].stage.noHeader)
+            break;
         if (Trial trial = Try(server, stage, sample, whole); IsPlausible(stage, trial, sample))
             candidates.push_back({stage, std::move(trial)});
     }

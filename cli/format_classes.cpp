@@ -32,14 +32,17 @@ public:
 
     // The property's type may be signed where the option is not: the bits are what counts.
     template <class Value, class Option>
-    void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(Value), const std::optional<Option>& value) {
+    void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(Value),
+             const std::optional<Option>& value) {
         if (!value || FAILED(refusal_.result)) return;
         Note(name, (format_->*put)(static_cast<Value>(*value)));
     }
-    void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(const BYTE*), std::optional<FourBytes> value) {
+    void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(const BYTE*),
+             std::optional<FourBytes> value) {
         if (value && SUCCEEDED(refusal_.result)) Note(name, (format_->*put)(value->data()));
     }
-    void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(BSTR), const std::optional<std::string>& value) {
+    void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(BSTR),
+             const std::optional<std::string>& value) {
         if (!value || FAILED(refusal_.result)) return;
         const com::UniqueBstr wide = Wide(*value);
         Note(name, wide ? (format_->*put)(wide.Get()) : E_OUTOFMEMORY);

@@ -72,8 +72,7 @@ private:
         stage_ = options_.stages.front();
         if (!options_.formatGiven) {
             const auto guess = Detect(server_, first.bytes, first.last);
-            if (!guess)
-                return {ExitCode::BadData, {source_.Name() + ": no format is recognised; -f FORMAT names one"}};
+            if (!guess) return {ExitCode::BadData, {source_.Name() + ": no format is recognised; -f FORMAT names one"}};
             stage_ = guess->stage;
             Explain(*guess);
         }
@@ -127,11 +126,12 @@ private:
     }
 
     std::string Report() const {
-        std::string text = Line("format", std::string(NameOf(stage_.format)) + (stage_.noHeader ? ", no header" : "") +
-                                              remark_);
+        std::string text =
+            Line("format", std::string(NameOf(stage_.format)) + (stage_.noHeader ? ", no header" : "") + remark_);
         if (HasHeader(stage_.format) && !stage_.noHeader) text += HeaderLines(scout_.ReadHeader(0));
         text += Line("decoded size", Counted(size_, "byte"));
-        text += Line("defects", defects_.empty() ? "none" : (more_ ? "more than " : "") + std::to_string(defects_.size()));
+        text +=
+            Line("defects", defects_.empty() ? "none" : (more_ ? "more than " : "") + std::to_string(defects_.size()));
         for (const std::string& defect : defects_) text += "  " + defect + "\n";
         return text;
     }
@@ -151,7 +151,8 @@ private:
 
     static std::string Octal(uint32_t mode) {
         std::string digits;
-        for (; mode != 0 || digits.size() < 4; mode >>= 3) digits.insert(digits.begin(), static_cast<char>('0' + (mode & 7)));
+        for (; mode != 0 || digits.size() < 4; mode >>= 3)
+            digits.insert(digits.begin(), static_cast<char>('0' + (mode & 7)));
         return digits;
     }
 

@@ -28,8 +28,6 @@ public:
     [[nodiscard]] DWORD Read(std::span<BYTE> room, size_t& got);
     // The bytes that are left to read where that is known.
     std::optional<ULONGLONG> Size() const;
-    // Whether it can be opened and read once more.
-    bool IsRepeatable() const { return static_cast<bool>(owned_) && IsDiskFile(handle_); }
     HANDLE Handle() const { return handle_; }
     const std::string& Name() const { return name_; }
 

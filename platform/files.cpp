@@ -165,8 +165,8 @@ private:
 
 // 100 nanoseconds since 1601.
 FILETIME FileTime(const timespec& time) {
-    const ULONGLONG ticks = (static_cast<ULONGLONG>(time.tv_sec) + 11644473600) * 10000000 +
-                            static_cast<ULONGLONG>(time.tv_nsec / 100);
+    const ULONGLONG ticks =
+        (static_cast<ULONGLONG>(time.tv_sec) + 11644473600) * 10000000 + static_cast<ULONGLONG>(time.tv_nsec / 100);
     return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
@@ -293,8 +293,7 @@ BOOL GetFileInformationByHandle(HANDLE hFile, LPBY_HANDLE_FILE_INFORMATION lpFil
     const auto index = static_cast<ULONGLONG>(info.st_ino);
     const auto volume = static_cast<ULONGLONG>(info.st_dev);
     *lpFileInformation = {};
-    lpFileInformation->dwFileAttributes =
-        info.st_mode & kAnyWrite ? FILE_ATTRIBUTE_NORMAL : FILE_ATTRIBUTE_READONLY;
+    lpFileInformation->dwFileAttributes = info.st_mode & kAnyWrite ? FILE_ATTRIBUTE_NORMAL : FILE_ATTRIBUTE_READONLY;
     lpFileInformation->ftLastAccessTime = FileTime(info.st_atim);
     lpFileInformation->ftLastWriteTime = FileTime(info.st_mtim);
     lpFileInformation->dwVolumeSerialNumber = static_cast<DWORD>(volume ^ volume >> 32);

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/carried_name.h"
+#include "cli/defects.h"
 #include "cli/help.h"
 #include "cli/progress.h"
 #include "cli/streams.h"
@@ -23,13 +25,42 @@ ParsedOptions Parse(std::string line) {
     return ParseOptions(words);
 }
 
+std::string Shown(const Stage& stage) {
+    std::string text(NameOf(stage.format));
+    const auto add = [&](const char* name, const auto& value) {
+        if (value) text += std::string(" ") + name + std::to_string(static_cast<long>(*value));
+    };
+    add("l", stage.lineLength);
+    add("b", stage.lineBreaks);
+    add("m", stage.mode);
+    add("F", stage.flags);
+    add("d", stage.dataLength);
+    add("r", stage.resourceLength);
+    if (stage.name) text += " n" + *stage.name;
+    if (stage.type) text += " T" + std::string(stage.type->begin(), stage.type->end());
+    if (stage.creator) text += " C" + std::string(stage.creator->begin(), stage.creator->end());
+    return text + (stage.noHeader ? " bare" : "");
+}
+
 // All that the parser can set, in a form that a failure shows.
 std::string Summary(const Options& o) {
-    const std::string lineBreaks = o.lineBreaks ? std::to_string(static_cast<int>(*o.lineBreaks)) : "?";
-    return std::string(NameOf(o.command)) + (o.help ? " help" : "") + " " + std::string(NameOf(o.format)) + " " +
-           o.source + ">" + o.destination + " l" + (o.lineLength ? std::to_string(*o.lineLength) : "?") + " b" +
-           lineBreaks + (o.tolerant ? " tolerant" : "") + (o.quiet ? " quiet" : "") + (o.progress ? " progress" : "") +
-           (o.verbose ? " verbose" : "") + (o.module.empty() ? "" : " module=" + o.module);
+    std::string text = std::string(NameOf(o.command)) + (o.help ? " help " : " ") + o.source + ">" + o.destination;
+    for (const Stage& stage : o.stages) text += " | " + Shown(stage);
+    const struct {
+        bool set;
+        std::string text;
+    } kRest[] = {{o.tolerant, "tolerant"},
+                 {o.quiet, "quiet"},
+                 {o.progress, "progress"},
+                 {o.verbose, "verbose"},
+                 {o.append, "append"},
+                 {o.overwrite, "overwrite"},
+                 {!o.module.empty(), o.module},
+                 {!o.resourceFork.empty(), o.resourceFork},
+                 {o.offset != 0, "from " + std::to_string(o.offset)},
+                 {o.size.has_value(), "size " + std::to_string(o.size.value_or(0))}};
+    for (const auto& rest : kRest) text += rest.set ? " ; " + rest.text : "";
+    return text;
 }
 
 TEST(Options, Understood) {
@@ -37,25 +68,30 @@ TEST(Options, Understood) {
         const char* line;
         const char* summary;
     } kRows[] = {
-        {"encode -f base64", "encode base64 ->- l? b?"},
-        {"encode -fbase64 in -oout", "encode base64 in>out l? b?"},
-        {"encode in --format=hex --output=out", "encode hex in>out l? b?"},
-        {"encode --format qp --output out in", "encode qp in>out l? b?"},
-        {"decode -f uu - -o -", "decode uu ->- l? b?"},
-        {"decode -qvtf binhex in", "decode binhex in>- l? b? tolerant quiet verbose"},
-        {"encode -f xx -l 4294967295 -b none", "encode xx ->- l4294967295 b0"},
-        {"encode -f xx -l0 -bcrlf", "encode xx ->- l0 b1"},
-        {"encode -f xx --line-breaks=lf -b cr", "encode xx ->- l? b3"},
-        {"encode -f base64 -- -odd", "encode base64 -odd>- l? b?"},
-        {"encode -f base64 -o -odd -- --", "encode base64 -->-odd l? b?"},
-        {"encode -p -f base64 --module=m.so", "encode base64 ->- l? b? progress module=m.so"},
-        {"register", "register base64 ->- l? b?"},
-        {"unregister m.so -q", "unregister base64 ->- l? b? quiet module=m.so"},
-        {"--help", " help base64 ->- l? b?"},
-        {"help", " help base64 ->- l? b?"},
-        {"help decode", "decode help base64 ->- l? b?"},
-        {"encode --help", "encode help base64 ->- l? b?"},
-        {"--version --module m.so", "--version base64 ->- l? b? module=m.so"},
+        {"encode -f base64", "encode ->- | base64"},
+        {"encode -fbase64 in -oout", "encode in>out | base64"},
+        {"encode in --format=hex --output=out", "encode in>out | hex"},
+        {"decode -f qp -blf --output out in", "decode in>out | qp b2"},
+        {"decode -qvtf binhex in", "decode in>- | binhex ; tolerant ; quiet ; verbose"},
+        {"encode -f xx -l 4294967295 -b none", "encode ->- | xx l4294967295 b0"},
+        {"encode -l0 -bcrlf -f xx --line-breaks=lf -b cr", "encode ->- | xx l0 b3"},
+        {"encode -f base64 -o -odd -- --", "encode -->-odd | base64"},
+        {"encode -p -f base64 --module=m.so", "encode ->- | base64 ; progress ; m.so"},
+        {"encode -f uu -n a -m 0755 --no-header", "encode ->- | uu m493 na bare"},
+        {"encode --name a -f hex -l 8 --then uu --then base64 -l 4 -f binhex -l 6",
+         "encode ->- | binhex l6 na | uu | base64 l4"},
+        {"encode -f binhex --type TEXT --creator 0x41624344 --flags 0x100 --data-length 7 --resource-length 0",
+         "encode ->- | binhex F256 d7 r0 TTEXT CAbCD"},
+        {"encode -f binhex --resource-fork r --offset 18446744073709551615 --size 0 -ao x",
+         "encode ->x | binhex ; append ; r ; from 18446744073709551615 ; size 0"},
+        {"decode -f uu --then binhex --resource-fork r --overwrite -o f/", "decode ->f/ | uu | binhex ; overwrite ; r"},
+        {"info", "info ->- | base64"},
+        {"info -f uu --no-header in --offset 3", "info in>- | uu bare ; from 3"},
+        {"unregister m.so -q", "unregister ->- | base64 ; quiet ; m.so"},
+        {"help", " help ->- | base64"},
+        {"help decode", "decode help ->- | base64"},
+        {"encode --help", "encode help ->- | base64"},
+        {"--version --module m.so", "--version ->- | base64 ; m.so"},
     };
     for (const auto& row : kRows) {
         const ParsedOptions parsed = Parse(row.line);
@@ -75,19 +111,34 @@ TEST(Options, Refused) {
         {"encode in out -f base64", "unexpected argument 'out'"},
         {"encode -f base65", "does not take 'base65'; it expects uu, xx, base64"},
         {"encode -f", "'--format' needs a value"},
-        {"encode -f base64 -o", "'--output' needs a value"},
+        {"encode -f base64 --then", "'--then' needs a value"},
         {"encode -f base64 -o _", "'--output' does not take ''"},
         {"encode -f base64 _", "file name is empty"},
         {"encode -f base64 --line-length 4294967296", "does not take '4294967296'"},
         {"encode -f base64 -l -1", "does not take '-1'"},
         {"encode -f base64 -l 7x", "does not take '7x'"},
+        {"encode -f base64 -l 0x", "does not take '0x'"},
         {"encode -f base64 -l _", "does not take ''"},
         {"encode -f base64 -b dos", "expects crlf, lf, cr or none"},
+        {"encode -f uu -m 8", "does not take '8'"},
+        {"encode -f uu -m 10000", "does not take '10000'"},
+        {"encode -f binhex --type TEX", "expects four characters"},
+        {"encode -f binhex --type 5445585G", "expects four characters"},
+        {"encode -f binhex --flags 65536", "does not take '65536'"},
+        {"encode -f base64 --offset 18446744073709551616", "does not take"},
         {"encode -f base64 --wrap 7", "no option '--wrap'"},
         {"encode -f base64 -qz", "no option '-z'"},
         {"encode -f base64 --quiet=1", "'--quiet' takes no value"},
         {"encode -f base64 --tolerant", "does not go with 'encode'"},
         {"decode -f base64 -l 5", "does not go with 'decode'"},
+        {"decode -f base64 -b lf", "does not go with 'decode -f base64'"},
+        {"encode --name x -f base64", "'--name' does not go with 'encode -f base64'"},
+        {"encode -f uu --then hex --mode 644", "'--mode' does not go with 'encode -f hex'"},
+        {"encode -f uu --then binhex --resource-fork r", "does not go with 'encode -f uu'"},
+        {"decode -f binhex --then uu --resource-fork r", "does not go with 'decode -f uu'"},
+        {"decode -f binhex --no-header --resource-fork r", "no resource fork"},
+        {"encode -f uu --append", "'--append' needs a file"},
+        {"info --tolerant", "does not go with 'info'"},
         {"register -f base64", "does not go with 'register'"},
         {"register a b", "unexpected argument 'b'"},
         {"--version now", "unexpected argument 'now'"},
@@ -100,7 +151,8 @@ TEST(Options, Refused) {
 }
 
 TEST(Help, FitsATerminal) {
-    for (const Command command : {Command::Overview, Command::Encode, Command::Decode, Command::Register}) {
+    for (const Command command :
+         {Command::Overview, Command::Encode, Command::Decode, Command::Info, Command::Register}) {
         std::string_view text = HelpFor(command);
         for (size_t end; (end = text.find('\n')) != std::string_view::npos; text.remove_prefix(end + 1))
             EXPECT_LE(end, 80u) << text.substr(0, end);
@@ -126,6 +178,70 @@ TEST(Progress, Lines) {
         EXPECT_EQ(ProgressLine(row.state), row.line);
         EXPECT_LE(ProgressLine(row.state).size(), 72u);
     }
+}
+
+TEST(CarriedNames, NeverLeaveTheFolder) {
+    using namespace std::string_literals;
+    const struct {
+        std::string name;
+        const char* fault;  // a part of it; empty: the name is good
+    } kRows[] = {
+        {"photo.jpg", ""},
+        {"a b", ""},
+        {" a", ""},
+        {".profile", ""},
+        {"-rf", ""},
+        {"...a", ""},
+        {"console", ""},
+        {"com", ""},
+        {"com10", ""},
+        {"lpt.txt", ""},
+        {"\xC3\xBC.txt", ""},
+        {"", "empty"},
+        {".", "folder"},
+        {"..", "folder"},
+        {"...", "dot"},
+        {"/etc/passwd", "another folder"},
+        {"../a", "another folder"},
+        {"..\\a", "another folder"},
+        {"a/", "another folder"},
+        {"\\\\host\\share", "another folder"},
+        {"C:a", "drive"},
+        {"a:stream", "drive"},
+        {"a.", "dot or a blank"},
+        {"a ", "dot or a blank"},
+        {"CON", "device"},
+        {"nul.txt", "device"},
+        {"Com1.tar.gz", "device"},
+        {"lpt9", "device"},
+        {"aux .c", "device"},
+        {"COM\xC2\xB2", "device"},
+        {"CONIN$", "device"},
+        {"a\nb", "control"},
+        {"a\0b"s, "control"},
+        {"a\x7F", "control"},
+    };
+    for (const auto& row : kRows) {
+        const std::string fault = NameFault(row.name);
+        EXPECT_EQ(fault.empty(), *row.fault == '\0') << row.name << ": " << fault;
+        EXPECT_NE(fault.find(row.fault), std::string::npos) << row.name << ": " << fault;
+    }
+    EXPECT_EQ(Printable("a\x1B[2J\xC3\xBC"), "a\\x1B[2J\xC3\xBC");
+    EXPECT_EQ(LastSegment("C:a/b\\c"), "c");
+    EXPECT_EQ(LastSegment("C:c"), "c");
+    EXPECT_EQ(LastSegment("ab:c"), "ab:c");
+}
+
+TEST(TextPosition, CountsLinesOfEveryKind) {
+    const std::string text = "ab\r\ncd\re\n\nf";
+    for (size_t cut = 0; cut <= text.size(); ++cut) {
+        TextPosition position(0);
+        const std::span bytes(reinterpret_cast<const BYTE*>(text.data()), text.size());
+        position.Advance(bytes.first(cut));
+        position.Advance(bytes.subspan(cut));
+        EXPECT_EQ(position.Describe(), "offset 11: line 5, column 2");
+    }
+    EXPECT_EQ(TextPosition(7).Describe(), "offset 7");  // may be anywhere in a line
 }
 
 }  // namespace
