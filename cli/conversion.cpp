@@ -15,6 +15,7 @@
 #include "cli/carried_name.h"
 #include "cli/chain.h"
 #include "cli/defects.h"
+#include "cli/interruption.h"
 #include "cli/messages.h"
 #include "cli/output.h"
 #include "cli/progress.h"
@@ -146,12 +147,15 @@ private:
         ChunkReader reader(std::move(sources), kChunkSize);
         ChunkReader::Chunk chunk;
         Progress progress(WantsProgress(), source_.Size());
+        const Interruption interruption(output_);
         while (!chunk.last) {
             if (const DWORD code = reader.Next(chunk); code != ERROR_SUCCESS)
                 return FileFailure(reader.Current().Name(), "read", code);
+            const Interruption::Pause pause;
             if (Failure failure = ConvertChunk(chunk); failure) return failure;
             progress.Show(chunk.offset + chunk.bytes.size());
         }
+        const Interruption::Pause pause;
         if (Failure failure = CheckHeaderFound(); failure) return failure;
         return output_.Finish();
     }

@@ -30,7 +30,7 @@ Failure Output::OpenOne(Destination& destination, const std::string& name, bool 
     using Mode = Destination::Mode;
     const bool replaces = chosenByUser || options_.overwrite;
     const DWORD code = destination.Open(name, options_.append ? Mode::Append : replaces ? Mode::Replace : Mode::New);
-    const Failure isSource = {ExitCode::FileFailed, {destination.Name() + ": the destination is the source"}};
+    Failure isSource = {ExitCode::FileFailed, {destination.Name() + ": the destination is the source"}};
     if (code == ERROR_SUCCESS) return IsSource(destination.Handle()) ? isSource : Failure();
     if (code == ERROR_SHARING_VIOLATION) {
         const UniqueFile probe(CreateFile(name.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,

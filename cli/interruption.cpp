@@ -1,0 +1,44 @@
+// The system calls the handler on a thread of its own. The lock is not given back: nothing is written after the last word.
+#include "cli/interruption.h"
+
+#include <windows.h>
+
+#include <chrono>
+#include <mutex>
+
+#include "cli/messages.h"
+
+namespace talvo {
+namespace {
+
+constexpr std::chrono::seconds kPatience(2);  // a write may wait for a reader that never reads
+
+std::timed_mutex busy;
+Output* watched = nullptr;
+
+BOOL WINAPI Interrupted(DWORD) {
+    if (!busy.try_lock_for(kPatience)) return FALSE;
+    if (watched) {
+        for (const std::string& message : watched->Abandon()) Say("interrupted: " + message);
+    }
+    return FALSE;
+}
+
+}  // namespace
+
+Interruption::Interruption(Output& output) {
+    SetConsoleCtrlHandler(&Interrupted, TRUE);
+    const std::lock_guard hold(busy);
+    watched = &output;
+}
+
+Interruption::~Interruption() {
+    const std::lock_guard hold(busy);
+    watched = nullptr;
+    SetConsoleCtrlHandler(&Interrupted, FALSE);
+}
+
+Interruption::Pause::Pause() { busy.lock(); }
+Interruption::Pause::~Pause() { busy.unlock(); }
+
+}  // namespace talvo
