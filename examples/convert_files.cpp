@@ -31,15 +31,25 @@ HRESULT WithoutLines(ITalvoEncodeData& format, DWORD) {
     return FAILED(hr) ? hr : quotedPrintable->put_EndOfLineType(bltNone);
 }
 
+// The header, which comes first, has the length.
+HRESULT WithLength(ITalvoEncodeData& format, DWORD fileSize) {
+    com::ComPtr<ITalvoBinHexEncodingFormat> binHex;
+    const HRESULT hr = format.QueryInterface(__uuidof(ITalvoBinHexEncodingFormat), binHex.PutVoid());
+    return FAILED(hr) ? hr : binHex->put_HeaderDataForkLength(fileSize);
+}
+
 const struct Format {
     const char* name;
     const CLSID& clsid;
     const char* extension;
     Prepare prepare;
 } kFormats[] = {
+    {"UU", CLSID_TalvoUUEncodingFormat, ".uu", nullptr},
+    {"XX", CLSID_TalvoXXEncodingFormat, ".xx", nullptr},
     {"Base64", CLSID_TalvoBase64EncodingFormat, ".b64", nullptr},
     {"hexadecimal", CLSID_TalvoHexaEncodingFormat, ".hex", nullptr},
     {"quoted-printable", CLSID_TalvoQuotedPrintableEncodingFormat, ".qp", &WithoutLines},
+    {"BinHex 4.0", CLSID_TalvoBinHexEncodingFormat, ".hqx", &WithLength},
 };
 
 com::UniqueBstr Bstr(const std::string& narrow) {

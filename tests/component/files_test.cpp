@@ -228,6 +228,27 @@ TEST_F(FileMethods, FoldersAsDestinations) {
     EXPECT_EQ(WriteTheFile(component, "QUJD", call).Line, "berAccessDenied 0 0");
 }
 
+// A new component: the default format takes the name from the source, and gives it to the file in the folder.
+TEST_F(FileMethods, NamesThatTravelInTexts) {
+    const std::string content = Sample(300000);
+    Save("in", content);
+    for (const CLSID& clsid : {CLSID_TalvoUUEncodingFormat, CLSID_TalvoXXEncodingFormat}) {
+        const Component component;
+        component.Native->putref_EncodingFormat(Create<ITalvoEncodeData>(clsid).Get());
+        const FileResult text = ReadTheFile(component, {});
+        ExpectFileResult(text, S_OK, 300000, 0);
+        EXPECT_EQ(text.Data.substr(0, 14), "begin 444 in\r\n");
+        ExpectFileResult(ProcessTheFile(component, {}), S_OK, 300000, static_cast<DWORD>(text.Data.size()));
+        component.Format()->put_HeaderFilename(Bstr("replaced").Get());
+        for (const Form form : kForms) {
+            const FileCall call = {.Source = "out", .Destination = "folder\\", .Action = bfpDecode};
+            ExpectFileResult(ProcessTheFile(component, call, form), S_OK, static_cast<DWORD>(text.Data.size()), 300000);
+            EXPECT_EQ(Load("folder/in"), content);
+            fs::remove("folder/in");
+        }
+    }
+}
+
 TEST_F(FileMethods, AConversionOverSeveralCalls) {
     const Component component;
     component.UseBase64();

@@ -1,7 +1,7 @@
 // The component and the format objects as a script host uses them: members by name, through the registered type library.
 #include <cctype>
 
-#include "tests/component/variants.h"
+#include "tests/component/file_calls.h"
 #include "tests/support/wine.h"
 
 namespace talvo::test {
@@ -169,6 +169,37 @@ TEST(LateBound, WrongArgumentsArePointedOut) {
     const auto format = ByProgId("Talvo.Base64Encoding.1");
     EXPECT_EQ(Call(format.Get(), "MaxLineLength", DISPATCH_PROPERTYPUT, {bytes}).BadArgument, 0u);
     EXPECT_EQ(CallMethod(c, "Reset", {bytes}).Code, "DISP_E_BADPARAMCOUNT");
+}
+
+// A script's variable takes the count of bytes read; what it held before goes.
+TEST_F(FileMethods, ByName) {
+    const auto component = ByProgId("Talvo.BinaryEncoding.1");
+    IDispatch* const c = component.Get();
+    Call(c, "EncodingFormat", DISPATCH_PROPERTYPUTREF, {Variant::Object(ByProgId("Talvo.Base64Encoding.1").Get())});
+    const Variant name = Variant::Text("text");
+    const Variant yes = Variant::Bool(true);
+    const Variant zero = Variant::Number(0);
+    EXPECT_EQ(CallMethod(c, "WriteFile", {Variant::Bytes("ABC"), zero, yes, name, Variant::Bool(false)}).Result.Show(),
+              "number 4");
+    EXPECT_EQ(CallMethod(c, "WriteFile", {Variant::Bytes("ABC"), zero, yes, name, yes}).Result.Show(), "number 4");
+    Variant read = Variant::Text("before");
+    Variant reference;
+    V_VT(reference.Get()) = VT_VARIANT | VT_BYREF;
+    V_VARIANTREF(reference.Get()) = read.Get();
+    const auto decode = Variant::Number(bfpDecode);
+    const Variant copy = Variant::Text("bytes");
+    EXPECT_EQ(CallMethod(c, "ProcessFile", {name, zero, zero, decode, yes, copy, Variant::Bool(false), reference})
+                  .Result.Show(),
+              "number 6");
+    EXPECT_EQ(read.Show(), "number 8");
+    EXPECT_EQ(
+        CallMethod(c, "ReadFile", {copy, Variant::Number(1), Variant::Number(-1), zero, yes, reference}).Result.Show(),
+        "bytes QkNBQkM=");
+    EXPECT_EQ(read.Show(), "number 5");
+    const Outcome none = CallMethod(c, "ReadFile", {Variant::Text("none"), zero, zero, zero, yes, reference});
+    EXPECT_EQ(none.Scode + " " + none.Exception,
+              "berFileNotFound " + ErrorOf("Talvo.BinaryEncoding.1", berFileNotFound));
+    EXPECT_EQ(read.Show(), "number 0");
 }
 
 // A variable of the script is handed over by reference.
