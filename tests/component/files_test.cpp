@@ -237,7 +237,7 @@ TEST_F(FileMethods, NamesThatTravelInTexts) {
         component.Native->putref_EncodingFormat(Create<ITalvoEncodeData>(clsid).Get());
         const FileResult text = ReadTheFile(component, {});
         ExpectFileResult(text, S_OK, 300000, 0);
-        EXPECT_EQ(text.Data.substr(0, 14), "begin 444 in\r\n");
+        EXPECT_EQ(text.Data.substr(0, 15), "begin 0444 in\r\n");
         ExpectFileResult(ProcessTheFile(component, {}), S_OK, 300000, static_cast<DWORD>(text.Data.size()));
         component.Format()->put_HeaderFilename(Bstr("replaced").Get());
         for (const Form form : kForms) {
