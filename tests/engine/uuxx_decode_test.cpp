@@ -205,9 +205,9 @@ TEST(UuXxDecode, LinesThatAnnounceMuch) {
         const char* name;
         std::string text, bytes;
     } kRows[] = {
-        {"empty lines", Times(3000, "_\n"), Zeros(3000 * 63)},
-        {"the last of many", Times(400, full) + "_\n`", Times(400 * 15, "Cat") + Zeros(63)},
-        {"in turn", Times(200, full + "_\n"), Times(200, Times(15, "Cat") + Zeros(63))},
+        {"empty lines", Times(500, "_\n"), Zeros(500 * 63)},
+        {"the last of many", Times(60, full) + "_\n`", Times(60 * 15, "Cat") + Zeros(63)},
+        {"in turn", Times(60, full + "_\n"), Times(60, Times(15, "Cat") + Zeros(63))},
     };
     for (const auto& row : kRows) {
         CheckEverySplit(row.name, Decoder(kUU, false, false), Direction::Decode, row.text, S_OK, row.bytes);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/formats/format_classes.h"
+#include "tests/support/allocation_faults.h"
 
 namespace talvo::test {
 namespace {
@@ -303,6 +304,33 @@ TEST(Properties, ADecodingClearsTheHeaderValuesItWillReplace) {
     });
 }
 
+// What a decoded text says about its file is read as properties, and written back by the next encoding.
+TEST(Properties, ADecodedHeaderIsReadAndWrittenBack) {
+    ForEachFormat([]<class Format>() {
+        if constexpr (HasBeginLine<Format>) {
+            const Subject<Format> subject;
+            ITalvoEncodeData* const data = subject.Data.Get();
+            com::UniqueBstr name;
+            data->put_HeaderFilename(Bstr("set.bin").Get());
+            EXPECT_EQ(Revert(data, "begin 644 a.txt\n", false).Code, "S_OK");
+            EXPECT_EQ(Revert(data, "+", true).Code, "S_OK");
+            EXPECT_EQ(subject.Dual->get_HeaderFilename(name.Put()), S_OK);
+            EXPECT_EQ(Text(name), "a.txt");
+            ExpectReading(subject.Numbers().at("HeaderPermissions"), {420, 420});
+            EXPECT_EQ(Process(data, "", true).Bytes.substr(0, 18), "begin 0644 a.txt\r\n");
+
+            EXPECT_EQ(Revert(data, "no header", true).Bytes, "");
+            EXPECT_EQ(Process(data, "", true).Code, "berEmptyFileNameInHeader");
+            data->Reset();
+            subject.Native->put_IncludeHeaderFooter(0);
+            data->put_HeaderFilename(Bstr("set.bin").Get());
+            EXPECT_EQ(Revert(data, "", true).Code, "S_OK");
+            EXPECT_EQ(data->get_HeaderFilename(name.Put()), S_OK);
+            EXPECT_EQ(Text(name), "set.bin");
+        }
+    });
+}
+
 // --- HeaderType and HeaderCreator
 
 struct Four {
@@ -396,6 +424,34 @@ TEST(Properties, HeaderTypeAndCreator) {
         EXPECT_EQ(subject.Data->Reset(), S_OK);
     }
     for (Form& form : forms) VariantClear(&form.Value);
+}
+
+// An accessor without memory says so; only the get of a name leaves the error information as it was.
+TEST(Properties, WithoutMemory) {
+    const Subject<BinHex> subject;
+    const com::UniqueBstr name = Bstr("name");
+    com::UniqueBstr read;
+    BYTE* four = nullptr;
+    VARIANT dual;
+    const struct {
+        const char* name;
+        std::function<HRESULT()> call;
+        bool silent;
+    } kRows[] = {
+        {"get of the name", [&] { return subject.Native->get_HeaderFilename(read.Put()); }, true},
+        {"put of the name", [&] { return subject.Native->put_HeaderFilename(name.Get()); }, false},
+        {"native get of four bytes", [&] { return subject.Native->get_HeaderType(&four); }, false},
+        {"automation get of four bytes", [&] { return subject.Dual->get_HeaderCreator(&dual); }, false},
+    };
+    for (const auto& row : kRows) {
+        ASSERT_EQ(subject.Data->put_HeaderFilename(name.Get()), S_OK);
+        LeaveStaleError();
+        AllocationFaults faults;
+        faults.FailNth(1);
+        EXPECT_EQ(Name(row.call()), "E_OUTOFMEMORY") << row.name;
+        EXPECT_EQ(TakeError(), row.silent ? "stale" : ErrorOf(BinHex::kProgId, E_OUTOFMEMORY)) << row.name;
+    }
+    EXPECT_FALSE(four);
 }
 
 // Options refused only when a conversion opens.
