@@ -19,6 +19,14 @@ struct Trial {
     Header header;
 };
 
+// Decoders of UU and XX fill short lines up: a text of theirs gives no more than three bytes for four characters.
+bool IsOverfull(const Stage& stage, ULONGLONG output, std::span<const BYTE> sample) {
+    if (stage.format != Format::UU && stage.format != Format::XX) return false;
+    const std::string_view text(reinterpret_cast<const char*>(sample.data()), sample.size());
+    const size_t header = stage.noHeader ? 0 : text.find_first_of("\r\n", text.find("begin "));
+    return header != text.npos && output * 4 > (text.size() - header) * 3;
+}
+
 Trial Try(const Server& server, const Stage& stage, std::span<const BYTE> sample, bool whole) {
     Trial trial;
     Chain chain;
@@ -38,6 +46,7 @@ Trial Try(const Server& server, const Stage& stage, std::span<const BYTE> sample
     }
     if (whole && trial.ran) trial.ran = feed({}, true);
     trial.header = chain.ReadHeader(0);
+    if (IsOverfull(stage, trial.output, sample)) trial.faults += trial.pieces;
     return trial;
 }
 
@@ -53,14 +62,12 @@ bool HoldsEscapes(std::span<const BYTE> sample) {
     return false;
 }
 
-// Whether what came out speaks for the format at all. Short lines are filled up by the decoders of UU and XX: a text of
-// theirs gives no more than three bytes for four characters.
+// Whether what came out speaks for the format at all.
 bool IsPlausible(const Stage& stage, const Trial& trial, std::span<const BYTE> sample) {
     if (!trial.ran) return false;
     if (HasHeader(stage.format) && !stage.noHeader) return trial.output != 0 || !trial.header.name.empty();
     if (trial.output == 0 || trial.faults * 8 > trial.pieces) return false;
-    if (stage.format == Format::QuotedPrintable) return HoldsEscapes(sample);
-    return !stage.noHeader || trial.output * 4 <= sample.size() * 3;
+    return stage.format != Format::QuotedPrintable || HoldsEscapes(sample);
 }
 
 struct Candidate {

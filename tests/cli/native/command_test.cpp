@@ -167,6 +167,137 @@ TEST_F(CommandTest, FilesThatFail) {
     }
 }
 
+// What a header says and where what it names may go. Folder "d" is there, and so is "d/taken".
+TEST_F(CommandTest, HeadersFoldersAndForks) {
+    fs::create_directory(folder_ / "d");
+    Put("d/taken", "old");
+    Put("abc", "abc");
+    Put("fork", "FORK");
+    const struct {
+        const char* line;
+        int exit;
+        const char* out;
+        const char* err;  // a pattern for all of it
+    } kRows[] = {
+        {"talvo encode -f uu -b lf abc", 0, "begin 0444 abc\n#86)C\n`\nend", ""},
+        {"talvo encode -f uu -b lf -n 'x y' -m 755 <abc", 0, "begin 0755 x y\n#86)C\n`\nend", ""},
+        {"talvo encode -f uu -b lf <abc", 2, "",
+         "talvo: standard input: berEmptyFileNameInHeader *\ntalvo: --name NAME gives it a name\n"},
+        {"talvo encode -f uu --no-header <abc", 0, "#86)C", ""},
+        {"talvo encode -f base64 -l 4 -b lf --then uu -b lf --name q <abc", 0, "begin 0444 q\n$65=*:@``\n`\nend", ""},
+        {"talvo encode -f hex --then base64 abc | talvo decode -f base64 --then hex", 0, "abc", ""},
+        {"talvo encode -f uu abc --offset 1 --size 1 --no-header", 0, "!8@``", ""},
+        {"cat abc | talvo encode -f hex --offset 2", 0, "63", ""},
+        {"talvo encode -f hex --size 0 abc", 0, "", ""},
+        {"talvo encode -f hex --offset 4 abc", 2, "", "talvo: abc: it ends before --offset\n"},
+        {"cat abc | talvo encode -f hex --offset 4", 2, "", "talvo: standard input: it ends before --offset\n"},
+        {"talvo encode -f hex abc -ao a && talvo encode -f hex abc -ao a && cat a; rm a", 0, "616263616263", ""},
+        {"talvo encode -f uu abc | talvo decode -f uu -o d && cat d/abc", 0, "abc", ""},
+        {"talvo encode -f xx -n taken abc | talvo decode -f xx -o d/; code=$?; cat d/taken; exit $code", 3, "old",
+         "talvo: d/taken: cannot open for writing: * (error 80)\ntalvo: --overwrite *\n"},
+        {"talvo encode -f xx -n taken abc | talvo decode -f xx -o d -a && cat d/taken", 0, "oldabc", ""},
+        {"talvo encode -f xx -n taken abc | talvo decode -f xx -o d --overwrite && cat d/taken", 0, "abc", ""},
+        {"ln -s ../out d/link; talvo encode -f uu -n link abc | talvo decode -f uu -o d; code=$?; ls out; exit $code",
+         3, "", "talvo: d/link: cannot open for writing: *"},
+        {"talvo encode -f uu -n ../up abc | talvo decode -f uu -o d; code=$?; ls d up; exit $code", 1, "*",
+         "talvo: the text carries the name '../up', which is refused: it leads to another folder\n"
+         "talvo: choose a name yourself: --output d/FILE\n*"},
+        {"printf 'begin  \\t\\n#86)C\\n' | talvo decode -f uu -o d", 1, "", "talvo: the text carries no file name\n*"},
+        {"talvo decode -f base64 -o d abc", 2, "", "talvo: texts of this format carry no file name\n*"},
+        {"talvo encode -f uu -n a abc | talvo decode -f uu -o nowhere/", 3, "",
+         "talvo: nowhere/a: cannot open for writing: *"},
+        {"printf 'no header' | talvo decode -f uu -o out; code=$?; ls out; exit $code", 1, "",
+         "talvo: standard input: there is no 'begin' line\n*"},
+        {"talvo encode -f binhex abc --resource-fork fork -o h && talvo decode -f binhex h -o o && cat o o.rsrc", 0,
+         "abcFORK", ""},
+        {"talvo decode -f binhex h -o o; code=$?; cat o; exit $code", 3, "abc", "talvo: o.rsrc: cannot open *\n*"},
+        {"talvo decode -f binhex h", 0, "abc", "talvo: h: the resource fork is left out; *"},
+        {"talvo decode -f binhex h -o o --resource-fork p --overwrite && cat p", 0, "FORK", ""},
+        {"rm d/abc; talvo decode -f binhex h -o d && cat d/abc d/abc.rsrc", 0, "abcFORK", ""},
+        {"cat abc fork | talvo encode -f binhex -n two --data-length 3 --resource-length 4 | talvo decode -f binhex -o "
+         "d "
+         "&& cat d/two.rsrc d/two",
+         0, "FORKabc", ""},
+        {"cat abc | talvo encode -f binhex -n q", 2, "", "talvo: the length of standard input is not known, *"},
+        {"talvo encode -f hex --then binhex abc", 2, "", "talvo: the length of what BinHex encodes here is not known*"},
+        {"cat abc | talvo encode -f binhex -n q --data-length 4 -o out", 1, "", "talvo: *berInvalidLengthInHeader*"},
+        {"talvo encode -f hex abc --then binhex --data-length 6 -n n | talvo decode -f binhex --then hex", 0, "abc",
+         ""},
+        {"head -c 5G /dev/zero | tail -c 0; truncate -s 5G big; talvo encode -f binhex big", 2, "",
+         "talvo: big: a fork holds at most 4294967295 bytes\n"},
+        {"talvo encode -f hex <abc -o abc; code=$?; cat abc; exit $code", 3, "abc",
+         "talvo: abc: the destination is the *"},
+        {"talvo encode -f hex abc >>abc; code=$?; cat abc; exit $code", 3, "abc", "talvo: standard output: the dest*"},
+        {"talvo encode -f hex abc -o q <&- && cat q", 0, "616263", ""},
+    };
+    for (const auto& row : kRows) {
+        const Ending ending = Run(row.line);
+        EXPECT_EQ(ending.exit, row.exit) << row.line << "\n" << ending.err;
+        EXPECT_TRUE(Matches(ending.out, row.out)) << row.line << "\n" << ending.out;
+        EXPECT_TRUE(Matches(ending.err, row.err)) << row.line << "\n" << ending.err;
+    }
+}
+
+TEST_F(CommandTest, Info) {
+    Put("abc", "abc");
+    const std::string uu = "format:         uu\nname:           abc\npermissions:    0444\ndecoded size:   ";
+    const struct {
+        const char* line;
+        int exit;
+        std::string out;  // a pattern for all of it
+    } kRows[] = {
+        {"talvo encode -f uu abc | talvo info", 0, uu + "3 bytes\ndefects:        none\n"},
+        {"talvo encode -f uu -n abc 786433 -b lf -o t && talvo info t", 0, uu + "786433 bytes\ndefects:        none\n"},
+        {"sed -i '17000s/./~/7' t; talvo info t", 1,
+         uu + "*\ndefects:        *\n  offset 1053*: line 17000, column 7: berWarningInvalidCharacterInData *\n*"},
+        {"talvo encode -f xx abc | talvo info", 0, "format:         xx\n*"},
+        {"talvo encode -f uu -n ../abc abc | talvo info", 0, "*name:*../abc (decoding into a folder refuses it: *"},
+        {"talvo encode -f binhex abc --type TEXT --flags 257 | talvo info", 0,
+         "format:         binhex\nname:           abc\ntype:           54455854 'TEXT'\ncreator:        00000000\n"
+         "flags:          0x0101\ndata fork:      3 bytes\nresource fork:  0 bytes\ndecoded size:   3 bytes\n*none\n"},
+        {"talvo encode -f hex 100 | talvo info", 0,
+         "format:         hex (a guess from its characters*)\n*100 bytes\n*"},
+        {"talvo encode -f base64 100 | talvo info", 0, "format:         base64 (a guess*)\n*100 bytes\n*"},
+        {"talvo encode -f uu --no-header 100 | talvo info", 0, "format:         uu, no header (a guess*100 bytes\n*"},
+        {"talvo encode -f xx --no-header 100 | talvo info", 0, "format:         xx, no header (a guess*100 bytes\n*"},
+        {"talvo encode -f qp 100 | talvo info", 0, "format:         qp (a guess*100 bytes\n*"},
+        {"printf 4142 | talvo info", 0, "format:         hex (a guess from its characters; base64 *"},
+        {"talvo info -f base64 damaged", 1, "*defects: *1\n  offset 4: line 1, column 5: berWarning*"},
+        {"talvo info -f uu damaged", 1, "*\n  at the end: there is no 'begin' line\n"},
+        {"yes '*' | head -n 50 | talvo info -f hex", 1, "*more than 20\n*"},
+        {"printf '~~~~' | talvo info", 1, ""},
+        {"talvo info </dev/null", 1, ""},
+        {"talvo info missing", 3, ""},
+    };
+    for (const auto& row : kRows) {
+        const Ending ending = Run(row.line);
+        EXPECT_EQ(ending.exit, row.exit) << row.line << "\n" << ending.err;
+        EXPECT_TRUE(Matches(ending.out, row.out.c_str())) << row.line << "\n" << ending.out;
+    }
+}
+
+TEST_F(CommandTest, Chains) {
+    std::string encode = "talvo encode -f hex -l 60 100", decode = "talvo decode";
+    for (int i = 0; i < 300; ++i) {
+        encode += " --then qp";
+        decode += i == 0 ? " -f qp" : " --then qp";
+    }
+    const Ending many = Run(encode + " | " + decode + " --then hex | cmp - 100");
+    EXPECT_EQ(many.exit, 0) << many.err;
+    const Ending mixed = Run(
+        "talvo encode -f base64 -l 60 --then uu --then xx -b lf --then hex -l 50 100 | talvo decode -f hex --then xx "
+        "--then uu --then base64 | cmp - 100");
+    EXPECT_EQ(mixed.exit, 0) << mixed.err;
+}
+
+TEST_F(CommandTest, AnInterruptionSaysWhatItLeaves) {
+    const Ending ending =
+        Run("mkfifo pipe; talvo encode -f base64 pipe -o out & { cat large; sleep 0.5; kill -TERM $!; wait $!; "
+            "echo $? >code; } >pipe");
+    EXPECT_TRUE(Matches(ending.err, "talvo: interrupted: out is incomplete (* bytes written)\n*")) << ending.err;
+    EXPECT_EQ(Get("code"), "143\n");
+}
+
 TEST_F(CommandTest, SaysWhatIsIncomplete) {
     const Ending late = Run("talvo decode -f base64 damaged-late -o out");
     EXPECT_EQ(late.exit, 1);
