@@ -1,11 +1,12 @@
-// The UU and XX encoders: header and footer, lines, exact sizes.
+// The UU and XX encoders: header and footer, lines there and back, exact sizes.
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "engine/steps.h"
+#include "tests/engine/base64_oracle.h"
+#include "tests/engine/defect_rows.h"
 #include "tests/engine/uuxx_text.h"
-#include "tests/support/splits.h"
 
 namespace talvo::test {
 namespace {
@@ -66,14 +67,16 @@ TEST(UuXxEncode, Lines) {
     std::mt19937 random(1);
     for (const auto& row : kRows) {
         for (const size_t size : {0, 1, 2, 3, 4, 6, 44, 45, 46, 57, 58, 63, 64, 90, 114, 126, 4000}) {
-            const std::string bytes = RandomBytesOf(random, size);
+            const std::string bytes = RandomBytes(random, size);
             const std::string lines = NaiveLines(row.kind, bytes, row.bytes, row.lineBreak);
-            const std::string zero = row.kind == kUU ? "`" : "+";
-            CheckEverySplit("without header", Encoder(row.kind, u"", row.line, row.type), Direction::Encode, bytes,
-                            S_OK, lines);
-            CheckEverySplit(
-                "with header", Encoder(row.kind, u"n", row.line, row.type), Direction::Encode, bytes, S_OK,
-                "begin 0444 n"s + row.lineBreak + lines + (size ? row.lineBreak : "") + zero + row.lineBreak + "end");
+            const std::string zero = row.lineBreak + std::string(row.kind == kUU ? "`" : "+") + row.lineBreak + "end";
+            for (const bool header : {false, true}) {
+                const std::string text = header ? "begin 0444 n"s + (size ? row.lineBreak : "") + lines + zero : lines;
+                CheckEverySplit("lines", Encoder(row.kind, header ? u"n" : u"", row.line, row.type), Direction::Encode,
+                                bytes, S_OK, text);
+                CheckEverySplit("and back", TextDecoder(row.kind, false, kCrLf, header), Direction::Decode, text, S_OK,
+                                bytes);
+            }
         }
     }
 }
@@ -125,19 +128,14 @@ TEST(UuXxEncode, SizeIsExact) {
 }
 
 TEST(UuXxEncode, SizesBeyond32Bits) {
-    const struct {
-        uint32_t line;
-        uint64_t source, size;
-    } kRows[] = {
-        {0, 0xFFFFFFFF, 5726623060 + 95443718 + 2 * 95443717ull},  // 95443717 full lines and one of 30 bytes
-        {5, 0xFFFFFFFF, 7 * 1431655765ull - 2},
-    };
-    for (const auto& row : kRows) {
+    static const BYTE nothing = 0;
+    // 95443717 full lines and one of 30 bytes; shortest lines.
+    for (const auto& [line, size] :
+         {std::pair<uint32_t, uint64_t>{0, 5726623060 + 95443718 + 2 * 95443717ull}, {5, 7 * 1431655765ull - 2}}) {
         EncodingSession session;
-        Encoder(kUU, u"", row.line)(session);
+        Encoder(kUU, u"", line)(session);
         ASSERT_EQ(Feed(session, Direction::Encode, {}, false).Code, S_OK);
-        static const BYTE nothing = 0;
-        EXPECT_EQ(UuXxEncodedSize(session, {{&nothing, row.source}, true, true}), row.size) << row.line;
+        EXPECT_EQ(UuXxEncodedSize(session, {{&nothing, 0xFFFFFFFFu}, true, true}), size);
     }
 }
 

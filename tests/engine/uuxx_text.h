@@ -2,7 +2,6 @@
 #pragma once
 
 #include <bitset>
-#include <random>
 #include <string>
 #include <string_view>
 
@@ -31,12 +30,6 @@ inline std::string NaiveLines(FormatKind kind, std::string_view bytes, size_t li
         for (size_t i = 0; i < bits.size(); i += 6) text += digits[std::stoul(bits.substr(i, 6), nullptr, 2)];
     }
     return text;
-}
-
-inline std::string RandomBytesOf(std::mt19937& random, size_t size) {
-    std::string bytes(size, '\0');
-    for (char& c : bytes) c = static_cast<char>(random());
-    return bytes;
 }
 
 inline com::UniqueBstr WideName(std::u16string_view name) {
