@@ -30,6 +30,8 @@ inline std::string Sample(size_t size) {
 }
 
 enum class Form { Native, Dual };
+constexpr Form kForms[] = {Form::Native, Form::Dual};
+enum class Method { Read, Write, Process };
 
 struct FileCall {
     std::string Source = "in";
@@ -39,111 +41,104 @@ struct FileCall {
     int Action = bfpEncode;
     bool End = true;
     bool Append = false;
-
-    ETBFileProcessing Which() const { return static_cast<ETBFileProcessing>(Action); }
+    std::string Data = {};  // what WriteFile is given
 };
 
-// What a call has answered. "code read" or "code read written" of the native form; the automation form has the code.
 struct FileResult {
-    std::string Line;
-    std::string Data;
+    std::string Line;  // "code read written"; 0 for a count that the method does not have
+    std::string Data;  // what ReadFile has answered
     std::string Error;
 };
 
-inline FileResult Told(HRESULT hr, DWORD read, DWORD written, std::string data = {}) {
-    return {Name(hr) + " " + std::to_string(read) + " " + std::to_string(written), std::move(data), TakeError()};
-}
+inline FileResult CallFileMethod(const Component& component, Method method, const FileCall& call,
+                                 Form form = Form::Native) {
+    const com::UniqueBstr from = Bstr(call.Source);
+    const com::UniqueBstr to = Bstr(call.Destination);
+    const auto action = static_cast<ETBFileProcessing>(call.Action);
+    const VARIANT_BOOL end = call.End ? 2 : 0;
+    const VARIANT_BOOL append = call.Append ? VARIANT_TRUE : VARIANT_FALSE;
+    const auto offset = static_cast<LONG>(call.Offset);
+    const auto size = static_cast<LONG>(call.Size);
+    const bool native = form == Form::Native;
+    ITalvoBinaryEncoding& n = *component.Native.Get();
+    DTalvoBinaryEncoding& d = *component.Dual.Get();
 
-inline FileResult ReadTheFile(const Component& component, const FileCall& call, Form form = Form::Native) {
-    LeaveStaleError();
-    const com::UniqueBstr source = Bstr(call.Source);
-    if (form == Form::Native) {
-        DWORD read = 77;
-        DWORD size = 77;
-        BYTE* data = reinterpret_cast<BYTE*>(&read);
-        const HRESULT hr = component.Native->ReadFile(source.Get(), call.Offset, call.Size, call.Which(), call.End,
-                                                      &read, &data, &size);
-        return Told(hr, read, 0, TakeBlock(data, size));
-    }
-    Variant read;
+    DWORD read = method == Method::Write ? 0 : 77;
+    DWORD written = method == Method::Read ? 0 : 77;
+    BYTE* block = nullptr;
+    DWORD blockSize = 0;
+    Variant given = Variant::Bytes(call.Data);
+    Variant number;
     Variant result = Variant::Text("released");
-    const HRESULT hr =
-        component.Dual->ReadFile(source.Get(), static_cast<LONG>(call.Offset), static_cast<LONG>(call.Size),
-                                 call.Which(), call.End ? VARIANT_BOOL{2} : VARIANT_FALSE, read.Get(), result.Get());
-    const std::string shown = result.Show();
-    EXPECT_EQ(read.Show().rfind("number ", 0), 0u);
-    return Told(hr, static_cast<DWORD>(V_I4(read.Get())), 0, shown == "(empty)" ? "" : shown.substr(6));
-}
-
-inline FileResult WriteTheFile(const Component& component, std::string_view data, const FileCall& call,
-                               Form form = Form::Native) {
-    LeaveStaleError();
-    const com::UniqueBstr destination = Bstr(call.Destination);
-    DWORD written = 77;
+    const auto data = reinterpret_cast<const BYTE*>(call.Data.data());
+    const auto dataSize = static_cast<DWORD>(call.Data.size());
     HRESULT hr = S_OK;
-    if (form == Form::Native) {
-        hr = component.Native->WriteFile(reinterpret_cast<const BYTE*>(data.data()), static_cast<DWORD>(data.size()),
-                                         call.Which(), call.End, destination.Get(), call.Append, &written);
-    } else {
-        Variant bytes = Variant::Bytes(data);
-        hr = component.Dual->WriteFile(bytes.Get(), call.Which(), call.End ? VARIANT_TRUE : VARIANT_FALSE,
-                                       destination.Get(), call.Append ? VARIANT_TRUE : VARIANT_FALSE,
-                                       reinterpret_cast<LONG*>(&written));
-        EXPECT_EQ(V_ARRAY(bytes.Get())->cLocks, 0u);
-    }
-    return Told(hr, 0, written);
-}
-
-inline FileResult ProcessTheFile(const Component& component, const FileCall& call, Form form = Form::Native) {
     LeaveStaleError();
-    const com::UniqueBstr source = Bstr(call.Source);
-    const com::UniqueBstr destination = Bstr(call.Destination);
-    DWORD read = 77;
-    DWORD written = 77;
-    if (form == Form::Native) {
-        const HRESULT hr = component.Native->ProcessFile(source.Get(), call.Offset, call.Size, call.Which(), call.End,
-                                                         destination.Get(), call.Append, &read, &written);
-        return Told(hr, read, written);
+    if (method == Method::Read) {
+        hr = native ? n.ReadFile(from.Get(), call.Offset, call.Size, action, end, &read, &block, &blockSize)
+                    : d.ReadFile(from.Get(), offset, size, action, end, number.Get(), result.Get());
+    } else if (method == Method::Write) {
+        auto* const count = reinterpret_cast<LONG*>(&written);
+        hr = native ? n.WriteFile(data, dataSize, action, end, to.Get(), append, &written)
+                    : d.WriteFile(given.Get(), action, end, to.Get(), append, count);
+        EXPECT_EQ(V_ARRAY(given.Get())->cLocks, 0u);
+    } else {
+        auto* const count = reinterpret_cast<LONG*>(&written);
+        hr = native ? n.ProcessFile(from.Get(), call.Offset, call.Size, action, end, to.Get(), append, &read, &written)
+                    : d.ProcessFile(from.Get(), offset, size, action, end, to.Get(), append, number.Get(), count);
     }
-    Variant number = Variant::Text("released");
-    const HRESULT hr = component.Dual->ProcessFile(
-        source.Get(), static_cast<LONG>(call.Offset), static_cast<LONG>(call.Size), call.Which(),
-        call.End ? VARIANT_TRUE : VARIANT_FALSE, destination.Get(), call.Append ? VARIANT_TRUE : VARIANT_FALSE,
-        number.Get(), reinterpret_cast<LONG*>(&written));
-    EXPECT_EQ(number.Show().rfind("number ", 0), 0u);
-    return Told(hr, static_cast<DWORD>(V_I4(number.Get())), written);
+    if (!native && method != Method::Write) {
+        EXPECT_EQ(V_VT(number.Get()), VT_I4);
+        read = static_cast<DWORD>(V_I4(number.Get()));
+    }
+    const std::string shown = result.Show();
+    const bool answered = !native && method == Method::Read && shown != "(empty)";
+    return {Name(hr) + " " + std::to_string(read) + " " + std::to_string(written),
+            answered ? shown.substr(6) : TakeBlock(block, blockSize), TakeError()};
 }
 
-// A folder of its own as the current one, with an empty folder "folder" in it. In the end no file in it may be open.
+inline void Expect(const FileResult& result, HRESULT code, DWORD read, DWORD written) {
+    EXPECT_EQ(result.Line, Name(code) + " " + std::to_string(read) + " " + std::to_string(written));
+    EXPECT_EQ(result.Error, ErrorOf(kProgId, code));
+}
+
+// A folder of its own as the current one, with a folder "folder" in it, and a component that holds a Base64 object
+// without line breaks. In the end no file may be open: who holds one keeps others from opening it for themselves alone.
 class FileMethods : public testing::Test {
 protected:
-    void SetUp() override {
-        before_ = fs::current_path();
-        folder_ = fs::temp_directory_path() / ("talvo_methods_" + std::to_string(GetTickCount64()));
-        fs::create_directory(folder_);
+    FileMethods() {
+        fs::create_directories(folder_ / "folder");
         fs::current_path(folder_);
-        fs::create_directory("folder");
+        format_->put_EndOfLineType(bltNone);
     }
-    void TearDown() override {
+    ~FileMethods() override {
         ExpectNothingOpen();
         fs::current_path(before_);
         std::error_code ignored;
         fs::remove_all(folder_, ignored);
     }
-    // Whoever holds a file keeps others from opening it for themselves alone.
     static void ExpectNothingOpen() {
         for (const auto& entry : fs::recursive_directory_iterator(".")) {
             if (!entry.is_regular_file()) continue;
-            const HANDLE file = CreateFileA(entry.path().string().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING,
-                                            FILE_ATTRIBUTE_NORMAL, nullptr);
-            EXPECT_NE(file, INVALID_HANDLE_VALUE) << entry.path();
-            CloseHandle(file);
+            const com::UniqueFile file(
+                CreateFileA(entry.path().string().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+            EXPECT_TRUE(file) << entry.path();
         }
     }
+    FileResult Ask(Method method, const FileCall& call, Form form = Form::Native) const {
+        return CallFileMethod(component_, method, call, form);
+    }
+    void PutName(const char* name) { component_.Format()->put_HeaderFilename(Bstr(name).Get()); }
+    std::string GetName() {
+        com::UniqueBstr name;
+        component_.Format()->get_HeaderFilename(name.Put());
+        return Narrow({name.Get(), SysStringLen(name.Get())});
+    }
 
-private:
-    fs::path before_;
-    fs::path folder_;
+    const fs::path before_ = fs::current_path();
+    const fs::path folder_ = fs::temp_directory_path() / ("talvo_methods_" + std::to_string(GetTickCount64()));
+    const Component component_;
+    const com::ComPtr<ITalvoBase64EncodingFormat> format_ = component_.UseBase64();
 };
 
 }  // namespace talvo::test

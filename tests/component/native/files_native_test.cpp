@@ -22,19 +22,8 @@ size_t OpenFiles() {
     return static_cast<size_t>(std::distance(begin(files), end(files)));
 }
 
-// A component with Base64 text in lines of its own kind: none, so that sizes are simple.
-struct Base64Component : Component {
-    Base64Component() { UseBase64()->put_EndOfLineType(bltNone); }
-};
-
-void ExpectFailure(const FileResult& result, HRESULT code, DWORD written) {
-    EXPECT_EQ(result.Line, Name(code) + " 0 " + std::to_string(written));
-    EXPECT_EQ(result.Error, ErrorOf(kProgId, code));
-}
-
 // One call goes through every kind of file call: a range, in two slices, appended.
 TEST_F(FileMethods, EveryFileCallFailsOnce) {
-    const Base64Component component;
     Save("in", Sample(131072 + 30 + 3));
     FileCall call;
     call.Offset = 5;
@@ -72,16 +61,16 @@ TEST_F(FileMethods, EveryFileCallFailsOnce) {
             if (fault.Code == S_OK) continue;
             Save("out", "before");
             FailFileCall(n, fault.Error, fault.Transfers);
-            const FileResult result = ProcessTheFile(component, call);
+            const FileResult result = Ask(Method::Process, call);
             EXPECT_STREQ(FailedFileCall(), row.Name);
-            ExpectFailure(result, fault.Code, fault.Written);
+            Expect(result, fault.Code, 0, fault.Written);
             EXPECT_EQ(fs::file_size("out"), 6 + fault.Written);
             EXPECT_EQ(OpenFiles(), open);
-            component.Native->Reset();
+            component_.Native->Reset();
         }
     }
     FailFileCall(n + 1, ERROR_IO_DEVICE, false);
-    EXPECT_EQ(ProcessTheFile(component, call).Line, "S_OK 131100 174800");
+    EXPECT_EQ(Ask(Method::Process, call).Line, "S_OK 131100 174800");
     EXPECT_EQ(FailFileCall(0, 0, false), 1u);  // no more calls than these: one was still to come
 }
 
@@ -103,19 +92,17 @@ TEST_F(FileMethods, SystemErrors) {
         {berAccessingDrive, {21, 23, 27, 31, 1110}},
         {berOpenFileForReading, {0, 1, 4, 6, 14, 87, 1117}},
     };
-    const Base64Component component;
     Save("in", "ABC");
     for (const auto& row : rows) {
         for (const DWORD error : row.Errors) {
             FailFileCall(1, error, false);
-            EXPECT_EQ(ReadTheFile(component, {}).Line, Name(row.Code) + " 0 0") << error;
+            EXPECT_EQ(Ask(Method::Read, {}).Line, Name(row.Code) + " 0 0") << error;
         }
     }
 }
 
 // Files and folders that are not ours, as an ordinary user sees them.
 TEST_F(FileMethods, WithoutPermission) {
-    const Base64Component component;
     for (const char* const name : {"in", "secret", "writable"}) Save(name, "ABC");
     fs::create_directory("closed");
     Save("closed/in", "ABC");
@@ -143,7 +130,7 @@ TEST_F(FileMethods, WithoutPermission) {
         FileCall call;
         call.Source = row.Source;
         call.Destination = row.Destination;
-        ExpectFailure(ProcessTheFile(component, call), row.Code, 0);
+        Expect(Ask(Method::Process, call), row.Code, 0, 0);
         EXPECT_EQ(OpenFiles(), open);
     }
     EXPECT_TRUE(!root || seteuid(0) == 0);
@@ -152,13 +139,12 @@ TEST_F(FileMethods, WithoutPermission) {
 }
 
 TEST_F(FileMethods, FullDevices) {
-    const Base64Component component;
     Save("in", Sample(131072 * 3));
     const size_t open = OpenFiles();
-    ExpectFailure(ProcessTheFile(component, {.Destination = "/dev/full"}), berDiskFull, 0);
-    ExpectFailure(WriteTheFile(component, "ABC", {.Destination = "/dev/full"}), berDiskFull, 0);
+    Expect(Ask(Method::Process, {.Destination = "/dev/full"}), berDiskFull, 0, 0);
+    Expect(Ask(Method::Write, {.Destination = "/dev/full", .Data = "ABC"}), berDiskFull, 0, 0);
     // A device that is no file cannot be a source.
-    ExpectFailure(ProcessTheFile(component, {.Source = "/dev/zero"}), berOpenFileForReading, 0);
+    Expect(Ask(Method::Process, {.Source = "/dev/zero"}), berOpenFileForReading, 0, 0);
 
     // A file that may not grow any further takes what fits, in the middle of the second slice.
     rlimit before = {};
@@ -166,17 +152,16 @@ TEST_F(FileMethods, FullDevices) {
     const rlimit limit = {200000, before.rlim_max};
     const auto handler = signal(SIGXFSZ, SIG_IGN);
     setrlimit(RLIMIT_FSIZE, &limit);
-    const FileResult result = ProcessTheFile(component, {});
+    const FileResult result = Ask(Method::Process, {});
     setrlimit(RLIMIT_FSIZE, &before);
     signal(SIGXFSZ, handler);
-    ExpectFailure(result, berWriteFile, 200000);
+    Expect(result, berWriteFile, 0, 200000);
     EXPECT_EQ(fs::file_size("out"), 200000u);
     EXPECT_EQ(OpenFiles(), open);
 }
 
 // The reader of a pipe leaves between two slices: no signal, and what it has taken is counted.
 TEST_F(FileMethods, InterruptedDestination) {
-    const Component component;
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     const int reader = open("pipe", O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     fcntl(reader, F_SETPIPE_SZ, 1 << 20);
@@ -185,16 +170,13 @@ TEST_F(FileMethods, InterruptedDestination) {
         if (++slices == 2) close(reader);
         return Reply{S_PASSTHROUGH};
     });
-    const auto format = component.UseBase64();
-    format->put_EndOfLineType(bltNone);
-    format->putref_SubProcessing(processor->Data());
+    format_->putref_SubProcessing(processor->Data());
     Save("in", Sample(131072 * 3));
-    ExpectFailure(ProcessTheFile(component, {.Destination = "pipe"}), berWriteFile, 174760);
+    Expect(Ask(Method::Process, {.Destination = "pipe"}), berWriteFile, 0, 174760);
     EXPECT_EQ(slices, 2);
 }
 
 TEST_F(FileMethods, AnotherProcessHoldsTheFile) {
-    const Base64Component component;
     Save("in", "ABC");
     Save("out", "kept");
     int toChild[2];
@@ -210,26 +192,23 @@ TEST_F(FileMethods, AnotherProcessHoldsTheFile) {
     }
     ASSERT_EQ(read(toUs[0], &byte, 1), 1);
     EXPECT_EQ(byte, 'y');
-    ExpectFailure(ProcessTheFile(component, {}), berAlreadyInUse, 0);
+    Expect(Ask(Method::Process, {}), berAlreadyInUse, 0, 0);
     EXPECT_EQ(Load("out"), "kept");
     ASSERT_EQ(write(toChild[1], &byte, 1), 1);
     int status = 1;
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
     for (const int end : {toChild[0], toChild[1], toUs[0], toUs[1]}) close(end);
-    EXPECT_EQ(ProcessTheFile(component, {}).Line, "S_OK 3 4");
+    EXPECT_EQ(Ask(Method::Process, {}).Line, "S_OK 3 4");
 }
 
 // Here a slash separates too.
 TEST_F(FileMethods, SlashesInNames) {
-    const Base64Component component;
     Save("folder/in", "ABC");
-    EXPECT_EQ(ProcessTheFile(component, {.Source = "folder/in"}).Line, "S_OK 3 4");
-    EXPECT_EQ(ProcessTheFile(component, {.Source = "out", .Destination = "./", .Action = bfpDecode}).Line, "S_OK 4 3");
+    EXPECT_EQ(Ask(Method::Process, {.Source = "folder/in"}).Line, "S_OK 3 4");
+    EXPECT_EQ(Ask(Method::Process, {.Source = "out", .Destination = "./", .Action = bfpDecode}).Line, "S_OK 4 3");
     EXPECT_EQ(Load("in"), "ABC");
-    com::UniqueBstr name;
-    component.Format()->get_HeaderFilename(name.Put());
-    EXPECT_EQ(Narrow({name.Get(), SysStringLen(name.Get())}), "in");
+    EXPECT_EQ(GetName(), "in");
 }
 
 }  // namespace
