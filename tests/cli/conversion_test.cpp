@@ -78,7 +78,7 @@ TEST_F(ConversionTest, FilesFoldersAndForks) {
         {"decode -f uu t -o d\\ --append", 0, "d/abc", "abcabc"},
         {"decode -f uu t -o d/ --overwrite", 0, "d/abc", "abc"},
         {"decode -f uu evil -o d", 1, "evil", "begin 644 ..\\evil\r\n#86)C\r\n`\r\nend\r\n"},
-        {"decode -f uu device -o d", 1, "d/nul.txt", none},
+        {"decode -f uu device -o d", 1, "d/abc", "abc"},
         {"decode -f uu stream -o d", 1, "d/abc", "abc"},
         {"decode -f uu abc -o d/x", 1, "d/x", none},
         {"encode -f binhex abc --resource-fork fork --type TEXT -o h", 0, "abc", "abc"},

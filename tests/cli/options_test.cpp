@@ -28,7 +28,7 @@ ParsedOptions Parse(std::string line) {
 std::string Shown(const Stage& stage) {
     std::string text(NameOf(stage.format));
     const auto add = [&](const char* name, const auto& value) {
-        if (value) text += std::string(" ") + name + std::to_string(static_cast<long>(*value));
+        if (value) text += std::string(" ") + name + std::to_string(static_cast<long long>(*value));
     };
     add("l", stage.lineLength);
     add("b", stage.lineBreaks);
