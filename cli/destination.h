@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cli/streams.h"
+#include "com/unique.h"
 
 namespace talvo {
 
@@ -44,7 +45,7 @@ private:
     DWORD Empty();
 
     std::string name_;
-    UniqueFile owned_;
+    com::UniqueFile owned_;
     HANDLE handle_ = INVALID_HANDLE_VALUE;
     bool standard_ = false;
     bool created_ = false;  // by Open

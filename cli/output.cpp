@@ -6,6 +6,7 @@
 
 #include "cli/carried_name.h"
 #include "cli/text.h"
+#include "com/unique.h"
 
 namespace talvo {
 namespace {
@@ -33,8 +34,8 @@ Failure Output::OpenOne(Destination& destination, const std::string& name, bool 
     Failure isSource = {ExitCode::FileFailed, {destination.Name() + ": the destination is the source"}};
     if (code == ERROR_SUCCESS) return IsSource(destination.Handle()) ? isSource : Failure();
     if (code == ERROR_SHARING_VIOLATION) {
-        const UniqueFile probe(CreateFile(name.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        const com::UniqueFile probe(CreateFile(name.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (IsSource(probe.Get())) return isSource;
     }
     Failure failure = FileFailure(destination.Name(), "open for writing", code);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/streams.h"
+#include "com/unique.h"
 
 namespace talvo {
 
@@ -35,7 +36,7 @@ private:
     DWORD Skip(ULONGLONG count);
 
     std::string name_;
-    UniqueFile owned_;
+    com::UniqueFile owned_;
     HANDLE handle_ = INVALID_HANDLE_VALUE;
     std::optional<ULONGLONG> left_;  // of the range
 };

@@ -8,16 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "com/unique.h"
-
 namespace talvo {
-
-struct FileTraits {
-    using Value = HANDLE;
-    static Value Null() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Value value) noexcept { CloseHandle(value); }
-};
-using UniqueFile = com::UniqueAny<FileTraits>;
 
 // A standard stream as it was when this was first called, which is before any file is opened: on some systems a file takes
 // the place of a stream that is closed, and must not get the stream's bytes. The invalid handle for a closed one.
