@@ -24,6 +24,9 @@ inline constexpr unsigned kLongestRun = 255;
 // byte that follows. The last byte is never counted.
 size_t PlainPrefix(ByteSpan bytes) noexcept;
 
+// How many bytes from the front are `value`.
+size_t EqualPrefix(ByteSpan bytes, BYTE value) noexcept;
+
 class RunEncoder {
 public:
     RunEncoder(BYTE value, unsigned length) noexcept : byte_(value), length_(length) {}
@@ -32,8 +35,8 @@ public:
     template <class Sink>
     void Encode(ByteSpan bytes, Sink&& sink) noexcept {
         while (!bytes.empty()) {
-            const size_t same = length_ == 0 ? 0 : Repeated(bytes);
-            if (same != 0) {
+            const size_t room = length_ == 0 ? 0 : kLongestRun - length_;
+            if (const size_t same = EqualPrefix(bytes.first(std::min(bytes.size(), room)), byte_); same != 0) {
                 length_ += static_cast<unsigned>(same);
                 bytes = bytes.subspan(same);
                 continue;
@@ -67,14 +70,6 @@ public:
     unsigned Length() const noexcept { return length_; }
 
 private:
-    // Bytes at the front that still belong to the open run.
-    size_t Repeated(ByteSpan bytes) const noexcept {
-        const size_t most = std::min<size_t>(bytes.size(), kLongestRun - length_);
-        size_t count = 0;
-        while (count != most && bytes[count] == byte_) ++count;
-        return count;
-    }
-
     BYTE byte_;
     unsigned length_;  // 0: no run is open
 };
