@@ -104,27 +104,34 @@ TEST(Concurrency, ABusyProcessorStopsTheOuterCallAlone) {
 // A name is read whole or empty while decodings clear it and read another.
 TEST(Concurrency, NamesAreNeverTornWhileDecodingsReplaceThem) {
     constexpr std::string_view kName = "a rather long name, so that a torn one would show.txt";
-    constexpr std::string_view kDecoded = "what the text says, of another length";
-    const std::string header = "begin 644 " + std::string(kDecoded) + "\n`";
-    const auto format = UU::New();
-    std::atomic<bool> stop = false;
-    std::thread reader([&] {
-        const ComThread com;
-        while (!stop) {
-            com::UniqueBstr name;
-            ASSERT_EQ(format->get_HeaderFilename(name.Put()), S_OK);
-            const std::string text = Narrow({name.Get(), SysStringLen(name.Get())});
-            ASSERT_TRUE(text.empty() || text == kName || text == kDecoded) << text;
+    const struct {
+        com::ComPtr<ITalvoEncodeData> Format;
+        std::string Decoded, Text;
+    } kRows[] = {{UU::New(), "what the text says, of another length",
+                  "begin 644 what the text says, of another length\n`"},
+                 {BinHex::New(), "two",
+                  "(This file must be converted with BinHex 4.0)\n"
+                  ":!h4hE`\"\"8&\"-3d&56b%!!!!!\"!!!!!Dd5Q4KG''(BR*PFj!!N!#3!-k9:\n"}};
+    for (const auto& row : kRows) {
+        std::atomic<bool> stop = false;
+        std::thread reader([&] {
+            const ComThread com;
+            while (!stop) {
+                com::UniqueBstr name;
+                ASSERT_EQ(row.Format->get_HeaderFilename(name.Put()), S_OK);
+                const std::string text = Narrow({name.Get(), SysStringLen(name.Get())});
+                ASSERT_TRUE(text.empty() || text == kName || text == row.Decoded) << text;
+            }
+        });
+        const com::UniqueBstr name = Bstr(kName);
+        for (int i = 0; i < 2000; ++i) {
+            EXPECT_EQ(row.Format->put_HeaderFilename(name.Get()), S_OK);
+            EXPECT_EQ(Revert(row.Format.Get(), row.Text, false).Code, "S_OK");
+            EXPECT_EQ(Name(row.Format->Reset()), "S_OK");
         }
-    });
-    const com::UniqueBstr name = Bstr(kName);
-    for (int i = 0; i < 2000; ++i) {
-        EXPECT_EQ(format->put_HeaderFilename(name.Get()), S_OK);
-        EXPECT_EQ(Revert(format.Get(), header, false).Code, "S_OK");
-        EXPECT_EQ(Name(format->Reset()), "S_OK");
+        stop = true;
+        reader.join();
     }
-    stop = true;
-    reader.join();
 }
 
 // --- Threads let loose

@@ -454,6 +454,42 @@ TEST(Properties, WithoutMemory) {
     EXPECT_FALSE(four);
 }
 
+// The file information goes into a text and comes out of it; while it is not read yet, there is none.
+TEST(Properties, FileInformationTravelsInABinHexText) {
+    constexpr std::string_view kStart = "(This file must be converted with BinHex 4.0)\r\n:\"h,TFbjdH(3!39\"36%0\"8N";
+    constexpr std::string_view kRest = "q\"!3#3!`3!N!-'&8eNBA4KKf*bCA13!*!$cT8:\r\n";
+    const WCHAR name[] = {'r', 0xE9, 's', '.', 't', 'x', 't'};
+    constexpr std::string_view kForks = "datares\x90\x90\x90";
+    const Subject<BinHex> writer;
+    ASSERT_EQ(writer.Native->put_HeaderFilename(com::UniqueBstr(SysAllocStringLen(name, 7)).Get()), S_OK);
+    ASSERT_EQ(writer.Native->put_HeaderType(reinterpret_cast<const BYTE*>("APPL")), S_OK);
+    VARIANT creator = ByteArray("CARO");
+    ASSERT_EQ(writer.Dual->put_HeaderCreator(creator), S_OK);
+    VariantClear(&creator);
+    const std::map<std::string, Reading> numbers = {
+        {"HeaderFlags", {0x8101, -0x7EFF}}, {"HeaderDataForkLength", {4, 4}}, {"HeaderResourceForkLength", {6, 6}}};
+    for (const auto& [property, value] : numbers) {
+        ASSERT_EQ(writer.Numbers().at(property).Dual.Put(value.Dual), S_OK);
+    }
+    EXPECT_EQ(Process(writer.Data.Get(), kForks, true).Bytes, std::string(kStart) + std::string(kRest));
+
+    // The object that has written reads: nothing of what was set remains.
+    const Subject<BinHex>& reader = writer;
+    const auto values = [&] {
+        com::UniqueBstr read;
+        EXPECT_EQ(reader.Dual->get_HeaderFilename(read.Put()), S_OK);
+        return Text(read) + FourBytes(reader, kFours[0]) + FourBytes(reader, kFours[1]);
+    };
+    EXPECT_EQ(Revert(reader.Data.Get(), kStart, false).Code, "S_OK");
+    EXPECT_EQ(values(), std::string(8, '\0'));
+    for (const auto& [property, value] : numbers) ExpectReading(reader.Numbers().at(property), {0, 0});
+    EXPECT_EQ(Revert(reader.Data.Get(), kRest, false).Bytes, kForks);
+    EXPECT_EQ(values(), "r?s.txtAPPLCARO");
+    for (const auto& [property, value] : numbers) ExpectReading(reader.Numbers().at(property), value);
+    EXPECT_EQ(Name(reader.Data->Reset()), "S_OK");
+    EXPECT_EQ(values(), "r?s.txtAPPLCARO");
+}
+
 // Options refused only when a conversion opens.
 TEST(Properties, WhatAConversionCannotOpenWith) {
     ForEachFormat([]<class Format>() {
