@@ -349,7 +349,7 @@ constexpr Four kFours[] = {
 std::string FourBytes(const Subject<BinHex>& subject, const Four& four) {
     BYTE* block = nullptr;
     EXPECT_EQ((subject.Native.Get()->*four.GetNative)(&block), S_OK);
-    const std::string native = TakeBlock(block, 4);
+    std::string native = TakeBlock(block, 4);
     VARIANT dual;
     EXPECT_EQ((subject.Dual.Get()->*four.GetDual)(&dual), S_OK);
     EXPECT_EQ(V_VT(&dual), VT_ARRAY | VT_UI1);
