@@ -107,11 +107,11 @@ TEST(Concurrency, NamesAreNeverTornWhileDecodingsReplaceThem) {
     const struct {
         com::ComPtr<ITalvoEncodeData> Format;
         std::string Decoded, Text;
-    } kRows[] = {{UU::New(), "what the text says, of another length",
-                  "begin 644 what the text says, of another length\n`"},
-                 {BinHex::New(), "two",
-                  "(This file must be converted with BinHex 4.0)\n"
-                  ":!h4hE`\"\"8&\"-3d&56b%!!!!!\"!!!!!Dd5Q4KG''(BR*PFj!!N!#3!-k9:\n"}};
+    } kRows[] = {
+        {UU::New(), "what the text says, of another length", "begin 644 what the text says, of another length\n`"},
+        {BinHex::New(), "two",
+         "(This file must be converted with BinHex 4.0)\n"
+         ":!h4hE`\"\"8&\"-3d&56b%!!!!!\"!!!!!Dd5Q4KG''(BR*PFj!!N!#3!-k9:\n"}};
     for (const auto& row : kRows) {
         std::atomic<bool> stop = false;
         std::thread reader([&] {
