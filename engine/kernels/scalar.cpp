@@ -22,19 +22,33 @@ constexpr std::array<CharacterPair, 256> MakeHexPairs() noexcept {
     return pairs;
 }
 
-// What a character is to a run of quoted-printable text.
-enum TextClass : uint8_t { kPlain, kBlank, kEquals, kLineBreak };
+// A byte as quoted-printable text; width 0 for CR and LF, which the step judges.
+struct Printed {
+    char text[3];
+    uint8_t width;
+};
 
-constexpr std::array<TextClass, 256> MakeTextClasses() noexcept {
-    std::array<TextClass, 256> classes{};
-    classes['\t'] = classes[' '] = kBlank;
-    classes['='] = kEquals;
-    classes['\n'] = classes['\r'] = kLineBreak;
-    return classes;
+constexpr std::array<Printed, 256> MakePrinted() noexcept {
+    std::array<Printed, 256> printed{};
+    for (size_t byte = 0; byte < printed.size(); ++byte) {
+        const bool literal = kQuotedPrintableLiterals[byte];
+        printed[byte] = {{literal ? static_cast<char>(byte) : '=', kHexDigits[byte >> 4], kHexDigits[byte & 15]},
+                         static_cast<uint8_t>(literal ? 1 : 3)};
+    }
+    printed['\r'].width = printed['\n'].width = 0;
+    return printed;
+}
+
+// What ends a run of characters that stand for themselves.
+constexpr std::array<bool, 256> MakeSpecial() noexcept {
+    std::array<bool, 256> special{};
+    special['='] = special['\r'] = special['\n'] = true;
+    return special;
 }
 
 constexpr auto kHexPairs = MakeHexPairs();
-constexpr auto kTextClasses = MakeTextClasses();
+constexpr auto kPrinted = MakePrinted();
+constexpr auto kSpecial = MakeSpecial();
 
 }  // namespace
 
@@ -54,39 +68,39 @@ size_t HexDecodePairs(BYTE* out, const BYTE* in, size_t pairs) noexcept {
 
 Run QuotedPrintableEncodeRun(BYTE* out, size_t room, const BYTE* in, size_t size) noexcept {
     Run run{0, 0};
-    for (;;) {
-        const size_t end = run.Read + std::min(size - run.Read, room - run.Written);
-        while (run.Read != end && kQuotedPrintableLiterals[in[run.Read]]) out[run.Written++] = in[run.Read++];
-        if (run.Read == end || room - run.Written < 3) return run;
-        const BYTE c = in[run.Read];
-        if (kTextClasses[c] == kLineBreak) return run;
-        out[run.Written] = '=';
-        std::memcpy(out + run.Written + 1, kHexPairs[c].text, 2);
-        run.Written += 3;
+    // Without a branch on what a byte is, as long as any has room: all of its entry is written, its width counts.
+    while (run.Read != size && room - run.Written >= sizeof(Printed)) {
+        const Printed& printed = kPrinted[in[run.Read]];
+        if (printed.width == 0) return run;
+        std::memcpy(out + run.Written, &printed, sizeof(Printed));
+        run.Written += printed.width;
         ++run.Read;
     }
+    while (run.Read != size) {
+        const Printed& printed = kPrinted[in[run.Read]];
+        if (printed.width == 0 || printed.width > room - run.Written) return run;
+        std::memcpy(out + run.Written, printed.text, printed.width);
+        run.Written += printed.width;
+        ++run.Read;
+    }
+    return run;
 }
 
 Run QuotedPrintableDecodeRun(BYTE* out, const BYTE* in, size_t size) noexcept {
-    Run run{0, 0};
-    Run sure{0, 0};  // behind the last character that is no blank
-    while (run.Read != size) {
-        const BYTE c = in[run.Read];
-        const TextClass textClass = kTextClasses[c];
-        if (textClass == kEquals) {
-            BYTE* const byte = out + run.Written;
-            if (size - run.Read < 3 || HexDecodePairs(byte, in + run.Read + 1, 1) == 0) break;
-            run.Read += 2;
-        } else if (textClass == kLineBreak) {
-            break;
-        } else {
-            out[run.Written] = c;
-        }
-        ++run.Read;
-        ++run.Written;
-        if (textClass != kBlank) sure = run;
+    const BYTE* const end = in + size;
+    const BYTE* from = in;
+    const BYTE* sure = in;  // behind the last escape
+    BYTE* to = out;
+    for (;;) {
+        for (; from != end && !kSpecial[*from]; ++from, ++to) *to = *from;
+        if (end - from < 3 || *from != '=') break;
+        const unsigned high = kHexClasses[from[1]], low = kHexClasses[from[2]];
+        if ((high | low) > 15) break;
+        *to++ = static_cast<BYTE>(high << 4 | low);
+        sure = from += 3;
     }
-    return sure;
+    for (; from != sure && IsBlank(from[-1]); --from) --to;
+    return {static_cast<size_t>(from - in), static_cast<size_t>(to - out)};
 }
 
 }  // namespace talvo::kernels
