@@ -1,6 +1,5 @@
 // Portable kernels of hexadecimal and quoted-printable: a table with the two digits of every byte, and one with what a
 // character is.
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
