@@ -43,6 +43,8 @@ public:
     CriticalSection& ClassObjectLock() noexcept { return classObjectLock_; }
     // Held while one object is linked behind another, so that no two links close a loop between them.
     CriticalSection& ChainLock() noexcept { return chainLock_; }
+    // Held while the class of the control's windows comes or goes.
+    CriticalSection& WindowClassLock() noexcept { return windowClassLock_; }
 
     // A new reference to the interface's type information from the registered library; the platform's code on failure.
     HRESULT LoadTypeInfo(CachedTypeInfo& cache, ITypeInfo** info) noexcept;
@@ -55,6 +57,7 @@ private:
     mutable LONG volatile locks_ = 0;
     CriticalSection classObjectLock_;
     CriticalSection chainLock_;
+    CriticalSection windowClassLock_;
     CriticalSection typeInfoLock_;
     CachedTypeInfo* loaded_ = nullptr;
 };

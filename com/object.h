@@ -11,13 +11,14 @@
 #include <new>
 
 #include "com/com_ptr.h"
+#include "com/lookup.h"
 #include "com/module_state.h"
 #include "com/task_memory.h"
 
 namespace com {
 
 template <class... Interfaces>
-class Object : public Interfaces... {
+class Object : public Interfaces..., protected Lookup {
 public:
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
@@ -44,14 +45,6 @@ protected:
     virtual IUnknown* Find(REFIID iid) noexcept = 0;
     // Runs when the last reference goes, while the object is still whole.
     virtual void FinalRelease() noexcept {}
-
-    // Find for objects whose rows are plain casts: the first match of `Rows` counts.
-    template <class... Rows, class Self>
-    static IUnknown* FindAmong(Self* self, REFIID iid) noexcept {
-        IUnknown* found = nullptr;
-        static_cast<void>(((IsEqualIID(iid, __uuidof(Rows)) && (found = static_cast<Rows*>(self))) || ...));
-        return found;
-    }
 
 private:
     class Inner final : public IUnknown {

@@ -1,6 +1,7 @@
 // The component: it holds one format object and applies it. It keeps no session, no busy flag and no buffer of its own.
 //
 // The native form of each method does the work; the automation form converts its arguments and calls the native one.
+// How it looks on a form, and its About box, are added by the class that the module creates (server/control/).
 #pragma once
 
 #include "TalvoBinaryEncoding.h"
@@ -15,7 +16,7 @@ namespace talvo {
 using BinaryEncodingObject =
     com::Dispatch<com::Object<DTalvoBinaryEncoding, ITalvoBinaryEncoding, ISupportErrorInfo>, DTalvoBinaryEncoding>;
 
-class BinaryEncoding final : public BinaryEncodingObject {
+class BinaryEncoding : public BinaryEncodingObject {
 public:
     explicit BinaryEncoding(IUnknown* outer) noexcept : BinaryEncodingObject(outer) {}
     // Creates the default format object, a UU one, through the class registry; without it the component holds none.
@@ -45,7 +46,7 @@ public:
     // DTalvoBinaryEncoding
     STDMETHODIMP get_EncodingFormat(IDispatch** ppiFormat) noexcept override;
     STDMETHODIMP putref_EncodingFormat(IDispatch* piFormat) noexcept override;
-    STDMETHODIMP AboutBox() noexcept override;
+    STDMETHODIMP AboutBox() noexcept override;  // shows none
     STDMETHODIMP Encode(VARIANT* vaSource, VARIANT_BOOL bEndOfData, VARIANT* vaEncoded) noexcept override;
     STDMETHODIMP Decode(VARIANT* vaEncoded, VARIANT_BOOL bEndOfData, VARIANT* vaDecoded) noexcept override;
     STDMETHODIMP ReadFile(BSTR sSourceFilename, LONG lSourceOffset, LONG lSourceSize, ETBFileProcessing eAction,

@@ -1,14 +1,14 @@
 // The seven creatable classes.
 #include "server/class_table.h"
 
-#include "component/binary_encoding.h"
 #include "formats/formats.h"
+#include "server/control/component_class.h"
 
 namespace talvo {
 namespace {
 
 constinit ClassEntry g_classes[] = {
-    {&CLSID_TalvoBinaryEncoding, 102, &com::CreateObject<BinaryEncoding>},
+    {&CLSID_TalvoBinaryEncoding, 102, &CreateComponent},
     {&CLSID_TalvoUUEncodingFormat, 103, &com::CreateObject<UUFormat>},
     {&CLSID_TalvoXXEncodingFormat, 104, &com::CreateObject<XXFormat>},
     {&CLSID_TalvoBase64EncodingFormat, 105, &com::CreateObject<Base64Format>},

@@ -79,8 +79,8 @@ readme_example() {
 # Where git cannot list the files, every rule below would hold for want of a file.
 if [ -z "$(files '*.cpp')" ]; then echo "git lists no sources here" | verdict "git lists the sources"; fi
 inclusions | verdict "rooms include only what lies below them"
-search -E '#include "(formats|component)/' 'server/*' ':!server/class_table.cpp' |
-  verdict "only the class table knows the classes"
+search -E '#include "(formats|component)/' 'server/*' ':!server/class_table.cpp' ':!server/control/' |
+  verdict "only the class table knows the classes, and the control its component"
 search -E '#[[:space:]]*(el)?if.*(_WIN32|__linux__|__unix__|__MINGW)' '*.cpp' '*.h' ':!platform/' ':!engine/kernels/' ':!sdk/' |
   verdict "no source outside the platform asks which system it is on"
 unopened | verdict "every source opens with a comment"

@@ -1,0 +1,57 @@
+// See picture.h.
+#include "server/control/windows/picture.h"
+
+#include "com/module_state.h"
+#include "server/control/extent.h"
+#include "server/control/windows/gdi.h"
+
+namespace talvo {
+namespace {
+
+constexpr WORD kPictureResource = 201;
+
+// While this exists, a logical unit is a pixel; `corner` is converted. A recording (metafile) has no pixels: there it
+// changes nothing.
+class DevicePixels {
+public:
+    DevicePixels(HDC dc, POINT& corner) noexcept : dc_(dc), saved_(IsRecording(dc) ? 0 : SaveDC(dc)) {
+        if (!saved_) return;
+        LPtoDP(dc, &corner, 1);
+        ModifyWorldTransform(dc, nullptr, MWT_IDENTITY);
+        SetMapMode(dc, MM_TEXT);
+        SetWindowOrgEx(dc, 0, 0, nullptr);
+        SetViewportOrgEx(dc, 0, 0, nullptr);
+    }
+    ~DevicePixels() {
+        if (saved_) RestoreDC(dc_, saved_);
+    }
+    DevicePixels(const DevicePixels&) = delete;
+    DevicePixels& operator=(const DevicePixels&) = delete;
+
+private:
+    static bool IsRecording(HDC dc) noexcept {
+        const DWORD type = GetObjectType(dc);
+        return type == OBJ_METADC || type == OBJ_ENHMETADC;
+    }
+
+    HDC dc_;
+    int saved_;
+};
+
+}  // namespace
+
+void DrawPicture(HDC target, POINT corner) noexcept {
+    // As a section, it fits the device contexts of devices of any depth.
+    const UniqueBitmap bitmap(
+        static_cast<HBITMAP>(LoadImageW(com::ModuleState::Get().Instance(), MAKEINTRESOURCEW(kPictureResource),
+                                        IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION)));
+    if (!bitmap) return;
+    UniqueMemoryDc memory(CreateCompatibleDC(target));
+    if (!memory) memory.Reset(CreateCompatibleDC(nullptr));
+    if (!memory) return;
+    const Selected selected(memory.Get(), bitmap.Get());
+    const DevicePixels pixels(target, corner);
+    BitBlt(target, corner.x, corner.y, kPictureSize, kPictureSize, memory.Get(), 0, 0, SRCCOPY);
+}
+
+}  // namespace talvo
