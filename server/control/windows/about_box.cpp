@@ -71,6 +71,15 @@ void CentreOverOwner(HWND dialog) noexcept {
     SetWindowPos(dialog, nullptr, place.Left, place.Top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
+// The bitmaps that the system has loaded for the dialog's statics. Not every system frees them with the dialog.
+void FreePictures(HWND dialog) noexcept {
+    for (HWND child = GetWindow(dialog, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        if ((GetWindowLongPtrW(child, GWL_STYLE) & SS_TYPEMASK) != SS_BITMAP) continue;
+        const LRESULT bitmap = SendMessageW(child, STM_SETIMAGE, IMAGE_BITMAP, 0);
+        if (bitmap) DeleteObject(reinterpret_cast<HBITMAP>(bitmap));
+    }
+}
+
 class AboutBox {
 public:
     AboutBox() noexcept = default;
@@ -97,7 +106,8 @@ private:
         CentreOverOwner(dialog);
     }
 
-    void End() noexcept {
+    void End(HWND dialog) noexcept {
+        FreePictures(dialog);
         titleFont_.Reset();
         email_.SetTarget(nullptr);
         web_.SetTarget(nullptr);
@@ -114,7 +124,7 @@ private:
             EndDialog(dialog, 0);
             return TRUE;
         }
-        if (message == WM_DESTROY && box) box->End();
+        if (message == WM_DESTROY && box) box->End(dialog);
         return FALSE;
     }
 

@@ -1,0 +1,82 @@
+// What tests of the control's user interface need: a thread that may own windows, calls of the module led elsewhere,
+// pixels of windows, and the number of objects in use.
+#pragma once
+
+#include <windows.h>
+#include <ole2.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/support/module/module_fixture.h"
+
+namespace talvo::test {
+
+// Runs the function on a thread of its own, in a single-threaded apartment, to its end.
+void OnUiThread(const std::function<void()>& function);
+
+// Handles the messages that wait on this thread, for as long as it takes until `done`, at most ten seconds.
+bool PumpUntil(const std::function<bool()>& done);
+// Waits, on a thread without windows.
+bool WaitUntil(const std::function<bool()>& done);
+
+// While this exists, the module under test calls `replacement` in place of a function that it imports.
+class ImportHook {
+public:
+    template <class Function>
+    ImportHook(const char* library, const char* name, Function* replacement)
+        : ImportHook(library, name, reinterpret_cast<void*>(replacement)) {}
+    ImportHook(const char* library, const char* name, void* replacement);
+    ~ImportHook();
+    ImportHook(const ImportHook&) = delete;
+    ImportHook& operator=(const ImportHook&) = delete;
+    bool Works() const { return slot_ != nullptr; }
+
+private:
+    static void Write(void** slot, void* value);
+    void** slot_;
+    void* original_ = nullptr;
+};
+
+// Pixels in rows from the top, 0x00RRGGBB.
+struct Pixels {
+    int Width = 0, Height = 0;
+    std::vector<DWORD> Colours;
+    DWORD At(int x, int y) const { return Colours[static_cast<size_t>(y) * static_cast<size_t>(Width) + static_cast<size_t>(x)]; }
+    int Count(DWORD colour) const;
+    bool operator==(const Pixels&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const Pixels& pixels);
+
+// A drawing surface of one colour.
+class Canvas {
+public:
+    Canvas(int width, int height, DWORD colour);
+    ~Canvas();
+    Canvas(const Canvas&) = delete;
+    Canvas& operator=(const Canvas&) = delete;
+    HDC Dc() const { return dc_; }
+    Pixels Read() const;
+
+private:
+    int width_, height_;
+    HDC dc_;
+    void* bits_ = nullptr;
+    HBITMAP bitmap_;
+    HGDIOBJ old_;
+};
+
+// The module's bitmap 201 as it must appear.
+Pixels Picture();
+// A part of the screen; a window's own area.
+Pixels ScreenPixels(const RECT& place);
+RECT ScreenPlace(HWND window);
+// Keeps a picture for the documentation as NAME.bmp, if the environment variable TALVO_PICTURES names a folder.
+void KeepPicture(const char* name, const Pixels& pixels);
+
+// Drawing objects of this process, and windows of this process.
+int CountDrawingObjects();
+int CountWindows();
+
+}  // namespace talvo::test
