@@ -77,7 +77,8 @@ protected:
         HKEY key = nullptr;
         RegCreateKeyA(HKEY_CURRENT_USER, kColours, &key);
         if (value) {
-            RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value), static_cast<DWORD>(std::strlen(value) + 1));
+            RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value),
+                           static_cast<DWORD>(std::strlen(value) + 1));
         } else {
             RegDeleteValueA(key, name);
         }
@@ -228,7 +229,8 @@ TEST_F(AboutBox, LinksByMouse) {
                 GUITHREADINFO thread{};
                 thread.cbSize = sizeof thread;
                 GetGUIThreadInfo(GetWindowThreadProcessId(box, nullptr), &thread);
-                const bool captured = step.message == WM_MOUSEMOVE || (step.message == WM_LBUTTONDOWN && step.place == on);
+                const bool captured =
+                    step.message == WM_MOUSEMOVE || (step.message == WM_LBUTTONDOWN && step.place == on);
                 EXPECT_EQ(thread.hwndCapture == link, captured) << row.name;
                 EXPECT_TRUE(!captured || thread.hwndFocus == link) << row.name;
             }
@@ -251,7 +253,8 @@ TEST_F(AboutBox, HandOverTheLabelOnly) {
                 POINT now{};
                 return SetCursorPos(point.x, point.y) && GetCursorPos(&now) && now.x == point.x && now.y == point.y;
             }));
-            EXPECT_EQ(SendMessageA(link, WM_SETCURSOR, reinterpret_cast<WPARAM>(link), At(HTCLIENT, WM_MOUSEMOVE)), over);
+            EXPECT_EQ(SendMessageA(link, WM_SETCURSOR, reinterpret_cast<WPARAM>(link), At(HTCLIENT, WM_MOUSEMOVE)),
+                      over);
             CURSORINFO shown{};
             shown.cbSize = sizeof shown;
             GetCursorInfo(&shown);
@@ -295,7 +298,9 @@ TEST_F(AboutBox, Keyboard) {
 TEST_F(AboutBox, FocusRectangleComesAndGoes) {
     Show([](HWND box) {
         const HWND link = GetDlgItem(box, kWeb);
-        const auto focus = [&](int id) { SendMessageA(box, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(box, id)), TRUE); };
+        const auto focus = [&](int id) {
+            SendMessageA(box, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(box, id)), TRUE);
+        };
         EXPECT_TRUE(Shows(link, kBlue));
         const Pixels before = Look(link);
         focus(kWeb);
@@ -313,13 +318,14 @@ TEST_F(AboutBox, ColoursBeforeAndAfterTheVisit) {
         INT_PTR shell;
         DWORD before, after;
     } kRows[] = {
-        {nullptr, nullptr, 33, kBlue, kPurple},        {"255,0,0", "0,128,0", 33, kRed, kGreen},
-        {"255,0", "0,128,0,0", 33, kBlue, kPurple},    {"255,0,0", nullptr, 33, kRed, kPurple},
-        {"red", "0,128,256", 33, kBlue, kPurple},      {"", "-1,0,0", 33, kBlue, kPurple},
-        {"255,0,0", "0,128,0", 32, kRed, kRed},        {nullptr, nullptr, SE_ERR_NOASSOC, kBlue, kBlue},
+        {nullptr, nullptr, 33, kBlue, kPurple},     {"255,0,0", "0,128,0", 33, kRed, kGreen},
+        {"255,0", "0,128,0,0", 33, kBlue, kPurple}, {"255,0,0", nullptr, 33, kRed, kPurple},
+        {"red", "0,128,256", 33, kBlue, kPurple},   {"", "-1,0,0", 33, kBlue, kPurple},
+        {"255,0,0", "0,128,0", 32, kRed, kRed},     {nullptr, nullptr, SE_ERR_NOASSOC, kBlue, kBlue},
     };
     for (const auto& row : kRows) {
-        SCOPED_TRACE(testing::Message() << (row.link ? row.link : "none") << " " << (row.visited ? row.visited : "none"));
+        SCOPED_TRACE(testing::Message() << (row.link ? row.link : "none") << " "
+                                        << (row.visited ? row.visited : "none"));
         SetColour("Anchor Color", row.link);
         SetColour("Anchor Color Visited", row.visited);
         g_shellAnswer = row.shell;
@@ -372,10 +378,14 @@ TEST_F(AboutBox, NothingIsLeftBehind) {
 }
 
 INT_PTR WINAPI NoDialog(HINSTANCE, LPCWSTR, HWND, DLGPROC, LPARAM) { return -1; }
-HFONT WINAPI NoFont(int, int, int, int, int, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, LPCWSTR) { return nullptr; }
+HFONT WINAPI NoFont(int, int, int, int, int, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, LPCWSTR) {
+    return nullptr;
+}
 HFONT WINAPI NoLinkFont(const LOGFONTA*) { return nullptr; }
 DWORD WINAPI NoVersion(LPCWSTR, DWORD*) { return 0; }
-HWND WINAPI NoWindow(DWORD, LPCSTR, LPCSTR, DWORD, int, int, int, int, HWND, HMENU, HINSTANCE, void*) { return nullptr; }
+HWND WINAPI NoWindow(DWORD, LPCSTR, LPCSTR, DWORD, int, int, int, int, HWND, HMENU, HINSTANCE, void*) {
+    return nullptr;
+}
 LSTATUS WINAPI NoKey(HKEY, LPCSTR, DWORD, REGSAM, HKEY*) { return ERROR_ACCESS_DENIED; }
 
 TEST_F(AboutBox, WhateverFails) {

@@ -43,7 +43,8 @@ bool WaitUntil(const std::function<bool()>& done) {
 
 ImportHook::ImportHook(const char* library, const char* name, void* replacement) : slot_(nullptr) {
     auto* const base = reinterpret_cast<BYTE*>(Module::Get().Handle());
-    const auto* const headers = reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    const auto* const headers =
+        reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
     const DWORD start = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
     for (auto* row = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + start); row->Name && !slot_; ++row) {
         if (lstrcmpiA(reinterpret_cast<char*>(base + row->Name), library) != 0) continue;
@@ -119,7 +120,8 @@ Pixels Picture() {
 Pixels ScreenPixels(const RECT& place) {
     const Canvas canvas(place.right - place.left, place.bottom - place.top, 0);
     const HDC screen = GetDC(nullptr);
-    BitBlt(canvas.Dc(), 0, 0, place.right - place.left, place.bottom - place.top, screen, place.left, place.top, SRCCOPY);
+    BitBlt(canvas.Dc(), 0, 0, place.right - place.left, place.bottom - place.top, screen, place.left, place.top,
+           SRCCOPY);
     ReleaseDC(nullptr, screen);
     return canvas.Read();
 }

@@ -43,7 +43,9 @@ private:
 struct Pixels {
     int Width = 0, Height = 0;
     std::vector<DWORD> Colours;
-    DWORD At(int x, int y) const { return Colours[static_cast<size_t>(y) * static_cast<size_t>(Width) + static_cast<size_t>(x)]; }
+    DWORD At(int x, int y) const {
+        return Colours[static_cast<size_t>(y) * static_cast<size_t>(Width) + static_cast<size_t>(x)];
+    }
     int Count(DWORD colour) const;
     bool operator==(const Pixels&) const = default;
 };

@@ -96,7 +96,8 @@ private:
         titleFont_.Reset(CreateFontW(18, 0, 0, 0, FW_BOLD, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
                                      CLIP_DEFAULT_PRECIS, DEFAULT_QUALITY, DEFAULT_PITCH | FF_DONTCARE, L"Arial"));
         for (const int title : kTitles) {
-            if (titleFont_) SendDlgItemMessageW(dialog, title, WM_SETFONT, reinterpret_cast<WPARAM>(titleFont_.Get()), 0);
+            if (titleFont_)
+                SendDlgItemMessageW(dialog, title, WM_SETFONT, reinterpret_cast<WPARAM>(titleFont_.Get()), 0);
         }
         email_.Attach(GetDlgItem(dialog, kEmail));
         web_.Attach(GetDlgItem(dialog, kWeb));

@@ -8,8 +8,7 @@
 
 namespace talvo {
 
-class ClassInformation final
-    : public com::Facet<IProvideClassInfo2, IConnectionPointContainer, ISpecifyPropertyPages> {
+class ClassInformation final : public com::Facet<IProvideClassInfo2, IConnectionPointContainer, ISpecifyPropertyPages> {
 public:
     explicit ClassInformation(IUnknown& object) noexcept : Facet(object) {}
     IUnknown* Find(REFIID iid) noexcept {

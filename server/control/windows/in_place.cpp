@@ -33,9 +33,8 @@ HRESULT InPlace::Enter(const com::ComPtr<IOleInPlaceSite>& site) noexcept {
     if (FAILED(site.As(extended))) windowless.Reset();
 
     BOOL noRedraw = FALSE;
-    const HRESULT entered =
-        extended ? extended->OnInPlaceActivateEx(&noRedraw, windowless ? ACTIVATE_WINDOWLESS : 0)
-                 : site->OnInPlaceActivate();
+    const HRESULT entered = extended ? extended->OnInPlaceActivateEx(&noRedraw, windowless ? ACTIVATE_WINDOWLESS : 0)
+                                     : site->OnInPlaceActivate();
     if (FAILED(entered)) return entered;
     site_ = site;
     windowless_ = static_cast<bool>(windowless);

@@ -47,7 +47,8 @@ void LinkControl::Attach(HWND control) noexcept {
     if (!control) return;
     control_ = control;
     SetWindowLongPtrA(control, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-    original_ = reinterpret_cast<WNDPROC>(SetWindowLongPtrA(control, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Procedure)));
+    original_ =
+        reinterpret_cast<WNDPROC>(SetWindowLongPtrA(control, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Procedure)));
     BecomeClickable();
     hand_ = LoadCursorA(nullptr, IDC_HAND);
     if (isText_) MakeFont();
@@ -105,9 +106,9 @@ RECT LinkControl::MeasureLabel() const noexcept {
 }
 
 void LinkControl::MakeTooltip() noexcept {
-    tooltip_ = CreateWindowExA(WS_EX_TOPMOST, TOOLTIPS_CLASSA, nullptr, WS_POPUP | TTS_NOPREFIX, CW_USEDEFAULT,
-                               CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, control_, nullptr,
-                               com::ModuleState::Get().Instance(), nullptr);
+    tooltip_ =
+        CreateWindowExA(WS_EX_TOPMOST, TOOLTIPS_CLASSA, nullptr, WS_POPUP | TTS_NOPREFIX, CW_USEDEFAULT, CW_USEDEFAULT,
+                        CW_USEDEFAULT, CW_USEDEFAULT, control_, nullptr, com::ModuleState::Get().Instance(), nullptr);
     if (!tooltip_) return;
     Text text = label_;
     if (target_) lstrcpynA(text.data(), target_, static_cast<int>(text.size()));

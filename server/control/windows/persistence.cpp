@@ -129,8 +129,7 @@ HRESULT Persistence::Save(IStorage* storage, BOOL sameAsLoad) noexcept {
     if (!storage) return E_POINTER;
     savedAsLoaded_ = sameAsLoad;
     com::ComPtr<IStream> stream;
-    const HRESULT hr =
-        storage->CreateStream(kStreamName, STGM_CREATE | STGM_WRITE | kStreamMode, 0, 0, stream.Put());
+    const HRESULT hr = storage->CreateStream(kStreamName, STGM_CREATE | STGM_WRITE | kStreamMode, 0, 0, stream.Put());
     return FAILED(hr) ? hr : Save(stream.Get(), FALSE);
 }
 

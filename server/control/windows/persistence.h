@@ -9,8 +9,7 @@
 
 namespace talvo {
 
-class Persistence final
-    : public com::Facet<IPersistStreamInit, IPersistStream, IPersistStorage, IPersistPropertyBag> {
+class Persistence final : public com::Facet<IPersistStreamInit, IPersistStream, IPersistStorage, IPersistPropertyBag> {
 public:
     Persistence(IUnknown& object, Presentation& presentation) noexcept : Facet(object), presentation_(presentation) {}
     IUnknown* Find(REFIID iid) noexcept;
