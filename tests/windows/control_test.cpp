@@ -561,6 +561,7 @@ TEST(Control, Data) {
     SetMapMode(canvas.Dc(), MM_ANISOTROPIC);
     SetViewportExtEx(canvas.Dc(), 32, 32, nullptr);
     PlayMetaFile(canvas.Dc(), picture->hMF);
+
     EXPECT_EQ(canvas.Read(), Picture());
     GlobalUnlock(medium.hGlobal);
     ReleaseStgMedium(&medium);
@@ -591,7 +592,7 @@ TEST(Control, HostedByOthers) {
             const HMODULE library = LoadLibraryA(host.library);
             ASSERT_TRUE(library) << "this Windows does not have it";
             ASSERT_TRUE(Export<BOOL WINAPI()>(library, "AtlAxWinInit")());
-            const HWND form = CreateWindowA("Static", "A form", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 260, 160,
+            const HWND form = CreateWindowA("#32770", "A form", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 260, 160,
                                             nullptr, nullptr, nullptr, nullptr);
             const HWND place = CreateWindowExA(0, host.windowClass, "Talvo.BinaryEncoding", WS_CHILD | WS_VISIBLE, 20,
                                                16, 32, 32, form, nullptr, nullptr, nullptr);

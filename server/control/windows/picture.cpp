@@ -10,8 +10,14 @@ namespace {
 
 constexpr WORD kPictureResource = 201;
 
-// While this exists, a logical unit is a pixel; `corner` is converted. A recording (metafile) has no pixels: there it
-// changes nothing.
+// A metafile.
+bool IsRecording(HDC dc) noexcept {
+    const DWORD type = GetObjectType(dc);
+    return type == OBJ_METADC || type == OBJ_ENHMETADC;
+}
+
+// While this exists, a logical unit is a pixel; `corner` is converted. A recording has no pixels: there it changes
+// nothing.
 class DevicePixels {
 public:
     DevicePixels(HDC dc, POINT& corner) noexcept : dc_(dc), saved_(IsRecording(dc) ? 0 : SaveDC(dc)) {
@@ -29,11 +35,6 @@ public:
     DevicePixels& operator=(const DevicePixels&) = delete;
 
 private:
-    static bool IsRecording(HDC dc) noexcept {
-        const DWORD type = GetObjectType(dc);
-        return type == OBJ_METADC || type == OBJ_ENHMETADC;
-    }
-
     HDC dc_;
     int saved_;
 };
@@ -41,10 +42,10 @@ private:
 }  // namespace
 
 void DrawPicture(HDC target, POINT corner) noexcept {
-    // As a section, it fits the device contexts of devices of any depth.
-    const UniqueBitmap bitmap(
-        static_cast<HBITMAP>(LoadImageW(com::ModuleState::Get().Instance(), MAKEINTRESOURCEW(kPictureResource),
-                                        IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION)));
+    // As a section it fits the device contexts of devices of any depth; recordings keep what has the screen's.
+    const UINT form = IsRecording(target) ? LR_DEFAULTCOLOR : LR_CREATEDIBSECTION;
+    const UniqueBitmap bitmap(static_cast<HBITMAP>(
+        LoadImageW(com::ModuleState::Get().Instance(), MAKEINTRESOURCEW(kPictureResource), IMAGE_BITMAP, 0, 0, form)));
     if (!bitmap) return;
     UniqueMemoryDc memory(CreateCompatibleDC(target));
     if (!memory) memory.Reset(CreateCompatibleDC(nullptr));
