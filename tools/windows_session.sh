@@ -27,7 +27,25 @@ start_windows() {
   mkdir -p "$logs"
   cp "$HOME/fresh/prefix$width"/*.reg "$WINEPREFIX/"
   rm -rf "$WINEPREFIX/drive_c/users/wine/Temp"/*
+  mkdir -p "$logs/pictures"
+  TALVO_PICTURES=$(windows_path "$logs/pictures")
+  export TALVO_PICTURES
+  start_screen
   serve
+  # Windows draws the frames of windows itself: there is no window manager to wait for.
+  windows reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1
+}
+
+# A screen that nobody sees, for this Windows alone. It ends with the namespace that this script runs in.
+start_screen() {
+  local number=$logs/screen
+  Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$number" >"$logs/Xvfb" 2>&1 </dev/null &
+  for _ in {1..100}; do
+    if [ -s "$number" ]; then break; fi
+    sleep 0.1
+  done
+  DISPLAY=:$(cat "$number")
+  export DISPLAY
 }
 # The first process starts the system's services; they keep its output open for as long as they live.
 serve() {

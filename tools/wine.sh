@@ -6,7 +6,7 @@
 # `as_root` of ./dev.
 
 wine_cache=${XDG_CACHE_HOME:-${HOME:?}/.cache}/talvo
-wine_root=$wine_cache/wine-1  # counts up when what is made below changes
+wine_root=$wine_cache/wine-2  # counts up when what is made below changes
 wine_home=$wine_root/home/wine
 
 need_wine() {
@@ -79,7 +79,7 @@ echo force-unsafe-io >/etc/dpkg/dpkg.cfg.d/fast
 printf 'path-exclude=/usr/share/%s/*\n' doc locale man >/etc/dpkg/dpkg.cfg.d/small
 dpkg --add-architecture i386
 apt-get update
-apt-get install -y --no-install-recommends wine wine32:i386 wine64
+apt-get install -y --no-install-recommends wine wine32:i386 wine64 fonts-wine fonts-dejavu-core xvfb
 apt-get clean
 rm -rf /var/lib/apt/lists/*
 useradd --create-home --shell /bin/bash wine
