@@ -146,13 +146,21 @@ same_registry() { diff "$logs/registry-$1" <(registry); }
 
 example_prints() { [ "$(output_of "$bin/example_encode.exe")" = "SGVsbG8sIAD/IQ==" ]; }
 
+without_screen() {
+  (unset DISPLAY && output_of "$bin/test_windows.exe" --gtest_also_run_disabled_tests --gtest_filter='DISABLED_NoScreen*')
+}
+
 register_twice() {
   regsvr32 || return 1
   keep_registry registered
   if cmp -s "$logs/registry-before" "$logs/registry-registered"; then return 1; fi
   regsvr32 && same_registry registered
 }
-unregister_twice() { regsvr32 /u && same_registry before && regsvr32 /u && same_registry before; }
+unwithout_screen() {
+  (unset DISPLAY && output_of "$bin/test_windows.exe" --gtest_also_run_disabled_tests --gtest_filter='DISABLED_NoScreen*')
+}
+
+register_twice() { regsvr32 /u && same_registry before && regsvr32 /u && same_registry before; }
 
 # Classes that are there, and no type library to serve their late-bound calls from.
 without_type_library() {
@@ -167,6 +175,7 @@ tests_of_width() {
   for program in "$bin"/test_*.exe; do
     if [ -e "$program" ]; then test_program "$program"; else check "test programs" false; fi
   done
+  check "without a screen" without_screen
   check "registry after the tests" same_registry before
   check "registered twice" register_twice
   for file in "$run"/scripts/*.*; do test_script "$file"; done

@@ -409,5 +409,17 @@ TEST_F(AboutBox, WhateverFails) {
     });
 }
 
+// Run by itself, without a screen.
+TEST(DISABLED_NoScreen, TheBoxIsAnsweredAllTheSame) {
+    OnUiThread([] {
+        EXPECT_EQ(CreateWindowA("Static", "", WS_POPUP, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr), nullptr);
+        const auto component = Create<DTalvoBinaryEncoding>(CLSID_TalvoBinaryEncoding);
+        EXPECT_EQ(component->AboutBox(), S_OK);
+        SIZEL size{};
+        EXPECT_EQ(As<IOleObject>(component)->GetExtent(DVASPECT_CONTENT, &size), S_OK);
+        EXPECT_EQ(size.cx, 847);
+    });
+}
+
 }  // namespace
 }  // namespace talvo::test

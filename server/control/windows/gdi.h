@@ -32,6 +32,7 @@ public:
     }
     Selected(const Selected&) = delete;
     Selected& operator=(const Selected&) = delete;
+    explicit operator bool() const noexcept { return old_ != nullptr; }
 
 private:
     HDC dc_;

@@ -51,6 +51,7 @@ void DrawPicture(HDC target, POINT corner) noexcept {
     if (!memory) memory.Reset(CreateCompatibleDC(nullptr));
     if (!memory) return;
     const Selected selected(memory.Get(), bitmap.Get());
+    if (!selected) return;
     const DevicePixels pixels(target, corner);
     BitBlt(target, corner.x, corner.y, kPictureSize, kPictureSize, memory.Get(), 0, 0, SRCCOPY);
 }
