@@ -63,7 +63,7 @@ HRESULT BinaryEncoding::putref_EncodingFormat(ITalvoEncodeData* piFormat) noexce
 
 HRESULT BinaryEncoding::putref_EncodingFormat(IDispatch* piFormat) noexcept {
     com::ComPtr<ITalvoEncodeData> format;
-    if (piFormat && FAILED(piFormat->QueryInterface(__uuidof(ITalvoEncodeData), format.PutVoid()))) {
+    if (piFormat && (FAILED(piFormat->QueryInterface(__uuidof(ITalvoEncodeData), format.PutVoid())) || !format)) {
         return Publish(E_INVALIDARG);
     }
     ReplaceFormat(std::move(format));

@@ -79,9 +79,10 @@ HRESULT EncodingFormatBase::RevertData(const BYTE* source, DWORD size, LONG end,
     *outSize = 0;
     *consumed = 0;
     if (!source && size != 0) return E_POINTER;
+    com::ComPtr<ITalvoProcessData> processor;  // given back when the call is over
     if (const HRESULT hr = EnterCall(SessionOwner::Revert); FAILED(hr)) return hr;
     CallGuard guard(*this);
-    const com::ComPtr<ITalvoProcessData> processor = SubProcessor();
+    processor = SubProcessor();
 
     SubOutput decoded;
     HRESULT result = session_.DecodeChunk(source, size, end != 0, decoded.Bytes.Put(), &decoded.Size);
@@ -97,10 +98,13 @@ HRESULT EncodingFormatBase::RevertData(const BYTE* source, DWORD size, LONG end,
     return result;
 }
 
+// Busy meanwhile: a processor that calls back from its own Reset is refused, so that no loop through foreign objects
+// goes on for ever.
 HRESULT EncodingFormatBase::ResetData() noexcept {
     std::lock_guard hold(lock_);
     if (busy_) return berBusy;
-    if (subProcessor_) static_cast<void>(subProcessor_->Reset());
+    busy_ = true;
+    if (const com::ComPtr<ITalvoProcessData> processor = subProcessor_) static_cast<void>(processor->Reset());
     session_.ResetSession();
     CloseSession();
     return S_OK;
@@ -143,43 +147,54 @@ HRESULT EncodingFormatBase::GetSubProcessing(REFIID iid, void** out) noexcept {
 }
 
 HRESULT EncodingFormatBase::PutSubProcessing(ITalvoProcessData* processor) noexcept {
-    return Publish(StoreProcessor(com::ComPtr<ITalvoProcessData>(processor)));
+    return Publish(StoreProcessor(com::ComPtr<ITalvoProcessData>(processor), true));
 }
 
 HRESULT EncodingFormatBase::PutSubProcessingOf(IUnknown* object) noexcept {
     com::ComPtr<ITalvoProcessData> processor;
-    const bool found = !object || SUCCEEDED(object->QueryInterface(__uuidof(ITalvoProcessData), processor.PutVoid()));
-    // An open conversion is the first thing to say, also about an object that is no processor.
-    return Publish(found || OwnerOpen() ? StoreProcessor(std::move(processor)) : E_INVALIDARG);
+    if (object && FAILED(object->QueryInterface(__uuidof(ITalvoProcessData), processor.PutVoid()))) {
+        static_cast<void>(processor.Detach());  // whatever a failed call has left there
+    }
+    return Publish(StoreProcessor(processor, !object || processor));
 }
 
-bool EncodingFormatBase::OwnerOpen() noexcept {
-    std::lock_guard hold(lock_);
-    return owner_ != SessionOwner::None;
+namespace {
+
+// The format object of this server that `processor` is, or null. One that merely answers for another object is not it:
+// nobody would say how long that other one lives.
+EncodingFormatBase* FormatBehind(const com::ComPtr<ITalvoProcessData>& processor) noexcept {
+    com::ComPtr<IFormatObject> format;
+    com::ComPtr<IUnknown> asked;
+    com::ComPtr<IUnknown> found;
+    if (!processor || FAILED(processor.As(format)) || FAILED(processor.As(asked)) || FAILED(format.As(found))) {
+        return nullptr;
+    }
+    return asked.Get() == found.Get() ? format->Base() : nullptr;
 }
 
-// The chain lock makes the look along the chain and the store one step. Object locks are taken one at a time meanwhile:
-// a Reset on its way along the chain holds them from the outside in.
-HRESULT EncodingFormatBase::StoreProcessor(com::ComPtr<ITalvoProcessData> processor) noexcept {
-    std::lock_guard holdChain(com::ModuleState::Get().ChainLock());
-    const bool loop = LeadsBack(processor);
+}  // namespace
+
+// `usable` is false for an object that is no processor; an open conversion is said first all the same.
+// The old processor's clean-up runs under this object's lock, and no foreign code under the chain lock.
+HRESULT EncodingFormatBase::StoreProcessor(com::ComPtr<ITalvoProcessData> processor, bool usable) noexcept {
+    EncodingFormatBase* const next = FormatBehind(processor);
     std::lock_guard hold(lock_);
     if (owner_ != SessionOwner::None) return berSessionOpened;
-    if (loop) return E_INVALIDARG;
+    if (!usable || !Link(next)) return E_INVALIDARG;
     subProcessor_ = std::move(processor);
     return S_OK;
 }
 
-// Whether `processor` is this object, or has it further down, as far as format objects of this server lead.
-bool EncodingFormatBase::LeadsBack(com::ComPtr<ITalvoProcessData> processor) noexcept {
-    while (processor) {
-        com::ComPtr<IFormatObject> format;
-        if (FAILED(processor.As(format))) return false;
-        EncodingFormatBase& base = *format->Base();
-        if (&base == this) return true;
-        processor = base.SubProcessor();
+// Notes what this object leads to, unless that leads back to this object. The look along the chain and the note are
+// one step, so that no two links close a loop between them. An object on the chain is held by the one before it, which
+// lets go only after it has been linked elsewhere.
+bool EncodingFormatBase::Link(EncodingFormatBase* next) noexcept {
+    std::lock_guard hold(com::ModuleState::Get().ChainLock());
+    for (const EncodingFormatBase* format = next; format; format = format->next_) {
+        if (format == this) return false;
     }
-    return false;
+    next_ = next;
+    return true;
 }
 
 }  // namespace talvo

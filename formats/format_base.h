@@ -96,9 +96,8 @@ private:
     // Options stay as they are from the moment a call is admitted; State is the running call's own while it is busy.
     bool Frozen() const noexcept { return busy_ || session_.State != SessionState::Idle; }
     com::ComPtr<ITalvoProcessData> SubProcessor() noexcept;
-    HRESULT StoreProcessor(com::ComPtr<ITalvoProcessData> processor) noexcept;
-    bool LeadsBack(com::ComPtr<ITalvoProcessData> processor) noexcept;
-    bool OwnerOpen() noexcept;
+    HRESULT StoreProcessor(com::ComPtr<ITalvoProcessData> processor, bool usable) noexcept;
+    bool Link(EncodingFormatBase* next) noexcept;
 
     // How a stored value crosses an interface: a boolean as VARIANT_BOOL or 1/0, all else unchanged.
     template <class Out, class Field>
@@ -111,6 +110,7 @@ private:
     }
 
     com::ComPtr<ITalvoProcessData> subProcessor_;
+    EncodingFormatBase* next_ = nullptr;  // the sub-processor, if it is one of these; guarded by the chain lock
     SessionOwner owner_ = SessionOwner::None;
     bool busy_ = false;
     EncodingSession session_;

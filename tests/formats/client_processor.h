@@ -1,9 +1,11 @@
-// A processor of the client's own, written here: it answers what the test tells it to and notes what it is asked.
+// Processors of the client's own: one that answers what the test tells it to and notes what it is asked, and the ways in
+// which such a processor may behave. With IDispatch a script can hold it and hand it on.
 #pragma once
 
 #include <atomic>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -13,20 +15,22 @@ namespace talvo::test {
 
 struct Reply {
     HRESULT Code = S_OK;
-    const char* Bytes = nullptr;  // null: no buffer
+    std::optional<std::string> Bytes = std::nullopt;  // without: no buffer
 };
 
 class ClientProcessor final : public IDispatch, public ITalvoProcessData {
 public:
+    // `operation` is "Process", "Revert" or, answered with nothing, "Reset".
     using Answer = std::function<Reply(const char* operation, std::string_view source, LONG end)>;
 
     // Without IDispatch, or without ITalvoProcessData on QueryInterface, when told so.
-    explicit ClientProcessor(Answer answer, bool dispatch = true, bool processor = true)
-        : answer_(std::move(answer)), dispatch_(dispatch), processor_(processor) {}
     static com::ComPtr<ClientProcessor> New(Answer answer, bool dispatch = true, bool processor = true) {
         com::ComPtr<ClientProcessor> made;
         made.Attach(new ClientProcessor(std::move(answer), dispatch, processor));
         return made;
+    }
+    static com::ComPtr<ClientProcessor> Always(Reply reply) {
+        return New([=](const char*, std::string_view, LONG) { return reply; });
     }
 
     std::atomic<int> Resets = 0;
@@ -61,6 +65,7 @@ public:
     }
     STDMETHODIMP Reset() override {
         ++Resets;
+        answer_("Reset", {}, 0);
         return E_FAIL;  // nobody may care
     }
     STDMETHODIMP get_CanDetectEndOfData(LONG*) override { return E_NOTIMPL; }
@@ -73,17 +78,20 @@ public:
     }
 
 private:
+    ClientProcessor(Answer answer, bool dispatch, bool processor)
+        : answer_(std::move(answer)), dispatch_(dispatch), processor_(processor) {}
     ~ClientProcessor() = default;
 
     HRESULT Convert(const char* operation, const BYTE* source, DWORD size, LONG end, BYTE** out, DWORD* outSize) {
         *out = nullptr;
         *outSize = 0;
-        const std::string bytes(reinterpret_cast<const char*>(source), source ? size : 0);
-        const Reply reply = answer_(operation, bytes, end);
+        const Reply reply =
+            answer_(operation, std::string(reinterpret_cast<const char*>(source), source ? size : 0), end);
         if (reply.Bytes) {
-            *outSize = static_cast<DWORD>(std::strlen(reply.Bytes));
-            *out = static_cast<BYTE*>(CoTaskMemAlloc(*outSize + 1));
-            std::memcpy(*out, reply.Bytes, *outSize);
+            *out = static_cast<BYTE*>(CoTaskMemAlloc(reply.Bytes->size() + 1));
+            if (!*out) return E_OUTOFMEMORY;
+            *outSize = static_cast<DWORD>(reply.Bytes->size());
+            std::memcpy(*out, reply.Bytes->data(), *outSize);
         }
         return reply.Code;
     }
@@ -92,6 +100,34 @@ private:
     bool dispatch_;
     bool processor_;
     std::atomic<ULONG> references_ = 1;
+};
+
+// What a processor does with its bytes. One that holds back gives all of them at the end of the data.
+enum class Manner { PassesThrough, PassesThroughWithBuffer, Converts, Warns, IsSilent, HoldsBack, Fails, IsBusy, Count };
+
+class MannerOfProcessor {
+public:
+    Manner Is = Manner::PassesThrough;
+
+    Reply operator()(std::string_view source, LONG end) {
+        switch (Is) {
+            case Manner::PassesThroughWithBuffer: return {S_PASSTHROUGH, "to be disregarded"};
+            case Manner::Converts: return {S_OK, "<" + std::string(source) + ">"};
+            case Manner::Warns: return {berWarningInvalidChecksum, std::string(source)};
+            case Manner::IsSilent: return {S_OK};
+            case Manner::Fails: return {berInvalidChecksum, "to be freed"};
+            case Manner::IsBusy: return {berBusy};
+            case Manner::HoldsBack:
+                held_ += source;
+                if (!end || held_.empty()) return {S_OK};
+                return {S_OK, std::exchange(held_, {})};
+            default: return {S_PASSTHROUGH};
+        }
+    }
+    void Reset() { held_.clear(); }
+
+private:
+    std::string held_;
 };
 
 }  // namespace talvo::test

@@ -1,76 +1,141 @@
-// The six format classes as rows and as types, for tests that go over all of them.
+// The six format classes as types, and one object of any of them with its properties on both interfaces.
 #pragma once
 
 #include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <vector>
 
 #include "tests/support/module/module_fixture.h"
 
 namespace talvo::test {
 
-template <class DualInterface, class NativeInterface, const CLSID* ClassId>
-struct FormatClass {
-    using Dual = DualInterface;
-    using Native = NativeInterface;
-    static com::ComPtr<ITalvoEncodeData> New() { return Create<ITalvoEncodeData>(*ClassId); }
+// The accessors of one property on one interface, over numbers. A get that writes more than its type is an error.
+struct Side {
+    std::function<HRESULT(int64_t*)> Get;
+    std::function<HRESULT()> GetNull;
+    std::function<HRESULT(int64_t)> Put;
+
+    int64_t Value() const {
+        int64_t value = -12345;
+        EXPECT_EQ(Name(Get(&value)), "S_OK");
+        return value;
+    }
+};
+struct Property {
+    Side Native;
+    Side Dual;
 };
 
-struct UU : FormatClass<DTalvoUUEncodingFormat, ITalvoUUEncodingFormat, &CLSID_TalvoUUEncodingFormat> {
-    static constexpr const char* kName = "UU";
-    static constexpr const char* kProgId = "Talvo.UUEncoding.1";
-};
-struct XX : FormatClass<DTalvoXXEncodingFormat, ITalvoXXEncodingFormat, &CLSID_TalvoXXEncodingFormat> {
-    static constexpr const char* kName = "XX";
-    static constexpr const char* kProgId = "Talvo.XXEncoding.1";
-};
-struct Base64 : FormatClass<DTalvoBase64EncodingFormat, ITalvoBase64EncodingFormat, &CLSID_TalvoBase64EncodingFormat> {
-    static constexpr const char* kName = "Base64";
-    static constexpr const char* kProgId = "Talvo.Base64Encoding.1";
-};
-struct Hexa : FormatClass<DTalvoHexaEncodingFormat, ITalvoHexaEncodingFormat, &CLSID_TalvoHexaEncodingFormat> {
-    static constexpr const char* kName = "Hexa";
-    static constexpr const char* kProgId = "Talvo.HexaEncoding.1";
-};
-struct BinHex : FormatClass<DTalvoBinHexEncodingFormat, ITalvoBinHexEncodingFormat, &CLSID_TalvoBinHexEncodingFormat> {
-    static constexpr const char* kName = "BinHex";
-    static constexpr const char* kProgId = "Talvo.BinHexEncoding.1";
-};
-struct QuotedPrintable : FormatClass<DTalvoQuotedPrintableEncodingFormat, ITalvoQuotedPrintableEncodingFormat,
-                                     &CLSID_TalvoQuotedPrintableEncodingFormat> {
-    static constexpr const char* kName = "QuotedPrintable";
-    static constexpr const char* kProgId = "Talvo.QuotedPrintableEncoding.1";
+struct FormatObject {
+    const char* Class;
+    const char* ProgId;
+    bool BeginLine;        // UU, XX
+    bool FileInformation;  // BinHex
+    com::ComPtr<ITalvoEncodeData> Data;
+    std::map<std::string, Property> Numbers;
+    // SubProcessing on the native and on the automation interface.
+    std::function<HRESULT(ITalvoProcessData*)> Link;
+    std::function<HRESULT(ITalvoProcessData**)> Linked;
+    std::function<HRESULT(IDispatch*)> LinkDual;
+    std::function<HRESULT(IDispatch**)> LinkedDual;
+
+    bool Header() const { return BeginLine || FileInformation; }
+    const Property& Number(const char* name) const { return Numbers.at(name); }
 };
 
-template <class Format>
-concept HasBeginLine = requires(typename Format::Native& native) {
-    native.put_HeaderPermissions(bupUserRead);
-};
-template <class Format>
-concept HasFileInformation = requires(typename Format::Native& native) {
-    native.put_HeaderFlags(0);
-};
-template <class Format>
-concept HasHeader = HasBeginLine<Format> || HasFileInformation<Format>;
-
-// Calls visit.operator()<Format>() for each class.
-template <class Visit>
-void ForEachFormat(Visit visit) {
-    const auto one = [&]<class Format>() {
-        SCOPED_TRACE(Format::kName);
-        visit.template operator()<Format>();
-    };
-    one.template operator()<UU>();
-    one.template operator()<XX>();
-    one.template operator()<Base64>();
-    one.template operator()<Hexa>();
-    one.template operator()<BinHex>();
-    one.template operator()<QuotedPrintable>();
+template <class I, class G, class P>
+Side MakeSide(const com::ComPtr<I>& object, HRESULT (STDMETHODCALLTYPE I::*get)(G*),
+              HRESULT (STDMETHODCALLTYPE I::*put)(P)) {
+    I* const raw = object.Get();
+    return {[=](int64_t* value) {
+                G box[2];
+                G untouched;
+                std::memset(box, 0xCC, sizeof(box));
+                std::memset(&untouched, 0xCC, sizeof(untouched));
+                const HRESULT hr = (raw->*get)(box);
+                EXPECT_EQ(std::memcmp(&box[1], &untouched, sizeof(G)), 0);
+                *value = static_cast<int64_t>(box[0]);
+                return hr;
+            },
+            [=] { return (raw->*get)(nullptr); }, [=](int64_t value) { return (raw->*put)(static_cast<P>(value)); }};
 }
 
-// Opens an encoding conversion that has seen no byte yet.
-inline std::string OpenConversion(ITalvoEncodeData* format) {
-    const com::UniqueBstr name = Bstr("a.txt");  // some formats do not open without one
-    format->put_HeaderFilename(name.Get());
-    return Process(format, "", false).Code;
+template <class N, class D, const CLSID* ClassId>
+FormatObject NewFormat(const char* name, const char* progId) {
+    FormatObject made = {name, progId, false, false, Create<ITalvoEncodeData>(*ClassId), {}, {}, {}, {}, {}};
+    const auto native = As<N>(made.Data);
+    const auto dual = As<D>(made.Data);
+    if (!native || !dual) return made;
+    N* const n = native.Get();
+    D* const d = dual.Get();
+    made.Link = [n](ITalvoProcessData* processor) { return n->putref_SubProcessing(processor); };
+    made.Linked = [n](ITalvoProcessData** processor) { return n->get_SubProcessing(processor); };
+    made.LinkDual = [d](IDispatch* processor) { return d->putref_SubProcessing(processor); };
+    made.LinkedDual = [d](IDispatch** processor) { return d->get_SubProcessing(processor); };
+#define NUMBER(property)                                                                 \
+    made.Numbers[#property] = {MakeSide(native, &N::get_##property, &N::put_##property), \
+                               MakeSide(dual, &D::get_##property, &D::put_##property)}
+    NUMBER(EndOfLineType);
+    NUMBER(MaxLineLength);
+    NUMBER(ContinueOnInvalidData);
+    if constexpr (requires { &N::put_HeaderPermissions; }) {
+        NUMBER(HeaderPermissions);
+        made.BeginLine = true;
+    }
+    if constexpr (requires { &N::put_HeaderFlags; }) {
+        NUMBER(HeaderFlags);
+        NUMBER(HeaderDataForkLength);
+        NUMBER(HeaderResourceForkLength);
+        made.FileInformation = true;
+    }
+    if constexpr (requires { &N::put_IncludeHeaderFooter; }) NUMBER(IncludeHeaderFooter);
+#undef NUMBER
+    return made;
+}
+
+enum FormatIndex { kUU, kXX, kBase64, kHexa, kBinHex, kQuotedPrintable, kFormatCount };
+
+inline FormatObject New(int format) {
+    static constexpr struct {
+        FormatObject (*Make)(const char*, const char*);
+        const char* Class;
+        const char* ProgId;
+    } kRows[] = {
+#define FORMAT(name)                                                                                                 \
+    {&NewFormat<ITalvo##name##EncodingFormat, DTalvo##name##EncodingFormat, &CLSID_Talvo##name##EncodingFormat>, #name, \
+     "Talvo." #name "Encoding.1"}
+        FORMAT(UU), FORMAT(XX), FORMAT(Base64), FORMAT(Hexa), FORMAT(BinHex), FORMAT(QuotedPrintable),
+#undef FORMAT
+    };
+    return kRows[format].Make(kRows[format].Class, kRows[format].ProgId);
+}
+
+// Calls visit(format) with a new object of each class.
+template <class Visit>
+void ForEachFormat(Visit visit) {
+    for (int index = 0; index < kFormatCount; ++index) {
+        const FormatObject format = New(index);
+        SCOPED_TRACE(format.Class);
+        ASSERT_TRUE(format.Data);
+        visit(format);
+    }
+}
+
+// An object that can encode: some formats want a file name.
+inline FormatObject NewNamed(int index) {
+    FormatObject format = New(index);
+    format.Data->put_HeaderFilename(Bstr("a.txt").Get());
+    return format;
+}
+
+inline std::string FilenameOf(ITalvoEncodeData* format) {
+    com::UniqueBstr name;
+    const HRESULT hr = format->get_HeaderFilename(name.Put());
+    return hr != S_OK ? Name(hr) : name ? Narrow({name.Get(), SysStringLen(name.Get())}) : "(null)";
 }
 
 }  // namespace talvo::test

@@ -87,7 +87,7 @@ public:
 // Result, output and consumed count of one conversion call. The out parameters held garbage before, the buffer is freed.
 struct Converted {
     std::string Code;
-    std::string Bytes;
+    std::string Bytes = {};
     DWORD Consumed = 0;
     bool operator==(const Converted&) const = default;
 };
