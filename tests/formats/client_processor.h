@@ -29,8 +29,8 @@ public:
         made.Attach(new ClientProcessor(std::move(answer), dispatch, processor));
         return made;
     }
-    static com::ComPtr<ClientProcessor> Always(Reply reply) {
-        return New([=](const char*, std::string_view, LONG) { return reply; });
+    static com::ComPtr<ClientProcessor> Always(Reply reply, bool dispatch = true) {
+        return New([=](const char*, std::string_view, LONG) { return reply; }, dispatch);
     }
 
     std::atomic<int> Resets = 0;

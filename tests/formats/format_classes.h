@@ -31,11 +31,13 @@ struct Property {
 };
 
 struct FormatObject {
-    const char* Class;
-    const char* ProgId;
-    bool BeginLine;        // UU, XX
-    bool FileInformation;  // BinHex
+    const char* Class = nullptr;
+    const char* ProgId = nullptr;
+    IID Native = IID_NULL;
+    IID Dual = IID_NULL;
     com::ComPtr<ITalvoEncodeData> Data;
+    bool BeginLine = false;        // UU, XX
+    bool FileInformation = false;  // BinHex
     std::map<std::string, Property> Numbers;
     // SubProcessing on the native and on the automation interface.
     std::function<HRESULT(ITalvoProcessData*)> Link;
@@ -44,6 +46,10 @@ struct FormatObject {
     std::function<HRESULT(IDispatch**)> LinkedDual;
 
     bool Header() const { return BeginLine || FileInformation; }
+    std::vector<IID> Interfaces() const {
+        return {IID_IUnknown,         Dual, Native, IID_IDispatch, IID_ITalvoEncodeData, IID_ITalvoProcessData,
+                IID_ISupportErrorInfo};
+    }
     const Property& Number(const char* name) const { return Numbers.at(name); }
 };
 
@@ -66,7 +72,12 @@ Side MakeSide(const com::ComPtr<I>& object, HRESULT (STDMETHODCALLTYPE I::*get)(
 
 template <class N, class D, const CLSID* ClassId>
 FormatObject NewFormat(const char* name, const char* progId) {
-    FormatObject made = {name, progId, false, false, Create<ITalvoEncodeData>(*ClassId), {}, {}, {}, {}, {}};
+    FormatObject made;
+    made.Class = name;
+    made.ProgId = progId;
+    made.Native = __uuidof(N);
+    made.Dual = __uuidof(D);
+    made.Data = Create<ITalvoEncodeData>(*ClassId);
     const auto native = As<N>(made.Data);
     const auto dual = As<D>(made.Data);
     if (!native || !dual) return made;

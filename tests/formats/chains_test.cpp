@@ -1,0 +1,201 @@
+// What a client's processor may answer and what that leads to, links that would close, and chains at their extremes.
+#include <thread>
+
+#include "tests/component/variants.h"
+#include "tests/formats/client_processor.h"
+#include "tests/formats/format_classes.h"
+
+namespace talvo::test {
+namespace {
+
+// The bytes given are "ABC" and the text "QUJD"; the buffer "xyz" would become "eHl6".
+const struct {
+    const char* Name;
+    Reply Answer;
+    Converted Out;
+    Converted Back;  // with what has been consumed
+} kAnswers[] = {
+    {"converts", {S_OK, "xyz"}, {"S_OK", "eHl6"}, {"S_OK", "xyz", 4}},
+    {"warns", {berWarningInvalidChecksum, "xyz"}, {"S_OK", "eHl6"}, {"berWarningInvalidChecksum", "xyz", 4}},
+    {"produces nothing", {S_OK}, {"S_OK"}, {"S_OK", "", 4}},
+    {"produces nothing, in a buffer", {S_OK, ""}, {"S_OK"}, {"S_OK", "", 4}},
+    {"passes through", {S_PASSTHROUGH}, {"S_OK", "QUJD"}, {"S_OK", "ABC", 4}},
+    {"passes through, with a buffer", {S_PASSTHROUGH, "xyz"}, {"S_OK", "QUJD"}, {"S_OK", "ABC", 4}},
+    {"fails", {berInvalidChecksum}, {"berInvalidChecksum"}, {"berInvalidChecksum", "", 4}},
+    {"fails, with a buffer", {E_FAIL, "xyz"}, {"E_FAIL"}, {"E_FAIL", "", 4}},
+    {"is busy", {berBusy}, {"berBusy"}, {"berBusy", "", 4}},
+};
+
+TEST(Chains, AnswersOfAProcessor) {
+    for (const auto& row : kAnswers) {
+        SCOPED_TRACE(row.Name);
+        std::string asked;
+        const auto processor = ClientProcessor::New([&](const char* operation, std::string_view source, LONG end) {
+            asked = std::string(operation) + " " + std::string(source) + " " + std::to_string(end);
+            return row.Answer;
+        });
+        const FormatObject format = New(kBase64);
+        // As a script hands it over.
+        EXPECT_EQ(Call(As<IDispatch>(format.Data).Get(), "SubProcessing", DISPATCH_PROPERTYPUTREF,
+                       {Variant::Object(processor.Get())})
+                      .Code,
+                  "S_OK");
+        EXPECT_EQ(Process(format.Data.Get(), "ABC", true, 8, 8), row.Out);
+        EXPECT_EQ(asked, "Process ABC 1");
+        EXPECT_EQ(Revert(format.Data.Get(), "QUJD", true), row.Back);
+        EXPECT_EQ(asked, "Revert ABC 1");
+        // The decoder's warning is not the one that is told; its failure never reaches the processor.
+        format.Number("ContinueOnInvalidData").Native.Put(1);
+        const Converted repaired = Revert(format.Data.Get(), "QU!JD", true);
+        EXPECT_EQ(repaired, (Converted{row.Back.Code, row.Back.Bytes, 5}));
+        format.Number("ContinueOnInvalidData").Native.Put(0);
+        asked.clear();
+        EXPECT_EQ(Revert(format.Data.Get(), "!", true), (Converted{"berInvalidCharacterInData"}));
+        EXPECT_EQ(asked, "");
+        // Free for the other operation, though the session of a failed Revert is still open.
+        EXPECT_EQ(Process(format.Data.Get(), "", false).Code, row.Out.Code);
+        EXPECT_EQ(Name(format.Data->Reset()), "S_OK");
+    }
+}
+
+// A size and no bytes: what would be read then is not said.
+class LyingProcessor final : public ITalvoProcessData {
+public:
+    STDMETHODIMP QueryInterface(REFIID, void** object) override { return *object = nullptr, E_NOINTERFACE; }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP Process(const BYTE*, DWORD, LONG, DWORD, DWORD, BYTE**, DWORD* size) override { return *size = 9, S_OK; }
+    STDMETHODIMP Revert(const BYTE*, DWORD, LONG, BYTE**, DWORD* size, DWORD*) override { return *size = 9, S_OK; }
+    STDMETHODIMP Reset() override { return S_OK; }
+    STDMETHODIMP get_CanDetectEndOfData(LONG*) override { return E_NOTIMPL; }
+};
+
+TEST(Chains, AProcessorWithASizeAndNoBytesIsRefused) {
+    LyingProcessor liar;
+    const FormatObject format = New(kBase64);
+    ASSERT_EQ(Name(format.Link(&liar)), "S_OK");
+    EXPECT_EQ(Process(format.Data.Get(), "ABC", false), (Converted{"E_POINTER"}));
+    EXPECT_EQ(Revert(format.Data.Get(), "QUJD", true), (Converted{"E_POINTER", "", 4}));
+    EXPECT_EQ(Name(format.Link(nullptr)), "S_OK");
+}
+
+TEST(Chains, TheProperty) {
+    ForEachFormat([](const FormatObject& format) {
+        const auto kept = ClientProcessor::Always({S_PASSTHROUGH});
+        const auto noProcessor = ClientProcessor::New({}, true, false);
+        const auto noDispatch = ClientProcessor::Always({}, false);
+        const auto expect = [&](HRESULT code, HRESULT expected) {
+            EXPECT_EQ(Name(code), Name(expected));
+            EXPECT_EQ(TakeError(), ErrorOf(format.ProgId, expected));
+        };
+        expect(format.Linked(nullptr), E_POINTER);
+        expect(format.LinkedDual(nullptr), E_POINTER);
+        expect(format.LinkDual(kept.Get()), S_OK);
+        EXPECT_EQ(kept->References(), 2u);
+        expect(format.LinkDual(noProcessor.Get()), E_INVALIDARG);
+        EXPECT_EQ(kept->References(), 2u);
+        format.Data->put_HeaderFilename(Bstr("a").Get());
+        ASSERT_EQ(Process(format.Data.Get(), "", false).Code, "S_OK");
+        for (IDispatch* const other : {static_cast<IDispatch*>(noProcessor.Get()), static_cast<IDispatch*>(nullptr)})
+            expect(format.LinkDual(other), berSessionOpened);
+        format.Data->Reset();
+        EXPECT_EQ(kept->Resets, 1);
+        expect(format.Link(noDispatch->Data()), S_OK);
+        EXPECT_EQ(kept->References(), 1u);
+        IDispatch* dual = kept.Get();
+        expect(format.LinkedDual(&dual), E_NOINTERFACE);
+        EXPECT_EQ(dual, nullptr);
+        // An object that goes in the middle of a conversion lets its processor be.
+        Process(format.Data.Get(), "", false);
+    });
+}
+
+TEST(Chains, AProcessorMayLetGoOfItselfInItsReset) {
+    const FormatObject format = New(kHexa);
+    com::ComPtr<ClientProcessor> processor = ClientProcessor::New([&](std::string_view operation, auto, LONG) {
+        if (operation == "Reset") format.Link(nullptr);
+        return Reply{S_PASSTHROUGH};
+    });
+    format.Link(processor->Data());
+    processor.Reset();
+    EXPECT_EQ(Name(format.Data->Reset()), "S_OK");
+    com::ComPtr<ITalvoProcessData> left;
+    EXPECT_EQ(format.Linked(left.Put()), S_OK);
+    EXPECT_FALSE(left);
+}
+
+// Chain of formats: each holds the one after it, the outermost is the first.
+std::vector<FormatObject> Chain(size_t length, const std::function<int(size_t)>& kind) {
+    std::vector<FormatObject> chain;
+    for (size_t i = 0; i < length; ++i) {
+        chain.push_back(NewNamed(kind(i)));
+        if (i != 0) chain[i - 1].Link(chain[i].Data.Get());
+    }
+    return chain;
+}
+
+TEST(Chains, LoopsAreRefused) {
+    const auto formats = Chain(3, [](size_t i) { return static_cast<int>(i); });
+    for (size_t from = 0; from < 3; ++from) {
+        for (size_t to = 0; to <= from; ++to) {
+            EXPECT_EQ(Name(formats[from].Link(formats[to].Data.Get())), "E_INVALIDARG");
+            EXPECT_EQ(Name(formats[from].LinkDual(As<IDispatch>(formats[to].Data).Get())), "E_INVALIDARG");
+        }
+    }
+    EXPECT_EQ(TakeError(), ErrorOf("Talvo.Base64Encoding.1", E_INVALIDARG));
+    // One processor behind two objects is no loop, and a link taken away leads nowhere any more.
+    EXPECT_EQ(Name(formats[0].Link(formats[2].Data.Get())), "S_OK");
+    EXPECT_EQ(Name(formats[1].Link(nullptr)), "S_OK");
+    EXPECT_EQ(Name(formats[2].Link(formats[1].Data.Get())), "S_OK");
+    EXPECT_EQ(Name(formats[1].Link(formats[0].Data.Get())), "E_INVALIDARG");
+}
+
+// Nobody can refuse a loop through a client's processor; each object on it enters once.
+TEST(Chains, AnObjectTwiceInOneChainIsBusyTheSecondTime) {
+    const auto formats = Chain(2, [](size_t) { return kBase64; });
+    std::string inReset;
+    const auto processor = ClientProcessor::New([&](std::string_view operation, std::string_view source, LONG end) {
+        if (operation == "Reset") {
+            inReset = Name(formats[0].Data->Reset());
+            return Reply{};
+        }
+        const Converted again = operation == "Process" ? Process(formats[0].Data.Get(), source, end)
+                                                       : Revert(formats[0].Data.Get(), source, end);
+        return Reply{again.Code == "berBusy" ? berBusy : E_UNEXPECTED};
+    });
+    formats[1].Link(processor->Data());
+    EXPECT_EQ(Process(formats[0].Data.Get(), "ABC", false).Code, "berBusy");
+    EXPECT_EQ(Revert(formats[0].Data.Get(), "UVVKRA==", false).Code, "berBusy");
+    EXPECT_EQ(Name(formats[0].Data->Reset()), "S_OK");
+    EXPECT_EQ(inReset, "berBusy");
+    EXPECT_EQ(Name(formats[1].Link(nullptr)), "S_OK");
+    EXPECT_EQ(Process(formats[0].Data.Get(), "ABC", true).Bytes, "UVVKRA==");
+}
+
+TEST(Chains, AnInnerObjectOutlivesItsOuter) {
+    auto formats = Chain(2, [](size_t) { return kBase64; });
+    EXPECT_EQ(Process(formats[0].Data.Get(), "ABCD", false).Bytes, "UVVK");
+    formats[0] = {};
+    EXPECT_EQ(Revert(formats[1].Data.Get(), "QUJD", true).Code, "berSessionOpened");  // nobody has reset it
+    EXPECT_EQ(Process(formats[1].Data.Get(), "", true).Bytes, "RA==");
+}
+
+// In a thread, whose stack is the usual one also where the first thread's is larger.
+TEST(Chains, OfAThousandFormats) {
+    std::thread([] {
+        const ComThread com;
+        constexpr size_t kLength = 1000;
+        auto chain = Chain(kLength, [](size_t) { return kQuotedPrintable; });  // which does not grow a short text
+        EXPECT_EQ(Name(chain.back().Link(chain.front().Data.Get())), "E_INVALIDARG");
+        const FormatObject outer = chain.front();
+        chain.clear();
+        for (const bool end : {false, true}) EXPECT_EQ(Process(outer.Data.Get(), end ? "b" : "a", end).Code, "S_OK");
+        EXPECT_EQ(Revert(outer.Data.Get(), "text", true).Bytes, "text");
+        EXPECT_EQ(Process(outer.Data.Get(), "left open", false).Code, "S_OK");
+        EXPECT_EQ(Name(outer.Data->Reset()), "S_OK");
+        EXPECT_EQ(Process(outer.Data.Get(), "text", true).Bytes, "text");
+    }).join();
+}
+
+}  // namespace
+}  // namespace talvo::test
