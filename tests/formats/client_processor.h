@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "tests/support/allocation_faults.h"
 #include "tests/support/module/module_fixture.h"
 
 namespace talvo::test {
@@ -64,6 +65,7 @@ public:
         return Convert("Revert", source, size, end, out, outSize);
     }
     STDMETHODIMP Reset() override {
+        const FaultPause pause;
         ++Resets;
         answer_("Reset", {}, 0);
         return E_FAIL;  // nobody may care
@@ -85,6 +87,7 @@ private:
     HRESULT Convert(const char* operation, const BYTE* source, DWORD size, LONG end, BYTE** out, DWORD* outSize) {
         *out = nullptr;
         *outSize = 0;
+        const FaultPause pause;  // what a client has made fail is for the server
         const Reply reply =
             answer_(operation, std::string(reinterpret_cast<const char*>(source), source ? size : 0), end);
         if (reply.Bytes) {

@@ -42,6 +42,15 @@ public:
     FaultPause& operator=(const FaultPause&) = delete;
 };
 
+// Within a pause: faults again, for the call that a story is about.
+class FaultsHere {
+public:
+    FaultsHere();
+    ~FaultsHere();
+    FaultsHere(const FaultsHere&) = delete;
+    FaultsHere& operator=(const FaultsHere&) = delete;
+};
+
 // Runs `story` once untouched (what is loaded once and kept is loaded then), then again and again with its first,
 // second, ... allocation failing, alone and with all that follow, until a run meets no failure. After each run nothing
 // that was allocated in it may be alive. The story checks its own results; Struck() tells it whether a failure came,

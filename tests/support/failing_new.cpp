@@ -41,6 +41,8 @@ Fuse& NewFuse() { return g_fuse; }
 
 FaultPause::FaultPause() { ++g_faultsPaused; }
 FaultPause::~FaultPause() { --g_faultsPaused; }
+FaultsHere::FaultsHere() { --g_faultsPaused; }
+FaultsHere::~FaultsHere() { ++g_faultsPaused; }
 
 }  // namespace talvo::test
 
