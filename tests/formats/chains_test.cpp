@@ -161,7 +161,7 @@ TEST(Chains, AnObjectTwiceInOneChainIsBusyTheSecondTime) {
         }
         const Converted again = operation == "Process" ? Process(formats[0].Data.Get(), source, end)
                                                        : Revert(formats[0].Data.Get(), source, end);
-        return Reply{again.Code == "berBusy" ? berBusy : E_UNEXPECTED};
+        return Reply{again.Code == "berBusy" ? HRESULT{berBusy} : E_UNEXPECTED};
     });
     formats[1].Link(processor->Data());
     EXPECT_EQ(Process(formats[0].Data.Get(), "ABC", false).Code, "berBusy");

@@ -221,12 +221,12 @@ TEST_F(Faults, OfConversions) {
         {"XX", {kXX}, Road::Native, false},
         {"Base64", {kBase64}, Road::Dual, false},
         {"hexadecimal", {kHexa}, Road::Dual, false},
-        // BH {"BinHex", {kBinHex}, Road::Native, false},
+        {"BinHex", {kBinHex}, Road::Native, false},
         {"quoted-printable", {kQuotedPrintable}, Road::Direct, false},
         {"UU of Base64", {kUU, kBase64}, Road::Native, false},
         {"Base64 of a client's", {kBase64}, Road::Direct, true},
         {"quoted-printable of XX of hexadecimal of a client's", {kQuotedPrintable, kXX, kHexa}, Road::Dual, true},
-        // BH {"BinHex of UU of a client's", {kBinHex, kUU}, Road::Native, true},
+        {"BinHex of UU of a client's", {kBinHex, kUU}, Road::Native, true},
     };
     for (const auto& row : rows) {
         const auto convert = [&](bool decode, const std::string& input) {

@@ -152,7 +152,7 @@ const std::set<std::string> kReset = {"S_OK", "berBusy"};
 const std::set<std::string> kGood = {"S_OK"};
 
 TEST(Threads, EveryAnswerUnderLoadIsAnAllowedOne) {
-    Shelf shelf({kUU, kBase64, kHexa, kQuotedPrintable, kXX});
+    Shelf shelf({kUU, kBase64, kHexa, kQuotedPrintable, kXX, kBinHex});
     const auto native = Create<ITalvoBinaryEncoding>(CLSID_TalvoBinaryEncoding);
     const auto dual = As<DTalvoBinaryEncoding>(native);
     native->putref_EncodingFormat(static_cast<ITalvoEncodeData*>(nullptr));
