@@ -106,7 +106,17 @@ private:
 };
 
 // What a processor does with its bytes. One that holds back gives all of them at the end of the data.
-enum class Manner { PassesThrough, PassesThroughWithBuffer, Converts, Warns, IsSilent, HoldsBack, Fails, IsBusy, Count };
+enum class Manner {
+    PassesThrough,
+    PassesThroughWithBuffer,
+    Converts,
+    Warns,
+    IsSilent,
+    HoldsBack,
+    Fails,
+    IsBusy,
+    Count
+};
 
 class MannerOfProcessor {
 public:
@@ -114,17 +124,24 @@ public:
 
     Reply operator()(std::string_view source, LONG end) {
         switch (Is) {
-            case Manner::PassesThroughWithBuffer: return {S_PASSTHROUGH, "to be disregarded"};
-            case Manner::Converts: return {S_OK, "<" + std::string(source) + ">"};
-            case Manner::Warns: return {berWarningInvalidChecksum, std::string(source)};
-            case Manner::IsSilent: return {S_OK};
-            case Manner::Fails: return {berInvalidChecksum, "to be freed"};
-            case Manner::IsBusy: return {berBusy};
+            case Manner::PassesThroughWithBuffer:
+                return {S_PASSTHROUGH, "to be disregarded"};
+            case Manner::Converts:
+                return {S_OK, "<" + std::string(source) + ">"};
+            case Manner::Warns:
+                return {berWarningInvalidChecksum, std::string(source)};
+            case Manner::IsSilent:
+                return {S_OK};
+            case Manner::Fails:
+                return {berInvalidChecksum, "to be freed"};
+            case Manner::IsBusy:
+                return {berBusy};
             case Manner::HoldsBack:
                 held_ += source;
                 if (!end || held_.empty()) return {S_OK};
                 return {S_OK, std::exchange(held_, {})};
-            default: return {S_PASSTHROUGH};
+            default:
+                return {S_PASSTHROUGH};
         }
     }
     void Reset() { held_.clear(); }

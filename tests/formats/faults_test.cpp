@@ -21,6 +21,8 @@ const char* FailedFileCall() { return ""; }
 
 const std::string kBytes = "Any bytes will do; " + Sample(170) + " \r\nand a \"line\" = more.\r\n";
 
+const auto kForkLength = static_cast<int64_t>(kBytes.size());  // BinHex stands innermost
+
 // The n-th call of the client's processor fails so.
 size_t g_processorCallsLeft = 0;
 HRESULT g_processorCode = S_OK;
@@ -152,7 +154,8 @@ std::vector<Source> Sources() {
                                g_processorCode = code;
                                g_processorStruck = false;
                            },
-                           [](const AllocationFaults&) { return g_processorStruck; }, {Name(code)}});
+                           [](const AllocationFaults&) { return g_processorStruck; },
+                           {Name(code)}});
     }
     return sources;
 }
@@ -226,7 +229,7 @@ TEST_F(Faults, OfConversions) {
         {"UU of Base64", {kUU, kBase64}, Road::Native, false},
         {"Base64 of a client's", {kBase64}, Road::Direct, true},
         {"quoted-printable of XX of hexadecimal of a client's", {kQuotedPrintable, kXX, kHexa}, Road::Dual, true},
-        {"BinHex of UU of a client's", {kBinHex, kUU}, Road::Native, true},
+        {"UU of BinHex of a client's", {kUU, kBinHex}, Road::Native, true},
     };
     for (const auto& row : rows) {
         const auto convert = [&](bool decode, const std::string& input) {
@@ -236,6 +239,7 @@ TEST_F(Faults, OfConversions) {
                     const com::UniqueBstr name = Bstr("a.txt");
                     const HRESULT hr = Try([&] { return format.Data->put_HeaderFilename(name.Get()); });
                     if (FAILED(hr)) return Told{hr};
+                    if (format.FileInformation) format.Number("HeaderDataForkLength").Native.Put(kForkLength);
                 }
                 return ConvertAll(stage, row.Through, decode, input);
             };

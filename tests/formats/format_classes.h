@@ -116,9 +116,9 @@ inline FormatObject New(int format) {
         const char* Class;
         const char* ProgId;
     } kRows[] = {
-#define FORMAT(name)                                                                                                 \
-    {&NewFormat<ITalvo##name##EncodingFormat, DTalvo##name##EncodingFormat, &CLSID_Talvo##name##EncodingFormat>, #name, \
-     "Talvo." #name "Encoding.1"}
+#define FORMAT(name)                                                                                             \
+    {&NewFormat<ITalvo##name##EncodingFormat, DTalvo##name##EncodingFormat, &CLSID_Talvo##name##EncodingFormat>, \
+     #name, "Talvo." #name "Encoding.1"}
         FORMAT(UU), FORMAT(XX), FORMAT(Base64), FORMAT(Hexa), FORMAT(BinHex), FORMAT(QuotedPrintable),
 #undef FORMAT
     };

@@ -66,8 +66,8 @@ public:
     std::shared_ptr<Node> Slots[kSlots];
     std::shared_ptr<Node> Held;  // by the component
     MannerOfProcessor Client;
-    int Forward = -1;          // the slot whose format the client's processor hands everything to
-    bool CallsBack = false;    // to every object that is inside a call; they are noted below, one group a call
+    int Forward = -1;        // the slot whose format the client's processor hands everything to
+    bool CallsBack = false;  // to every object that is inside a call; they are noted below, one group a call
     std::vector<std::vector<int>> Inside;
     std::string Broken;
 
@@ -176,8 +176,23 @@ private:
 // --- Sequences
 
 enum class What {
-    Convert, Component, Reset, ResetComponent, Put, Get, PutName, Link, GetLink, Hold, GetHeld, Behave, Renew,
-    RenewComponent, Pointers, Text, Count
+    Convert,
+    Component,
+    Reset,
+    ResetComponent,
+    Put,
+    Get,
+    PutName,
+    Link,
+    GetLink,
+    Hold,
+    GetHeld,
+    Behave,
+    Renew,
+    RenewComponent,
+    Pointers,
+    Text,
+    Count
 };
 struct Op {
     What Do;
@@ -221,8 +236,10 @@ public:
         Node& node = *model_.Slots[slot];
         const FormatObject& format = formats_[slot];
         switch (op.Do) {
-            case What::Convert: return Convert(op, node, format);
-            case What::Component: return ConvertThroughComponent(op);
+            case What::Convert:
+                return Convert(op, node, format);
+            case What::Component:
+                return ConvertThroughComponent(op);
             case What::Reset:
                 Step() << "Reset " << slot;
                 return Check({model_.Reset(node)}, "stale", [&] { return format.Data->Reset(); });
@@ -231,8 +248,10 @@ public:
                 const std::string code = model_.Held ? model_.Reset(*model_.Held) : "S_OK";
                 return Check({code}, "none", [&] { return native_->Reset(); });
             }
-            case What::Put: return Put(op, node, format);
-            case What::Get: return Get(op, node, format);
+            case What::Put:
+                return Put(op, node, format);
+            case What::Get:
+                return Get(op, node, format);
             case What::PutName: {
                 const std::string name(op.C % 3 ? "name.bin" : "");
                 Step() << "put HeaderFilename " << slot << " \"" << name << '"';
@@ -241,9 +260,12 @@ public:
                 return Check({code}, NameError(format, code),
                              [&] { return format.Data->put_HeaderFilename(Bstr(name).Get()); });
             }
-            case What::Link: return Link(op, node, format);
-            case What::GetLink: return GetLink(node, format, slot);
-            case What::Hold: return Hold(op, format, slot);
+            case What::Link:
+                return Link(op, node, format);
+            case What::GetLink:
+                return GetLink(node, format, slot);
+            case What::Hold:
+                return Hold(op, format, slot);
             case What::GetHeld: {
                 Step() << "component: get EncodingFormat";
                 com::ComPtr<ITalvoEncodeData> held;
@@ -267,7 +289,8 @@ public:
                 if (model_.Held) model_.Reset(*model_.Held);
                 RenewComponent();
                 return "";
-            case What::Pointers: return Pointers(format, op.B & 1, slot);
+            case What::Pointers:
+                return Pointers(format, op.B & 1, slot);
             default: {
                 Step() << "component: ToString and FromString";
                 return Check({"S_OK", "bytes abc", 0}, "none", [&] {
@@ -343,8 +366,8 @@ private:
         const Chunk chunk = Next(op, node, decode);
         Step() << (decode ? "Revert " : "Process ") << op.A % kSlots << " (" << format.Class << ") "
                << chunk.Bytes.size() << " bytes" << (chunk.End ? ", the last" : "");
-        const Converted expected = decode ? model_.Revert(node, chunk.Bytes, chunk.End)
-                                          : model_.Process(node, chunk.Bytes, chunk.End);
+        const Converted expected =
+            decode ? model_.Revert(node, chunk.Bytes, chunk.End) : model_.Process(node, chunk.Bytes, chunk.End);
         return Check(expected, "stale", [&] {
             return decode ? Revert(format.Data.Get(), chunk.Bytes, chunk.End)
                           : Process(format.Data.Get(), chunk.Bytes, chunk.End, op.D % 3, op.D % 5);
@@ -413,8 +436,9 @@ private:
         const Property& property = Pick(format, op.C, name);
         Step() << "get " << name << " and HeaderFilename " << op.A % kSlots;
         if (property.Native.Value() != node.Numbers.at(name)) return "another value";
-        return Check({"S_OK", node.Filename, 0}, NameError(format, "S_OK"),
-                     [&] { return Converted{"S_OK", FilenameOf(format.Data.Get()), 0}; });
+        return Check({"S_OK", node.Filename, 0}, NameError(format, "S_OK"), [&] {
+            return Converted{"S_OK", FilenameOf(format.Data.Get()), 0};
+        });
     }
 
     std::string Link(const Op& op, Node& node, const FormatObject& format) {
@@ -488,6 +512,8 @@ private:
         node.Class = static_cast<int>(classNumber % kFormatCount);
         formats_[slot] = New(node.Class);
         if (classNumber / 8 % 4) formats_[slot].Data->put_HeaderFilename(Bstr("first.txt").Get());
+        if (formats_[slot].FileInformation)
+            formats_[slot].Number("HeaderDataForkLength").Native.Put(static_cast<int64_t>(kSample.size()));
         node.Real = Identity(formats_[slot].Data);
         node.ReadOptions(formats_[slot]);
     }
@@ -523,8 +549,7 @@ private:
                                       Revert(format.Data.Get(), "x", true).Code + ' ' + Name(format.Data->Reset()) +
                                       ' ' + Name(format.Data->put_HeaderFilename(nullptr)) + ' ' +
                                       (inReset ? "berSessionOpened" : Name(format.Link(nullptr)));
-            if (codes != "berBusy berBusy berBusy berSessionOpened berSessionOpened")
-                broken_ = "called back: " + codes;
+            if (codes != "berBusy berBusy berBusy berSessionOpened berSessionOpened") broken_ = "called back: " + codes;
         }
         model_.Inside.erase(model_.Inside.begin());
         LeaveStaleError();

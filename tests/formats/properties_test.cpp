@@ -120,8 +120,9 @@ TEST(Properties, AreFrozenWhileAConversionIsOpen) {
                 ExpectReading(property, before);
             }
             const std::string name = FilenameOf(format.Data.Get());
-            Expect(format.ProgId, berSessionOpened, [&] { return format.Data->put_HeaderFilename(nullptr); },
-                   format.Header());
+            Expect(
+                format.ProgId, berSessionOpened, [&] { return format.Data->put_HeaderFilename(nullptr); },
+                format.Header());
             EXPECT_EQ(FilenameOf(format.Data.Get()), name);
             EXPECT_EQ(format.Data->Reset(), S_OK);
             EXPECT_EQ(format.Number("MaxLineLength").Native.Put(20), S_OK);
@@ -136,9 +137,12 @@ TEST(Properties, HeaderFilename) {
         const WCHAR name[] = {'a', 0, 0xE9, 0x4E2D};
         const com::UniqueBstr put(SysAllocStringLen(name, 4));
         com::UniqueBstr read;
-        Expect(format.ProgId, E_POINTER, [&] { return format.Data->get_HeaderFilename(nullptr); }, format.Header());
-        Expect(format.ProgId, S_OK, [&] { return format.Data->put_HeaderFilename(put.Get()); }, format.Header());
-        Expect(format.ProgId, S_OK, [&] { return format.Data->get_HeaderFilename(read.Put()); }, format.Header());
+        Expect(
+            format.ProgId, E_POINTER, [&] { return format.Data->get_HeaderFilename(nullptr); }, format.Header());
+        Expect(
+            format.ProgId, S_OK, [&] { return format.Data->put_HeaderFilename(put.Get()); }, format.Header());
+        Expect(
+            format.ProgId, S_OK, [&] { return format.Data->get_HeaderFilename(read.Put()); }, format.Header());
         EXPECT_EQ(WideText(read.Get(), SysStringLen(read.Get())), WideText(name, 4));
         EXPECT_NE(read.Get(), put.Get());
         if (format.Header()) {
@@ -228,7 +232,8 @@ void CheckFourBytes(const char* member, GetNative get, PutNative put) {
     Expect(format.ProgId, E_POINTER, [&] { return (native.Get()->*get)(nullptr); });
     Expect(format.ProgId, E_POINTER, [&] { return (native.Get()->*put)(nullptr); });
     ASSERT_EQ(Process(format.Data.Get(), "", false).Code, "S_OK");
-    Expect(format.ProgId, berSessionOpened, [&] { return (native.Get()->*put)(reinterpret_cast<const BYTE*>("wxyz")); });
+    Expect(format.ProgId, berSessionOpened,
+           [&] { return (native.Get()->*put)(reinterpret_cast<const BYTE*>("wxyz")); });
     EXPECT_EQ(putDual(Variant::Bytes("wxyz")), "berSessionOpened");
     EXPECT_EQ(stored(), "ABCD");
 }
@@ -264,7 +269,8 @@ TEST(Identity, EveryInterfaceLeadsToEveryOther) {
             }
             EXPECT_EQ(Name(start->QueryInterface(IID_IUnknown, nullptr)), "E_POINTER");
         }
-        EXPECT_EQ(ask(format.Data.Get(), IID_ITalvoProcessData).Get(), ask(format.Data.Get(), IID_ITalvoEncodeData).Get());
+        EXPECT_EQ(ask(format.Data.Get(), IID_ITalvoProcessData).Get(),
+                  ask(format.Data.Get(), IID_ITalvoEncodeData).Get());
         EXPECT_EQ(ask(format.Data.Get(), IID_IDispatch).Get(), ask(format.Data.Get(), format.Dual).Get());
         EXPECT_EQ(format.Data->AddRef(), 2u);
         EXPECT_EQ(As<IDispatch>(format.Data)->Release(), 2u);
@@ -276,7 +282,8 @@ TEST(Identity, EveryInterfaceLeadsToEveryOther) {
             EXPECT_EQ(support->InterfaceSupportsErrorInfo(iid), reports ? S_OK : S_FALSE) << GuidText(iid);
         }
         LONG detects = 77;
-        Expect(format.ProgId, berNoEncodingFormat, [&] { return format.Data->get_CanDetectEndOfData(&detects); }, false);
+        Expect(
+            format.ProgId, berNoEncodingFormat, [&] { return format.Data->get_CanDetectEndOfData(&detects); }, false);
         EXPECT_EQ(detects, 77);
     });
 }

@@ -158,8 +158,12 @@ TEST(Threads, EveryAnswerUnderLoadIsAnAllowedOne) {
     native->putref_EncodingFormat(static_cast<ITalvoEncodeData*>(nullptr));
     const auto processor = ClientProcessor::Always({S_PASSTHROUGH});
     // Words of any direction reach a decoder, and a file's name is gone when a header was read.
-    const std::set<std::string> encoded = {"S_OK", "berBusy", "berSessionOpened", "berEmptyFileNameInHeader",
-                                           "berNoEncodingFormat", "berInvalidLengthInHeader"};
+    const std::set<std::string> encoded = {"S_OK",
+                                           "berBusy",
+                                           "berSessionOpened",
+                                           "berEmptyFileNameInHeader",
+                                           "berNoEncodingFormat",
+                                           "berInvalidLengthInHeader"};
     std::set<std::string> decoded = encoded;
 #define RESULT_CODE(name, value, text) \
     if ((value & 0xFFFF) <= 0x4007) decoded.insert(#name);
@@ -247,6 +251,7 @@ TEST(Threads, EveryAnswerUnderLoadIsAnAllowedOne) {
         EXPECT_EQ(Name(format.Data->Reset()), "S_OK");
         EXPECT_EQ(Name(format.Link(nullptr)), "S_OK");
         EXPECT_EQ(Name(format.Data->put_HeaderFilename(Bstr(kNames[0]).Get())), "S_OK");
+        if (format.FileInformation) format.Number("HeaderDataForkLength").Native.Put(3);
         const Converted text = Process(format.Data.Get(), "ABC", true);
         EXPECT_EQ(Revert(format.Data.Get(), text.Bytes, true).Bytes, "ABC") << format.Class;
     }
@@ -269,7 +274,8 @@ TEST(Threads, WholeConversionsOverASharedProcessor) {
          allowed},
         {"Process below", [&](unsigned) { return told(Process(shared.Data.Get(), "ABC", true), "414243"); }, allowed},
         {"Reset", [&](unsigned r) { return Name(outers[r % 3].Data->Reset()); }, allowed},
-        {"a loop", [&](unsigned r) { return Name(shared.Link(outers[r % 3].Data.Get())); },
+        {"a loop",
+         [&](unsigned r) { return Name(shared.Link(outers[r % 3].Data.Get())); },
          {"E_INVALIDARG", "berSessionOpened"}},
     });
 }
