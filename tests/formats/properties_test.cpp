@@ -2,6 +2,7 @@
 // interface table: what QueryInterface answers, and ISupportErrorInfo.
 #include "tests/component/variants.h"
 #include "tests/formats/format_classes.h"
+#include "tests/support/allocation_faults.h"
 
 namespace talvo::test {
 namespace {
@@ -175,6 +176,50 @@ TEST(Properties, ADecodingClearsTheHeaderValuesItWillReplace) {
             }
         });
     }
+}
+
+// What a decoded text says about its file is read as properties, and written back by the next encoding.
+TEST(Properties, ADecodedHeaderIsReadAndWrittenBack) {
+    ForEachFormat([](const FormatObject& format) {
+        if (!format.BeginLine) return;
+        ITalvoEncodeData* const data = format.Data.Get();
+        data->put_HeaderFilename(Bstr("set.bin").Get());
+        EXPECT_EQ(Revert(data, "begin 644 a.txt\n", false).Code, "S_OK");
+        EXPECT_EQ(Revert(data, "+", true).Code, "S_OK");
+        EXPECT_EQ(FilenameOf(data), "a.txt");
+        ExpectReading(format.Number("HeaderPermissions"), {420, 420});
+        EXPECT_EQ(Process(data, "", true).Bytes.substr(0, 18), "begin 0644 a.txt\r\n");
+
+        EXPECT_EQ(Revert(data, "no header", true).Bytes, "");
+        EXPECT_EQ(Process(data, "", true).Code, "berEmptyFileNameInHeader");
+    });
+}
+
+// An accessor without memory says so; only the get of a name leaves the error information as it was.
+TEST(Properties, WithoutMemory) {
+    const FormatObject format = NewNamed(kBinHex);
+    const auto native = As<ITalvoBinHexEncodingFormat>(format.Data);
+    const auto dual = As<DTalvoBinHexEncodingFormat>(format.Data);
+    const com::UniqueBstr name = Bstr("name");
+    com::UniqueBstr read;
+    BYTE* four = nullptr;
+    VARIANT bytes;
+    const struct {
+        std::function<HRESULT()> Call;
+        bool Reports;
+    } rows[] = {{[&] { return native->get_HeaderFilename(read.Put()); }, false},
+                {[&] { return native->put_HeaderFilename(name.Get()); }, true},
+                {[&] { return native->get_HeaderType(&four); }, true},
+                {[&] { return dual->get_HeaderCreator(&bytes); }, true}};
+    for (const auto& row : rows) {
+        ASSERT_EQ(format.Data->put_HeaderFilename(name.Get()), S_OK);
+        LeaveStaleError();
+        AllocationFaults faults;
+        faults.FailNth(1);
+        EXPECT_EQ(Name(row.Call()), "E_OUTOFMEMORY");
+        EXPECT_EQ(TakeError(), row.Reports ? ErrorOf(format.ProgId, E_OUTOFMEMORY) : "stale");
+    }
+    EXPECT_FALSE(four);
 }
 
 // Options refused only when a conversion opens: the object is as before, and converts when they are put right.

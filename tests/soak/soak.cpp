@@ -1,0 +1,175 @@
+// soak [SECONDS]: everything a client does, from several threads, over and over, as fast as it goes. The results must
+// stay right, and what the process holds must stay where it is once it has warmed up.
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <thread>
+
+#include "tests/component/file_calls.h"
+#include "tests/formats/client_processor.h"
+#include "tests/formats/format_classes.h"
+#include "tests/soak/measure.h"
+
+namespace talvo::test {
+namespace {
+
+constexpr unsigned kThreads = 4;
+constexpr unsigned kSamples = 20;
+constexpr size_t kAllowedKilobytes = 1024;
+using Clock = std::chrono::steady_clock;
+double g_seconds = 300;
+std::atomic<unsigned long long> g_calls = 0;
+
+// One thread's client.
+class Client {
+public:
+    explicit Client(unsigned number) : random_(number + 1), folder_(fs::temp_directory_path() / Own(number)) {
+        fs::create_directory(folder_);
+        Save(folder_ / "in", Sample(20'000 + number));
+    }
+    ~Client() {
+        std::error_code ignored;
+        fs::remove_all(folder_, ignored);
+    }
+
+    void Round() {
+        const std::string bytes = Sample(random_() % 3000);
+        const FormatObject format = Make(bytes.size());
+        const std::string text = Pieces(format, bytes, false);
+        Right(Pieces(format, text, true), bytes);
+        ThroughComponent(text, bytes);
+        Chained(bytes);
+        Refused(format);
+        Files();
+        SetErrorInfo(0, nullptr);
+    }
+
+private:
+    static std::string Own(unsigned number) {
+        return "talvo_soak_" + std::to_string(GetTickCount64()) + "_" + std::to_string(number);
+    }
+    void Right(const std::string& found, const std::string& expected) {
+        ++g_calls;
+        if (found != expected) ADD_FAILURE() << "kind " << kind_ << ": a conversion went wrong";
+    }
+    FormatObject Make(size_t forkLength) {
+        kind_ = static_cast<int>(random_() % kFormatCount);
+        FormatObject format = NewNamed(kind_);
+        if (format.FileInformation) format.Number("HeaderDataForkLength").Native.Put(static_cast<int64_t>(forkLength));
+        for (const auto& [name, property] : format.Numbers) property.Dual.Value();
+        FilenameOf(format.Data.Get());
+        g_calls += 6 + format.Numbers.size();
+        return format;
+    }
+    std::string Pieces(const FormatObject& format, std::string_view input, bool decode) {
+        std::string output;
+        for (size_t at = 0, size = 0; at <= input.size(); at += size, ++g_calls) {
+            size = 1 + random_() % 700;
+            const std::string_view piece = input.substr(at, size);
+            const bool end = at + size > input.size();
+            output += (decode ? Revert(format.Data.Get(), piece, end) : Process(format.Data.Get(), piece, end)).Bytes;
+        }
+        return output;
+    }
+    void ThroughComponent(const std::string& text, const std::string& bytes) {
+        const Component component;
+        component.Native->putref_EncodingFormat(New(kind_).Data.Get());
+        Variant source = Variant::Bytes(text);
+        Variant result;
+        component.Dual->Decode(source.Get(), VARIANT_TRUE, result.Put());
+        Right(result.Show(), bytes.empty() ? "(empty)" : "bytes " + bytes);
+        const Outcome late = CallMethod(component.Dual.Get(), "Decode", {source, Variant::Bool(true)});
+        Right(late.Result.Show(), result.Show());
+        component.Dual->Encode(source.Get(), VARIANT_FALSE, result.Put());  // left open: the component's end resets it
+        g_calls += 5;
+    }
+    void Chained(const std::string& bytes) {
+        const FormatObject outer = New(kBase64);
+        const FormatObject middle = New(kQuotedPrintable);
+        const FormatObject inner = New(kHexa);
+        const auto processor = ClientProcessor::Always({S_PASSTHROUGH});
+        outer.Link(middle.Data.Get());
+        middle.LinkDual(As<IDispatch>(inner.Data).Get());
+        inner.LinkDual(processor.Get());
+        inner.Link(outer.Data.Get());  // refused
+        Right(Pieces(outer, Pieces(outer, bytes, false), true), bytes);
+        Process(outer.Data.Get(), "left open", false);
+        outer.Data->Reset();
+        g_calls += 9;
+    }
+    void Refused(const FormatObject& format) {
+        Revert(format.Data.Get(), "\1*", true);
+        Process(format.Data.Get(), "x", false);
+        format.Number("MaxLineLength").Dual.Put(20);
+        format.Data->put_HeaderFilename(nullptr);
+        format.Link(nullptr);
+        g_calls += 5;
+    }
+    void Files() {
+        const Component component;
+        component.Native->putref_EncodingFormat(New(static_cast<int>(random_() % 4)).Data.Get());
+        const std::string folder = folder_.string();
+        ProcessTheFile(component, {.Source = folder + "/in", .Destination = folder + "/text"});
+        ProcessTheFile(component, {.Source = folder + "/text", .Destination = folder + "/out", .Action = bfpDecode},
+                       Form::Dual);
+        Right(Load(folder_ / "out"), Load(folder_ / "in"));
+        Right(ReadTheFile(component, {.Source = folder + "/text", .Action = bfpDecode}).Data, Load(folder_ / "in"));
+        ReadTheFile(component, {.Source = folder + "/none"});
+        g_calls += 5;
+    }
+
+    std::minstd_rand random_;
+    fs::path folder_;
+    int kind_ = 0;
+};
+
+TEST(Soak, HoldsWhatItHeld) {
+    std::atomic<bool> stop = false;
+    std::vector<std::thread> threads;
+    for (unsigned number = 0; number < kThreads; ++number) {
+        threads.emplace_back([&stop, number] {
+            const ComThread com;
+            Client client(number);
+            while (!stop && !HasFailure()) client.Round();
+        });
+    }
+    std::vector<Holding> samples;
+    const auto start = Clock::now();
+    for (unsigned sample = 1; sample <= kSamples; ++sample) {
+        std::this_thread::sleep_until(start + std::chrono::duration<double>(g_seconds * sample / kSamples));
+        samples.push_back(Measure());
+        std::printf("  %5.0f s  %12llu calls  %8zu KB  %5zu handles\n", g_seconds * sample / kSamples, g_calls.load(),
+                    samples.back().Kilobytes, samples.back().Handles);
+        std::fflush(stdout);
+    }
+    stop = true;
+    for (std::thread& thread : threads) thread.join();
+
+    // A conversion under way holds a little, so the lowest of some samples counts: after the warming up, and at the end.
+    const auto lowest = [&](unsigned from, size_t Holding::*what) {
+        size_t low = samples[from].*what;
+        for (unsigned i = from; i < from + kSamples / 4; ++i) low = std::min(low, samples[i].*what);
+        return low;
+    };
+    const unsigned warm = kSamples / 4;
+    const unsigned last = kSamples - kSamples / 4;
+    EXPECT_LE(lowest(last, &Holding::Kilobytes), lowest(warm, &Holding::Kilobytes) + kAllowedKilobytes);
+    EXPECT_LE(lowest(last, &Holding::Handles), lowest(warm, &Holding::Handles));
+}
+
+}  // namespace
+}  // namespace talvo::test
+
+int main(int argc, char** argv) {
+    using talvo::test::Module;
+    testing::InitGoogleTest(&argc, argv);
+    if (argc > 1) talvo::test::g_seconds = std::atof(argv[1]);
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    if (!Module::Get().Start()) return 2;
+    const int result = RUN_ALL_TESTS();
+    const bool stopped = Module::Get().Stop();
+    CoUninitialize();
+    return stopped ? result : 3;
+}
