@@ -299,57 +299,5 @@ TEST_F(Faults, OfFileMethods) {
           }});
 }
 
-// What the other accessors and the text methods allocate; the output is what has been read.
-TEST_F(Faults, OfPropertiesAndText) {
-    const std::vector<std::function<HRESULT(const Stage&, std::string&)>> calls = {
-        [](const Stage& stage, std::string&) {
-            const com::UniqueBstr name = Bstr("name.bin");
-            return Try([&] { return stage.Formats[0].Data->put_HeaderFilename(name.Get()); });
-        },
-        [](const Stage& stage, std::string& read) {
-            com::UniqueBstr name;
-            const HRESULT hr = Try([&] { return stage.Formats[0].Data->get_HeaderFilename(name.Put()); });
-            read += Narrow({name.Get(), SysStringLen(name.Get())});
-            return hr;
-        },
-        [](const Stage& stage, std::string& read) {
-            BYTE* four = nullptr;
-            const auto native = As<ITalvoBinHexEncodingFormat>(stage.Formats[0].Data);
-            const HRESULT hr = Try([&] { return native->get_HeaderType(&four); });
-            read += TakeBlock(four, four ? 4 : 0);
-            return hr;
-        },
-        [](const Stage& stage, std::string& read) {
-            Variant four;
-            const auto dual = As<DTalvoBinHexEncodingFormat>(stage.Formats[0].Data);
-            const HRESULT hr = Try([&] { return dual->get_HeaderCreator(four.Put()); });
-            read += four.Show() == "(empty)" ? "" : four.Show();
-            return hr;
-        },
-        [](const Stage& stage, std::string& read) {
-            const com::UniqueBstr text = Bstr("abc");
-            Variant bytes;
-            com::UniqueBstr back;
-            const HRESULT hr = Try([&] {
-                const HRESULT from = stage.Through.Dual->FromString(text.Get(), bytes.Put());
-                return FAILED(from) ? from : stage.Through.Dual->ToString(bytes.Get(), back.Put());
-            });
-            read += Narrow({back.Get(), SysStringLen(back.Get())});
-            return hr;
-        },
-        [](const Stage& stage, std::string&) {
-            return Try([&] { return stage.Formats[0].Link(stage.Formats[1].Data.Get()); });
-        },
-    };
-    Tell({"accessors", {kBinHex, kUU}, false, [&](const Stage& stage) {
-              Told told;
-              for (const auto& call : calls) {
-                  told.Code = call(stage, told.Bytes);
-                  if (FAILED(told.Code)) break;
-              }
-              return told;
-          }});
-}
-
 }  // namespace
 }  // namespace talvo::test

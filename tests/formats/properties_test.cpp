@@ -106,32 +106,6 @@ TEST(Properties, ValuesReadBackOnBothInterfacesWhicheverTookThem) {
     ExpectReading(tolerant, {0, 0});
 }
 
-TEST(Properties, AreFrozenWhileAConversionIsOpen) {
-    ForEachFormat([](const FormatObject& format) {
-        for (const bool decoding : {false, true}) {
-            format.Data->put_HeaderFilename(Bstr("a").Get());
-            ITalvoEncodeData* const data = format.Data.Get();
-            ASSERT_EQ((decoding ? Revert(data, "", false) : Process(data, "", false)).Code, "S_OK");
-            for (const auto& [name, property] : format.Numbers) {
-                SCOPED_TRACE(name);
-                const Reading before{property.Native.Value(), property.Dual.Value()};
-                // Also a value that would be refused anyway says first that a conversion is open.
-                for (const Side* side : {&property.Native, &property.Dual})
-                    Expect(format.ProgId, berSessionOpened, [&] { return side->Put(9); });
-                ExpectReading(property, before);
-            }
-            const std::string name = FilenameOf(format.Data.Get());
-            Expect(
-                format.ProgId, berSessionOpened, [&] { return format.Data->put_HeaderFilename(nullptr); },
-                format.Header());
-            EXPECT_EQ(FilenameOf(format.Data.Get()), name);
-            EXPECT_EQ(format.Data->Reset(), S_OK);
-            EXPECT_EQ(format.Number("MaxLineLength").Native.Put(20), S_OK);
-            ExpectReading(format.Number("MaxLineLength"), {20, 20});
-        }
-    });
-}
-
 // A name is a counted string: a zero character in it is kept. One pair of accessors serves all three interfaces.
 TEST(Properties, HeaderFilename) {
     ForEachFormat([](const FormatObject& format) {
