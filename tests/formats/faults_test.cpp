@@ -36,8 +36,8 @@ struct Told {
 };
 
 // The call that may fail; the story around it may not.
-template <class Method>
-HRESULT Try(Method call) {
+template <class Call>
+HRESULT Try(Call call) {
     const FaultsHere here;
     return call();
 }
@@ -203,10 +203,7 @@ protected:
             }
         }
     }
-    void TearDown() override {
-        std::printf("  %zu stories, %zu failures\n", stories_, failures_);
-        FileMethods::TearDown();
-    }
+    void TearDown() override { std::printf("  %zu stories, %zu failures\n", stories_, failures_); }
 
 private:
     size_t stories_ = 0;
@@ -255,7 +252,7 @@ TEST_F(Faults, OfFileMethods) {
     Save("in", Sample(131072 + 99));  // two slices
     const std::vector<int> kinds = {kUU, kBase64};
     const Stage stage(kinds, true);
-    ASSERT_EQ(ProcessTheFile(stage.Through, {.Destination = "text"}).Line.substr(0, 4), "S_OK");
+    ASSERT_EQ(CallFileMethod(stage.Through, Method::Process, {.Destination = "text"}).Line.substr(0, 4), "S_OK");
     // The output is what lies in the file, also of a call that failed.
     const auto process = [](FileCall call, const char* output) {
         return [=](const Stage& on) {
@@ -266,8 +263,8 @@ TEST_F(Faults, OfFileMethods) {
             DWORD read = 0;
             DWORD written = 0;
             const HRESULT hr = Try([&] {
-                return on.Through.Native->ProcessFile(source.Get(), 0, 0, call.Which(), 1, destination.Get(), 0, &read,
-                                                      &written);
+                return on.Through.Native->ProcessFile(source.Get(), 0, 0, static_cast<ETBFileProcessing>(call.Action),
+                                                      1, destination.Get(), 0, &read, &written);
             });
             return Told{hr, Load(output)};
         };

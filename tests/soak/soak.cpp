@@ -111,12 +111,16 @@ private:
         const Component component;
         component.Native->putref_EncodingFormat(New(static_cast<int>(random_() % 4)).Data.Get());
         const std::string folder = folder_.string();
-        ProcessTheFile(component, {.Source = folder + "/in", .Destination = folder + "/text"});
-        ProcessTheFile(component, {.Source = folder + "/text", .Destination = folder + "/out", .Action = bfpDecode},
-                       Form::Dual);
+        const auto call = [&](Method method, const FileCall& how, Form form = Form::Native) {
+            return CallFileMethod(component, method, how, form);
+        };
+        call(Method::Process, {.Source = folder + "/in", .Destination = folder + "/text"});
+        call(Method::Process, {.Source = folder + "/text", .Destination = folder + "/out", .Action = bfpDecode},
+             Form::Dual);
         Right(Load(folder_ / "out"), Load(folder_ / "in"));
-        Right(ReadTheFile(component, {.Source = folder + "/text", .Action = bfpDecode}).Data, Load(folder_ / "in"));
-        ReadTheFile(component, {.Source = folder + "/none"});
+        const FileCall decode = {.Source = folder + "/text", .Action = bfpDecode};
+        Right(call(Method::Read, decode).Data, Load(folder_ / "in"));
+        call(Method::Read, {.Source = folder + "/none"});
         g_calls += 5;
     }
 
@@ -127,19 +131,31 @@ private:
 
 TEST(Soak, HoldsWhatItHeld) {
     std::atomic<bool> stop = false;
+    std::atomic<bool> pause = false;  // while it is measured, between two rounds of every client
+    std::atomic<unsigned> idle = 0;
     std::vector<std::thread> threads;
     for (unsigned number = 0; number < kThreads; ++number) {
-        threads.emplace_back([&stop, number] {
+        threads.emplace_back([&, number] {
             const ComThread com;
             Client client(number);
-            while (!stop && !HasFailure()) client.Round();
+            while (!stop && !HasFailure()) {
+                client.Round();
+                if (!pause) continue;
+                ++idle;
+                while (pause) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                --idle;
+            }
+            ++idle;
         });
     }
     std::vector<Holding> samples;
     const auto start = Clock::now();
     for (unsigned sample = 1; sample <= kSamples; ++sample) {
         std::this_thread::sleep_until(start + std::chrono::duration<double>(g_seconds * sample / kSamples));
+        pause = true;
+        while (idle != kThreads) std::this_thread::sleep_for(std::chrono::milliseconds(1));
         samples.push_back(Measure());
+        pause = false;
         std::printf("  %5.0f s  %12llu calls  %8zu KB  %5zu handles\n", g_seconds * sample / kSamples, g_calls.load(),
                     samples.back().Kilobytes, samples.back().Handles);
         std::fflush(stdout);
@@ -147,7 +163,7 @@ TEST(Soak, HoldsWhatItHeld) {
     stop = true;
     for (std::thread& thread : threads) thread.join();
 
-    // A conversion under way holds a little, so the lowest of some samples counts: after the warming up, and at the end.
+    // The lowest of some samples: after the warming up, and at the end.
     const auto lowest = [&](unsigned from, size_t Holding::*what) {
         size_t low = samples[from].*what;
         for (unsigned i = from; i < from + kSamples / 4; ++i) low = std::min(low, samples[i].*what);
