@@ -169,6 +169,40 @@ TEST(Properties, ADecodedHeaderIsReadAndWrittenBack) {
     });
 }
 
+// The file information goes into a text and comes out of it; while it is not read yet, there is none.
+TEST(Properties, FileInformationTravelsInABinHexText) {
+    constexpr std::string_view kStart = "(This file must be converted with BinHex 4.0)\r\n:\"h,TFbjdH(3!39\"36%0\"8N";
+    constexpr std::string_view kRest = "q\"!3#3!`3!N!-'&8eNBA4KKf*bCA13!*!$cT8:\r\n";
+    constexpr std::string_view kForks = "datares\x90\x90\x90";
+    const WCHAR name[] = {'r', 0xE9, 's', '.', 't', 'x', 't'};
+    const FormatObject format = New(kBinHex);
+    const auto native = As<ITalvoBinHexEncodingFormat>(format.Data);
+    ITalvoEncodeData* const data = format.Data.Get();
+    ASSERT_EQ(data->put_HeaderFilename(com::UniqueBstr(SysAllocStringLen(name, 7)).Get()), S_OK);
+    ASSERT_EQ(native->put_HeaderType(reinterpret_cast<const BYTE*>("APPL")), S_OK);
+    ASSERT_EQ(native->put_HeaderCreator(reinterpret_cast<const BYTE*>("CARO")), S_OK);
+    const std::map<std::string, Reading> numbers = {
+        {"HeaderFlags", {0x8101, -0x7EFF}}, {"HeaderDataForkLength", {4, 4}}, {"HeaderResourceForkLength", {6, 6}}};
+    for (const auto& [property, value] : numbers) ASSERT_EQ(format.Number(property.c_str()).Dual.Put(value.Dual), S_OK);
+    EXPECT_EQ(Process(data, kForks, true).Bytes, std::string(kStart) + std::string(kRest));
+
+    // The object that has written reads: nothing of what was set remains.
+    const auto values = [&] {
+        BYTE* type = nullptr;
+        BYTE* creator = nullptr;
+        native->get_HeaderType(&type);
+        native->get_HeaderCreator(&creator);
+        return FilenameOf(data) + TakeBlock(type, 4) + TakeBlock(creator, 4);
+    };
+    EXPECT_EQ(Revert(data, kStart, false).Code, "S_OK");
+    EXPECT_EQ(values(), std::string(8, '\0'));
+    for (const auto& [property, value] : numbers) ExpectReading(format.Number(property.c_str()), {0, 0});
+    EXPECT_EQ(Revert(data, kRest, false).Bytes, kForks);
+    for (const auto& [property, value] : numbers) ExpectReading(format.Number(property.c_str()), value);
+    EXPECT_EQ(Name(data->Reset()), "S_OK");
+    EXPECT_EQ(values(), "r?s.txtAPPLCARO");
+}
+
 // An accessor without memory says so; only the get of a name leaves the error information as it was.
 TEST(Properties, WithoutMemory) {
     const FormatObject format = NewNamed(kBinHex);

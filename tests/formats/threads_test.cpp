@@ -95,6 +95,36 @@ TEST(Threads, LinksAreMadeWhileAResetMakesOthers) {
     thread.join();
 }
 
+// A name is read whole or empty while decodings clear it and read another.
+TEST(Threads, NamesAreNeverTornWhileDecodingsReplaceThem) {
+    constexpr std::string_view kSet = "a rather long name, so that a torn one would show.txt";
+    const struct {
+        int Kind;
+        std::string Decoded, Text;
+    } rows[] = {{kUU, "what the text says, of another length", "begin 644 what the text says, of another length\n`"},
+                {kBinHex, "two",
+                 "(This file must be converted with BinHex 4.0)\n"
+                 ":!h4hE`\"\"8&\"-3d&56b%!!!!!\"!!!!!Dd5Q4KG''(BR*PFj!!N!#3!-k9:\n"}};
+    for (const auto& row : rows) {
+        const FormatObject format = New(row.Kind);
+        std::atomic<bool> stop = false;
+        std::thread reader([&] {
+            const ComThread com;
+            while (!stop) {
+                const std::string name = FilenameOf(format.Data.Get());
+                ASSERT_TRUE(name.empty() || name == kSet || name == row.Decoded) << name;
+            }
+        });
+        for (int i = 0; i < 2000; ++i) {
+            EXPECT_EQ(format.Data->put_HeaderFilename(Bstr(kSet).Get()), S_OK);
+            EXPECT_EQ(Revert(format.Data.Get(), row.Text, false).Code, "S_OK");
+            EXPECT_EQ(Name(format.Data->Reset()), "S_OK");
+        }
+        stop = true;
+        reader.join();
+    }
+}
+
 // --- Threads let loose
 
 using Random = std::minstd_rand;
