@@ -228,6 +228,27 @@ TEST_F(Files, RightsAndBadHandles) {
     EXPECT_EQ(LastError(), ERROR_INVALID_HANDLE);
 }
 
+TEST_F(Files, InformationTellsFilesApart) {
+    std::ofstream("other", std::ios::binary) << "0123456789";
+    fs::create_hard_link("file", "link");
+    BY_HANDLE_FILE_INFORMATION info[3];
+    const char* const names[] = {"file", "link", "other"};
+    for (int i = 0; i < 3; ++i) {
+        const HANDLE file = Open(names[i], R, kShareAll, OPEN_EXISTING);
+        EXPECT_TRUE(GetFileInformationByHandle(file, &info[i])) << names[i];
+        EXPECT_TRUE(CloseHandle(file));
+        EXPECT_EQ(info[i].nFileSizeLow, 10u);
+        EXPECT_EQ(info[i].nFileSizeHigh, 0u);
+        EXPECT_EQ(info[i].nNumberOfLinks, i == 2 ? 1u : 2u) << names[i];
+        EXPECT_NE(info[i].ftLastWriteTime.dwHighDateTime, 0u);
+        const bool same = info[i].dwVolumeSerialNumber == info[0].dwVolumeSerialNumber &&
+                          info[i].nFileIndexHigh == info[0].nFileIndexHigh &&
+                          info[i].nFileIndexLow == info[0].nFileIndexLow;
+        EXPECT_EQ(same, i != 2) << names[i];
+    }
+    EXPECT_FALSE(GetFileInformationByHandle(INVALID_HANDLE_VALUE, &info[0]));
+}
+
 TEST_F(Files, Names) {
     const WCHAR wide[] = {'w', 0xE9, 0x20AC, 0};
     const HANDLE file = CreateFileW(wide, W, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -124,6 +125,39 @@ TEST(NativeFiles, NobodyReadsAPipe) {
     EXPECT_FALSE(written);
     EXPECT_EQ(LastError(), ERROR_NO_DATA);
     EXPECT_EQ(count, 0u);
+}
+
+BOOL WINAPI Ignore(DWORD) { return TRUE; }
+BOOL WINAPI LetEnd(DWORD) { return FALSE; }
+
+TEST(NativeFiles, InterruptionsReachTheHandlerAddedLast) {
+    const struct {
+        PHANDLER_ROUTINE first, last;
+        int signal;
+    } rows[] = {{&LetEnd, &LetEnd, SIGINT}, {&LetEnd, &LetEnd, SIGTERM}, {&LetEnd, &Ignore, 0}, {&Ignore, &LetEnd, 0}};
+    for (const auto& row : rows) {
+        const pid_t child = fork();
+        if (child == 0) {
+            SetConsoleCtrlHandler(row.first, TRUE);
+            SetConsoleCtrlHandler(row.last, TRUE);
+            kill(getpid(), row.signal ? row.signal : SIGINT);
+            Sleep(row.signal ? 10000 : 100);
+            _exit(7);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(WIFSIGNALED(status) ? WTERMSIG(status) : 0, row.signal);
+        EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : 7, 7);
+    }
+}
+
+TEST(NativeFiles, TakeNoStandardStream) {
+    EXPECT_EQ(InChild([] {
+                  close(STDIN_FILENO);
+                  const HANDLE file = CreateFileA("/dev/null", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+                  return file != INVALID_HANDLE_VALUE && GetStdHandle(STD_INPUT_HANDLE) == nullptr ? 0 : 1;
+              }),
+              0);
 }
 
 }  // namespace
