@@ -9,6 +9,6 @@ if(TALVO_SANITIZE)
     add_compile_options(-fno-sanitize=enum)
   endif()
   # With checks in between, gcc 12 no longer sees that the standard library's own variables are initialised.
-  add_compile_options(-Wno-maybe-uninitialized)
+  add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   add_link_options(-fsanitize=${TALVO_SANITIZE})
 endif()

@@ -16,7 +16,6 @@
 #include <string_view>
 
 #include "com/unique.h"
-#include "engine/format_rules.h"
 #include "engine/session.h"
 #include "server/results/result_codes.h"
 

@@ -45,6 +45,7 @@ may_include() {
     server) echo 'com/ server/results/ engine/ formats/ component/ Talvo' ;;
     cli) echo 'com/ Talvo server/results/result_codes.def' ;;  # the list is data: it gives codes their names
     examples) echo 'com/ Talvo' ;;
+    fuzz) echo 'com/ server/results/ engine/' ;;
   esac
 }
 
@@ -52,7 +53,7 @@ sources_of() { files "$1/*.cpp" "$1/*.h" | if [ "$1" = server ]; then grep -v '^
 
 inclusions() {
   local room file
-  for room in platform com server/results engine formats component server cli examples; do
+  for room in platform com server/results engine formats component server cli examples fuzz; do
     sources_of "$room" | while read -r file; do
       sed -nE 's/^[[:space:]]*#[[:space:]]*include "([^"]+)".*/\1/p' "$file" |
         awk -v room="$room" -v file="$file" -v allowed="$(may_include "$room")" '
