@@ -156,11 +156,7 @@ register_twice() {
   if cmp -s "$logs/registry-before" "$logs/registry-registered"; then return 1; fi
   regsvr32 && same_registry registered
 }
-unwithout_screen() {
-  (unset DISPLAY && output_of "$bin/test_windows.exe" --gtest_also_run_disabled_tests --gtest_filter='DISABLED_NoScreen*')
-}
-
-register_twice() { regsvr32 /u && same_registry before && regsvr32 /u && same_registry before; }
+unregister_twice() { regsvr32 /u && same_registry before && regsvr32 /u && same_registry before; }
 
 # Classes that are there, and no type library to serve their late-bound calls from.
 without_type_library() {

@@ -40,30 +40,15 @@ std::string ExtentOf(const com::ComPtr<Interface>& control) {
     return hr == S_OK ? Show(size) : Name(hr);
 }
 
-const IID kInterfaces[] = {IID_DTalvoBinaryEncoding,
-                           IID_IDispatch,
-                           IID_ITalvoBinaryEncoding,
-                           IID_ISupportErrorInfo,
-                           IID_IViewObjectEx,
-                           IID_IViewObject2,
-                           IID_IViewObject,
-                           IID_IOleInPlaceObjectWindowless,
-                           IID_IOleInPlaceObject,
-                           IID_IOleWindow,
-                           IID_IOleInPlaceActiveObject,
-                           IID_IOleControl,
-                           IID_IOleObject,
-                           IID_IPersistStreamInit,
-                           IID_IPersistStream,
-                           IID_IPersist,
-                           IID_IPersistStorage,
-                           IID_IPersistPropertyBag,
-                           IID_IDataObject,
-                           IID_IConnectionPointContainer,
-                           IID_ISpecifyPropertyPages,
-                           IID_IQuickActivate,
-                           IID_IProvideClassInfo2,
-                           IID_IProvideClassInfo};
+template <class... Interfaces>
+std::vector<IID> Ids() {
+    return {__uuidof(Interfaces)...};
+}
+const std::vector<IID> kInterfaces =
+    Ids<DTalvoBinaryEncoding, IDispatch, ITalvoBinaryEncoding, ISupportErrorInfo, IViewObjectEx, IViewObject2,
+        IViewObject, IOleInPlaceObjectWindowless, IOleInPlaceObject, IOleWindow, IOleInPlaceActiveObject, IOleControl,
+        IOleObject, IPersistStreamInit, IPersistStream, IPersist, IPersistStorage, IPersistPropertyBag, IDataObject,
+        IConnectionPointContainer, ISpecifyPropertyPages, IQuickActivate, IProvideClassInfo2, IProvideClassInfo>();
 
 // An aggregate of itself and the component.
 class Outer final : public IUnknown {
@@ -232,17 +217,10 @@ TEST(Control, Streams) {
     EXPECT_EQ(SavedBytes(control), other);
     EXPECT_EQ(control->IsDirty(), S_FALSE);
 
-    for (size_t size = 0; size < other.size(); ++size) {
-        EXPECT_EQ(
-            Name(control->Load(StreamOf({natural.begin(), natural.begin() + static_cast<std::ptrdiff_t>(size)}).Get())),
-            Name(STG_E_READFAULT))
-            << size;
+    for (std::vector<BYTE> part = natural; !part.empty();) {
+        part.pop_back();
+        EXPECT_EQ(Name(control->Load(StreamOf(part).Get())), Name(STG_E_READFAULT)) << part.size();
     }
-    std::vector<BYTE> foreign = natural, huge = natural;
-    foreign[1] ^= 0x40;
-    huge.back() = 0x80;
-    EXPECT_EQ(Name(control->Load(StreamOf(foreign).Get())), Name(STG_E_INVALIDHEADER));
-    EXPECT_EQ(Name(control->Load(StreamOf(huge).Get())), Name(DISP_E_OVERFLOW));
     EXPECT_EQ(Name(control->Load(nullptr)), "E_POINTER");
     EXPECT_EQ(ExtentOf(control), "423 x 70179");
 
