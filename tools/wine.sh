@@ -79,7 +79,7 @@ echo force-unsafe-io >/etc/dpkg/dpkg.cfg.d/fast
 printf 'path-exclude=/usr/share/%s/*\n' doc locale man >/etc/dpkg/dpkg.cfg.d/small
 dpkg --add-architecture i386
 apt-get update
-apt-get install -y --no-install-recommends wine wine32:i386 wine64 fonts-wine fonts-dejavu-core xvfb
+apt-get install -y --no-install-recommends wine wine32:i386 wine64 fonts-wine xvfb
 apt-get clean
 rm -rf /var/lib/apt/lists/*
 useradd --create-home --shell /bin/bash wine

@@ -73,19 +73,6 @@ protected:
         EXPECT_EQ(Name(result), "S_OK");
     }
 
-    void SetColour(const char* name, const char* value) {
-        HKEY key = nullptr;
-        RegCreateKeyA(HKEY_CURRENT_USER, kColours, &key);
-        if (value) {
-            RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value),
-                           static_cast<DWORD>(std::strlen(value) + 1));
-        } else {
-            RegDeleteValueA(key, name);
-        }
-        RegCloseKey(key);
-    }
-
-    static constexpr const char* kColours = "Software\\Microsoft\\Internet Explorer\\Settings";
     ImportHook shell_{"shell32.dll", "ShellExecuteA", &FakeShellExecute};
 };
 
@@ -176,25 +163,24 @@ TEST_F(AboutBox, Place) {
     }
 }
 
+// Adds the text of a tooltip.
+BOOL CALLBACK AddTooltip(HWND window, LPARAM texts) {
+    char text[256] = "";
+    GetClassNameA(window, text, sizeof text);
+    if (std::strcmp(text, TOOLTIPS_CLASSA) != 0) return TRUE;
+    TTTOOLINFOA tool{};
+    tool.cbSize = TTTOOLINFOA_V2_SIZE;
+    SendMessageA(window, TTM_ENUMTOOLSA, 0, reinterpret_cast<LPARAM>(&tool));
+    tool.lpszText = text;
+    SendMessageA(window, TTM_GETTEXTA, 0, reinterpret_cast<LPARAM>(&tool));
+    *reinterpret_cast<std::string*>(texts) += std::string(text) + ";";
+    return TRUE;
+}
+
 TEST_F(AboutBox, Tooltips) {
     Show([](HWND box) {
         std::string texts;
-        EnumThreadWindows(
-            GetWindowThreadProcessId(box, nullptr),
-            [](HWND window, LPARAM found) -> BOOL {
-                char name[32];
-                GetClassNameA(window, name, sizeof name);
-                if (std::strcmp(name, TOOLTIPS_CLASSA) != 0) return TRUE;
-                char text[256] = "";
-                TTTOOLINFOA tool{};
-                tool.cbSize = TTTOOLINFOA_V2_SIZE;
-                SendMessageA(window, TTM_ENUMTOOLSA, 0, reinterpret_cast<LPARAM>(&tool));
-                tool.lpszText = text;
-                SendMessageA(window, TTM_GETTEXTA, 0, reinterpret_cast<LPARAM>(&tool));
-                *reinterpret_cast<std::string*>(found) += std::string(text) + ";";
-                return TRUE;
-            },
-            reinterpret_cast<LPARAM>(&texts));
+        EnumThreadWindows(GetWindowThreadProcessId(box, nullptr), &AddTooltip, reinterpret_cast<LPARAM>(&texts));
         EXPECT_TRUE(texts == "support@talvo.example;https://www.talvo.example;" ||
                     texts == "https://www.talvo.example;support@talvo.example;")
             << texts;
@@ -310,7 +296,43 @@ TEST_F(AboutBox, FocusRectangleComesAndGoes) {
     });
 }
 
+// The user's colours for links; afterwards they are as they were.
+class ColourSettings {
+public:
+    ColourSettings() {
+        DWORD disposition = 0;
+        RegCreateKeyExA(HKEY_CURRENT_USER, kKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key_, &disposition);
+        isNew_ = disposition == REG_CREATED_NEW_KEY;
+        for (int i = 0; i < 2; ++i) {
+            DWORD size = sizeof old_[i];
+            had_[i] = RegQueryValueExA(key_, kNames[i], nullptr, nullptr, reinterpret_cast<BYTE*>(old_[i]), &size) == 0;
+        }
+    }
+    ~ColourSettings() {
+        Set(had_[0] ? old_[0] : nullptr, had_[1] ? old_[1] : nullptr);
+        RegCloseKey(key_);
+        if (isNew_) RegDeleteKeyA(HKEY_CURRENT_USER, kKey);
+    }
+    void Set(const char* link, const char* visited) {
+        const char* const values[] = {link, visited};
+        for (int i = 0; i < 2; ++i) {
+            RegDeleteValueA(key_, kNames[i]);
+            if (values[i])
+                RegSetValueExA(key_, kNames[i], 0, REG_SZ, reinterpret_cast<const BYTE*>(values[i]),
+                               static_cast<DWORD>(std::strlen(values[i]) + 1));
+        }
+    }
+
+private:
+    static constexpr const char* kKey = "Software\\Microsoft\\Internet Explorer\\Settings";
+    static constexpr const char* kNames[] = {"Anchor Color", "Anchor Color Visited"};
+    HKEY key_ = nullptr;
+    bool isNew_ = false, had_[2] = {};
+    char old_[2][64] = {};
+};
+
 TEST_F(AboutBox, ColoursBeforeAndAfterTheVisit) {
+    ColourSettings settings;
     constexpr DWORD kRed = 0xFF0000, kGreen = 0x008000;
     const struct {
         const char* link;
@@ -326,8 +348,7 @@ TEST_F(AboutBox, ColoursBeforeAndAfterTheVisit) {
     for (const auto& row : kRows) {
         SCOPED_TRACE(testing::Message() << (row.link ? row.link : "none") << " "
                                         << (row.visited ? row.visited : "none"));
-        SetColour("Anchor Color", row.link);
-        SetColour("Anchor Color Visited", row.visited);
+        settings.Set(row.link, row.visited);
         g_shellAnswer = row.shell;
         Show([&](HWND box) {
             const HWND link = GetDlgItem(box, kWeb);
@@ -342,9 +363,6 @@ TEST_F(AboutBox, ColoursBeforeAndAfterTheVisit) {
         });
     }
     g_shellAnswer = 42;
-    SetColour("Anchor Color", nullptr);
-    SetColour("Anchor Color Visited", nullptr);
-    RegDeleteKeyA(HKEY_CURRENT_USER, kColours);
 }
 
 TEST_F(AboutBox, NothingIsLeftBehind) {

@@ -125,6 +125,8 @@ TEST(Control, Sizes) {
     EXPECT_EQ(object->GetExtent(DVASPECT_CONTENT, nullptr), E_POINTER);
 }
 
+HANDLE WINAPI NoImage(HINSTANCE, LPCWSTR, UINT, int, int, UINT) { return nullptr; }
+
 TEST(Control, Drawing) {
     const auto view = Control<IViewObjectEx>();
     const Pixels picture = Picture();
@@ -168,9 +170,7 @@ TEST(Control, Drawing) {
     EXPECT_EQ(draw(DVASPECT_CONTENT, -1, nullptr, &bounds), "E_INVALIDARG");
     EXPECT_EQ(draw(DVASPECT_CONTENT, -1, canvas.Dc(), nullptr), "E_INVALIDARG");
     {
-        const ImportHook none(
-            "user32.dll", "LoadImageW",
-            +[](HINSTANCE, LPCWSTR, UINT, int, int, UINT) -> HANDLE WINAPI { return nullptr; });
+        const ImportHook none("user32.dll", "LoadImageW", &NoImage);
         EXPECT_EQ(draw(DVASPECT_CONTENT, -1, canvas.Dc(), &bounds), "S_OK");
     }
     EXPECT_EQ(canvas.Read(), before);

@@ -165,16 +165,16 @@ int CountDrawingObjects() {
     return count;
 }
 
+static BOOL CALLBACK CountWindow(HWND window, LPARAM count) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    if (process == GetCurrentProcessId()) ++*reinterpret_cast<int*>(count);
+    return TRUE;
+}
+
 int CountWindows() {
     int count = 0;
-    EnumWindows(
-        [](HWND window, LPARAM counted) -> BOOL {
-            DWORD process = 0;
-            GetWindowThreadProcessId(window, &process);
-            if (process == GetCurrentProcessId()) ++*reinterpret_cast<int*>(counted);
-            return TRUE;
-        },
-        reinterpret_cast<LPARAM>(&count));
+    EnumWindows(&CountWindow, reinterpret_cast<LPARAM>(&count));
     return count;
 }
 
