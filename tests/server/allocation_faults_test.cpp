@@ -48,52 +48,6 @@ TEST(AllocationFaults, CreatingAnObject) {
     }
 }
 
-TEST(AllocationFaults, NativeConversions) {
-    const auto component = NewComponent();
-    const BYTE bytes[] = {'A', 'B', 'C', 'D'};
-    const auto convert = [&](AllocationFaults& faults, decltype(&ITalvoBinaryEncoding::Encode) method, auto source,
-                             DWORD size, std::string_view expected) {
-        BYTE* block = nullptr;
-        DWORD written = 0;
-        const HRESULT hr = (component.Get()->*method)(source, size, 1, &block, &written);
-        ExpectDoneOrOutOfMemory(faults, hr);
-        const FaultPause pause;
-        EXPECT_EQ(TakeBlock(block, written), hr == S_OK ? expected : "");
-    };
-    UnderBothKinds([&](AllocationFaults& faults) {
-        convert(faults, &ITalvoBinaryEncoding::Encode, bytes, 4, "QUJDRA==");
-        convert(faults, &ITalvoBinaryEncoding::Decode, reinterpret_cast<const BYTE*>("QUJD"), 4, "ABC");
-        faults.Disarm();
-        convert(faults, &ITalvoBinaryEncoding::Encode, bytes, 4, "QUJDRA==");
-    });
-}
-
-TEST(AllocationFaults, AutomationConversions) {
-    const auto native = NewComponent();
-    const auto component = As<DTalvoBinaryEncoding>(native);
-    Variant source = Variant::Bytes("ABCD");
-    const com::UniqueBstr text = Bstr("ABCD");
-    UnderBothKinds([&](AllocationFaults& faults) {
-        const auto expect = [&](HRESULT hr, const Variant& result, const char* expected) {
-            ExpectDoneOrOutOfMemory(faults, hr);
-            const FaultPause pause;
-            EXPECT_EQ(result.Show(), hr == S_OK ? expected : "(empty)");
-            EXPECT_EQ(V_ARRAY(source.Get())->cLocks, 0u);
-        };
-        Variant encoded;
-        expect(component->Encode(source.Get(), VARIANT_TRUE, encoded.Put()), encoded, "bytes QUJDRA==");
-        Variant decoded;
-        const HRESULT hr = component->Decode(encoded.Get(), VARIANT_TRUE, decoded.Put());
-        if (V_VT(encoded.Get()) != VT_EMPTY) expect(hr, decoded, "bytes ABCD");
-        Variant bytes;
-        expect(component->FromString(text.Get(), bytes.Put()), bytes, "bytes ABCD");
-        com::UniqueBstr back;
-        ExpectDoneOrOutOfMemory(faults, component->ToString(bytes.Get(), back.Put()));
-        faults.Disarm();
-        expect(component->Encode(source.Get(), VARIANT_TRUE, encoded.Put()), encoded, "bytes QUJDRA==");
-    });
-}
-
 TEST(AllocationFaults, LateBoundConversions) {
     const auto native = NewComponent();
     const auto component = As<IDispatch>(native);
