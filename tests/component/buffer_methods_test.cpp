@@ -196,6 +196,7 @@ TEST(Component, Reset) {
     format->putref_SubProcessing(processor->Data());
     EXPECT_EQ(Native(component, &ITalvoBinaryEncoding::Encode, "ABC", true), "S_OK QUJD / none");
     EXPECT_EQ(code, "berBusy / " + ErrorOf(kProgId, berBusy));
+    format->putref_SubProcessing(nullptr);  // the component resets what it still holds when it goes
 }
 
 TEST(Component, ResetsItsFormatWhenItGoes) {
