@@ -1,4 +1,6 @@
 // The control's and the About box's rules that need no user interface.
+#include <windows.h>
+
 #include <oleauto.h>
 
 #include <algorithm>
