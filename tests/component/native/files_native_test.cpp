@@ -174,6 +174,7 @@ TEST_F(FileMethods, InterruptedDestination) {
     Save("in", Sample(131072 * 3));
     Expect(Ask(Method::Process, {.Destination = "pipe"}), berWriteFile, 0, 174760);
     EXPECT_EQ(slices, 2);
+    component_.Native->Reset();              // the conversion is still open
     format_->putref_SubProcessing(nullptr);  // the component resets what it still holds when it goes
 }
 
