@@ -1,5 +1,6 @@
 // soak [SECONDS]: everything a client does, from several threads, over and over, as fast as it goes. The results must
 // stay right, and what the process holds must stay where it is once it has warmed up.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -21,6 +22,20 @@ constexpr size_t kAllowedKilobytes = 1024;
 using Clock = std::chrono::steady_clock;
 double g_seconds = 300;
 std::atomic<unsigned long long> g_calls = 0;
+
+double Seconds(Clock::time_point since) { return std::chrono::duration<double>(Clock::now() - since).count(); }
+
+// The lowest of the last third is not above the lowest of the first.
+void ExpectFlat(const char* what, const std::vector<Holding>& samples, size_t Holding::*of, size_t allowed) {
+    std::vector<size_t> values;
+    for (const Holding& sample : samples) values.push_back(sample.*of);
+    const auto third = static_cast<ptrdiff_t>(values.size() / 3);
+    const auto [least, most] = std::minmax_element(values.begin(), values.end());
+    std::printf("  %s: first %zu, last %zu, least %zu, most %zu\n", what, values.front(), values.back(), *least, *most);
+    EXPECT_LE(*std::min_element(values.end() - third, values.end()),
+              *std::min_element(values.begin(), values.begin() + third) + allowed)
+        << what;
+}
 
 // One thread's client.
 class Client {
@@ -129,6 +144,35 @@ private:
     int kind_ = 0;
 };
 
+// What is measured is there: memory of both kinds, and handles.
+TEST(Soak, TheMeasureSeesWhatIsHeld) {
+    const FormatObject warm = New(kUU);
+    const Holding before = Measure();
+    Holding with = {};
+    {
+        std::vector<com::UniqueBstr> texts;
+        std::vector<FormatObject> formats;
+        std::vector<com::UniqueFile> files;
+        for (int i = 0; i < 1000; ++i) {
+            texts.push_back(Bstr(std::string(500, 'x')));  // a KB each
+            formats.push_back(New(kUU));
+            if (i < 20)
+                files.emplace_back(CreateFileA(Module::Get().Path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                               OPEN_EXISTING, 0, nullptr));
+        }
+        with = Measure();
+    }
+    const Holding after = Measure();
+    std::printf(
+        "  %zu KB, %zu handles; with 1000 texts of 1 KB, 1000 objects and 20 files %zu KB, %zu handles; then %zu KB, "
+        "%zu handles\n",
+        before.Kilobytes, before.Handles, with.Kilobytes, with.Handles, after.Kilobytes, after.Handles);
+    EXPECT_GE(with.Kilobytes, before.Kilobytes + 1100);
+    EXPECT_LE(after.Kilobytes, before.Kilobytes + 200);
+    EXPECT_EQ(with.Handles, before.Handles + 20);
+    EXPECT_EQ(after.Handles, before.Handles);
+}
+
 TEST(Soak, HoldsWhatItHeld) {
     std::atomic<bool> stop = false;
     std::atomic<bool> pause = false;  // while it is measured, between two rounds of every client
@@ -156,23 +200,17 @@ TEST(Soak, HoldsWhatItHeld) {
         while (idle != kThreads) std::this_thread::sleep_for(std::chrono::milliseconds(1));
         samples.push_back(Measure());
         pause = false;
-        std::printf("  %5.0f s  %12llu calls  %8zu KB  %5zu handles\n", g_seconds * sample / kSamples, g_calls.load(),
+        std::printf("  %5.0f s  %12llu calls  %8zu KB  %5zu handles\n", Seconds(start), g_calls.load(),
                     samples.back().Kilobytes, samples.back().Handles);
         std::fflush(stdout);
     }
     stop = true;
     for (std::thread& thread : threads) thread.join();
 
-    // The lowest of some samples: after the warming up, and at the end.
-    const auto lowest = [&](unsigned from, size_t Holding::*what) {
-        size_t low = samples[from].*what;
-        for (unsigned i = from; i < from + kSamples / 4; ++i) low = std::min(low, samples[i].*what);
-        return low;
-    };
-    const unsigned warm = kSamples / 4;
-    const unsigned last = kSamples - kSamples / 4;
-    EXPECT_LE(lowest(last, &Holding::Kilobytes), lowest(warm, &Holding::Kilobytes) + kAllowedKilobytes);
-    EXPECT_LE(lowest(last, &Holding::Handles), lowest(warm, &Holding::Handles));
+    samples.erase(samples.begin(), samples.begin() + kSamples / 4);  // the warming up
+    std::printf("  %llu calls in %.0f s; once warm:\n", g_calls.load(), Seconds(start));
+    ExpectFlat("KB", samples, &Holding::Kilobytes, kAllowedKilobytes);
+    ExpectFlat("handles", samples, &Holding::Handles, 0);
 }
 
 }  // namespace

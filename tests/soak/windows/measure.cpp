@@ -1,4 +1,5 @@
-// Blocks in use in all heaps of the process, and handles that are valid: Wine's own counts of both do not move.
+// Bytes in use in all heaps of the process, and handles that are valid: the system's own counts of both do not move under
+// Wine.
 #include "tests/soak/measure.h"
 
 #include <windows.h>
@@ -19,6 +20,18 @@ size_t BytesInUse(HANDLE heap) {
     return bytes;
 }
 
+// Handles are multiples of 4 and the lowest free one is given out, so that none follows a long row of free ones.
+size_t ValidHandles() {
+    size_t valid = 0;
+    for (uintptr_t handle = 4, free = 0; free < 1024; handle += 4) {
+        DWORD flags = 0;
+        const bool found = GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags);
+        valid += found;
+        free = found ? 0 : free + 1;
+    }
+    return valid;
+}
+
 }  // namespace
 
 Holding Measure() {
@@ -26,14 +39,7 @@ Holding Measure() {
     const DWORD count = GetProcessHeaps(64, heaps);
     size_t bytes = 0;
     for (DWORD i = 0; i < count && i < 64; ++i) bytes += BytesInUse(heaps[i]);
-    size_t handles = 0;
-    constexpr uintptr_t kStep = 4;  // handles are multiples of it, the lowest free one is given out
-    constexpr uintptr_t kHighest = 0x10000;
-    for (uintptr_t handle = kStep; handle < kHighest; handle += kStep) {
-        DWORD flags = 0;
-        handles += GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) != 0;
-    }
-    return {bytes / 1024, handles};
+    return {bytes / 1024, ValidHandles()};
 }
 
 }  // namespace talvo::test
