@@ -128,7 +128,6 @@ private:
         const kernels::Run run = kernels::QuotedPrintableEncodeRun(place, room, source.data(), source.size());
         write_.Return(room - run.Written);
         if (run.Read == 0) return 0;
-        if (run.Read > 1) s_.LastNotBlank = !IsBlank(source[run.Read - 2]);
         s_.Column += static_cast<uint32_t>(run.Written);
         s_.PendingByte = source[run.Read - 1];
         s_.PendingWidth = kQuotedPrintableLiterals[s_.PendingByte] ? 1 : kEscapeWidth;
