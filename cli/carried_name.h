@@ -1,5 +1,5 @@
-// File names that an encoded text carries. They come from a stranger: before a file gets one, it has to be shown that the
-// name cannot lead anywhere but into the folder that the user chose. The rules are the same on every system.
+// File names that an encoded text carries. They come from a stranger: before a file gets one, it has to be shown that
+// the name cannot lead anywhere but into the folder that the user chose. The rules are the same on every system.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
-// The classes of the server as the command knows them: by their names in the class registry and their public interfaces.
+// The classes of the server as the command knows them: by their names in the class registry and their public
+// interfaces.
 #pragma once
 
 #include <windows.h>

@@ -1,5 +1,5 @@
-// Two tolerant decodings run side by side: the first takes large pieces; where it finds fault with one, the second, which
-// has come as far, takes the same piece byte by byte and so finds the place.
+// Two tolerant decodings run side by side: the first takes large pieces; where it finds fault with one, the second,
+// which has come as far, takes the same piece byte by byte and so finds the place.
 #include "cli/info.h"
 
 #include <windows.h>

@@ -1,4 +1,5 @@
-// The system calls the handler on a thread of its own. The lock is not given back: nothing is written after the last word.
+// The system calls the handler on a thread of its own. The lock is not given back: nothing is written after the last
+// word.
 #include "cli/interruption.h"
 
 #include <windows.h>

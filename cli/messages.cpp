@@ -1,4 +1,5 @@
-// Texts come from the thread's error information or from the system, never from here; names from the list of result codes.
+// Texts come from the thread's error information or from the system, never from here; names from the list of result
+// codes.
 #include "cli/messages.h"
 
 #include <oleauto.h>

@@ -1,5 +1,5 @@
-// Where the bytes come from: a file or a standard stream, of any length, whole or a range of it; a second file may follow
-// the first. Codes are those of Windows, 0 for success.
+// Where the bytes come from: a file or a standard stream, of any length, whole or a range of it; a second file may
+// follow the first. Codes are those of Windows, 0 for success.
 #pragma once
 
 #include <windows.h>

@@ -10,8 +10,8 @@
 
 namespace talvo {
 
-// A standard stream as it was when this was first called, which is before any file is opened: on some systems a file takes
-// the place of a stream that is closed, and must not get the stream's bytes. The invalid handle for a closed one.
+// A standard stream as it was when this was first called, which is before any file is opened: on some systems a file
+// takes the place of a stream that is closed, and must not get the stream's bytes. The invalid handle for a closed one.
 HANDLE StandardHandle(DWORD which);
 [[nodiscard]] DWORD OpenStandard(DWORD which, HANDLE& handle);
 

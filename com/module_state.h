@@ -41,8 +41,8 @@ public:
     bool InUse() const noexcept { return InterlockedCompareExchange(&locks_, 0, 0) != 0; }
 
     CriticalSection& ClassObjectLock() noexcept { return classObjectLock_; }
-    // Held while one object is linked behind another, so that no two links close a loop between them. The innermost lock:
-    // nothing is called under it.
+    // Held while one object is linked behind another, so that no two links close a loop between them. The innermost
+    // lock: nothing is called under it.
     CriticalSection& ChainLock() noexcept { return chainLock_; }
     // Held while the class of the control's windows comes or goes.
     CriticalSection& WindowClassLock() noexcept { return windowClassLock_; }

@@ -1,16 +1,14 @@
 // Base64 encode step (RFC 4648, section 4; lines as in RFC 2045): size first, then whole lines by kernel, then the
 // rest.
 #include "engine/base64_tables.h"
+#include "engine/encode_loop.h"
 #include "engine/kernels/kernels.h"
 #include "engine/line_writer.h"
+#include "engine/sextets.h"
 #include "engine/steps.h"
-#include "server/results/result_codes.h"
 
 namespace talvo {
 namespace {
-
-constexpr uint32_t kGroupBytes = 3;
-constexpr uint32_t kGroupCharacters = 4;
 
 uint64_t CharacterCount(const EncodingSession& s, uint64_t sourceSize, bool endOfData) noexcept {
     const uint64_t bytes = s.HeldCount + sourceSize;
@@ -26,9 +24,7 @@ public:
     void Hold(BYTE byte) noexcept {
         s_.Accumulator = s_.Accumulator << 8 | byte;
         if (++s_.HeldCount != kGroupBytes) return;
-        const BYTE group[] = {static_cast<BYTE>(s_.Accumulator >> 16), static_cast<BYTE>(s_.Accumulator >> 8),
-                              static_cast<BYTE>(s_.Accumulator)};
-        Groups(group, 1);
+        Groups(BytesOfGroup(s_.Accumulator).data(), 1);
         s_.Accumulator = 0;
         s_.HeldCount = 0;
     }
@@ -71,18 +67,13 @@ uint64_t Base64EncodedSize(const EncodingSession& s, uint64_t sourceSize, bool e
 }
 
 HRESULT Base64Encode(EncodingSession& s, const StepInput& input, Output& out) noexcept {
-    ByteSpan rest = input.Source;
-    const bool opensWithBreak = OpensWithBreak(s, rest.size(), input.EndOfData);
-    const uint64_t characters = CharacterCount(s, rest.size(), input.EndOfData);
+    const size_t size = input.Source.size();
+    const bool opensWithBreak = OpensWithBreak(s, size, input.EndOfData);
+    const uint64_t characters = CharacterCount(s, size, input.EndOfData);
     if (const HRESULT hr = AllocateLines(s, characters, opensWithBreak, out); FAILED(hr)) return hr;
 
     Base64Writer writer(s, out, opensWithBreak);
-    for (; !rest.empty() && s.HeldCount != 0; rest = rest.subspan(1)) writer.Hold(rest.front());
-    const size_t groups = rest.size() / kGroupBytes;
-    writer.Groups(rest.data(), groups);
-    for (const BYTE byte : rest.subspan(groups * kGroupBytes)) writer.Hold(byte);
-    if (input.EndOfData) writer.Finish();
-    return writer.Complete() ? S_OK : berInternalError;
+    return EncodeAll(writer, s, input);
 }
 
 }  // namespace talvo

@@ -10,14 +10,12 @@
 #include "engine/crc16.h"
 #include "engine/kernels/kernels.h"
 #include "engine/line_writer.h"
+#include "engine/sextets.h"
 #include "engine/steps.h"
 #include "server/results/result_codes.h"
 
 namespace talvo {
 namespace {
-
-constexpr size_t kGroupBytes = 3;
-constexpr size_t kGroupCharacters = 4;
 
 // Characters of the 6-bit layer, and the ":" in front of them.
 uint64_t CharacterCount(const EncodingSession& s, uint64_t coded, bool startOfSession, bool endOfData) noexcept {

@@ -2,18 +2,16 @@
 // go through a kernel.
 #include "engine/binhex_text.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "engine/binhex_stream.h"
 #include "engine/binhex_tables.h"
+#include "engine/decode_loop.h"
 #include "engine/kernels/kernels.h"
+#include "engine/sextets.h"
 
 namespace talvo {
 namespace {
-
-constexpr unsigned kGroupBytes = 3;
-constexpr unsigned kGroupCharacters = 4;
 
 bool IsLineBreak(BYTE c) noexcept { return c == '\r' || c == '\n'; }
 
@@ -70,12 +68,7 @@ public:
     // Whole groups of digits from the front of `text`; returns the characters taken.
     size_t CleanRun(ByteSpan text) noexcept {
         if (s_.HeldCount != 0 || s_.EndKeyword) return 0;
-        const size_t groups = std::min(text.size() / kGroupCharacters, write_.Room() / kGroupBytes);
-        BYTE* const place = write_.Take(groups * kGroupBytes);
-        if (!place) return 0;
-        const size_t done = kernels::BinHexDecodeGroups(place, text.data(), groups);
-        write_.Return((groups - done) * kGroupBytes);
-        return done * kGroupCharacters;
+        return CleanGroups(write_, text, kGroupCharacters, kGroupBytes, kernels::BinHexDecodeGroups);
     }
 
     // The bytes that the held characters are enough for: n characters hold 6n bits. A single character is none, and the
@@ -87,8 +80,7 @@ public:
             s_.EndKeyword = false;
         }
         const uint32_t bits = s_.Accumulator << 6 * (kGroupCharacters - held);
-        const BYTE bytes[] = {static_cast<BYTE>(bits >> 16), static_cast<BYTE>(bits >> 8), static_cast<BYTE>(bits)};
-        write_.Put(ByteSpan(bytes, held * 6 / 8));
+        write_.Put(ByteSpan(BytesOfGroup(bits)).first(held * 6 / 8));
         s_.Accumulator = 0;
         s_.HeldCount = 0;
         return true;

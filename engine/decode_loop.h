@@ -1,10 +1,68 @@
-// How a decode step walks through its input: clean runs in bulk, every other character by itself.
+// How a decode step walks through its input: clean runs in bulk, every other character by itself; and what the steps
+// share whose characters come in groups.
 #pragma once
 
+#include <algorithm>
+
 #include "engine/output.h"
+#include "engine/session.h"
 #include "engine/steps.h"
+#include "engine/verdict.h"
+#include "server/results/result_codes.h"
 
 namespace talvo {
+
+// Decodes groups, returns how many: up to `groups`, or to the first with a character that is no digit.
+using GroupKernel = size_t (*)(BYTE* out, const BYTE* in, size_t groups) noexcept;
+
+// Whole clean groups from the front of `source`, as many as there is room for; returns the characters taken.
+inline size_t CleanGroups(Writer& write, ByteSpan source, size_t groupCharacters, size_t groupBytes,
+                          GroupKernel kernel) noexcept {
+    const size_t groups = std::min(source.size() / groupCharacters, write.Room() / groupBytes);
+    BYTE* const place = write.Take(groups * groupBytes);
+    if (!place) return 0;
+    const size_t done = kernel(place, source.data(), groups);
+    write.Return((groups - done) * groupBytes);
+    return done * groupCharacters;
+}
+
+// A reader, as DecodeAll wants it, without the rules of its characters.
+class GroupReader {
+public:
+    GroupReader(EncodingSession& session, const Output& out) noexcept
+        : s_(session), write_(out), verdict_(session.ContinueOnInvalidData) {}
+
+    // End of data: nothing may be left of a group.
+    bool Finish() noexcept { return DropHeld(berRemainingData); }
+
+    HRESULT Result() const noexcept { return write_.Overrun() ? berInternalError : verdict_.Result(); }
+    uint32_t Count() const noexcept { return write_.Count(); }
+
+protected:
+    // Whether the call goes on, without the characters held, which are a defect if there are any.
+    bool DropHeld(HRESULT defect) noexcept {
+        if (s_.HeldCount == 0) return true;
+        if (!verdict_.Repairs(defect)) return false;
+        Drop();
+        return true;
+    }
+
+    // The group is complete. False: there is no room, and the call ends.
+    bool PutGroup(ByteSpan bytes) noexcept {
+        Drop();
+        return write_.Put(bytes);
+    }
+
+    EncodingSession& s_;
+    Writer write_;
+    Verdict verdict_;
+
+private:
+    void Drop() noexcept {
+        s_.Accumulator = 0;
+        s_.HeldCount = 0;
+    }
+};
 
 // Reader has
 //   size_t CleanRun(ByteSpan)   takes what a kernel can, from the front; the characters taken

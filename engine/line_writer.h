@@ -1,5 +1,6 @@
-// Text whose lines hold whole groups of characters (Base64, hexadecimal; BinHex, in groups of one). The break of a complete line goes in front of
-// what comes next, so the last line that a call completes owes its break to the next call.
+// Text whose lines hold whole groups of characters (Base64, hexadecimal; BinHex, in groups of one). The break of a
+// complete line goes in front of what comes next, so the last line that a call completes owes its break to the next
+// call.
 #pragma once
 
 #include <cstddef>

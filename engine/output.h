@@ -17,8 +17,8 @@ public:
     // Room for exactly `size` bytes, not zeroed; no block for 0. Sizes count in 32 bits at the interfaces: what does
     // not fit there is E_OUTOFMEMORY.
     [[nodiscard]] HRESULT Allocate(uint64_t size) noexcept;
-    // More room, what is written stays: `wanted` bytes, or what there is memory for, but `needed` at least. E_OUTOFMEMORY
-    // leaves the block as it is.
+    // More room, what is written stays: `wanted` bytes, or what there is memory for, but `needed` at least.
+    // E_OUTOFMEMORY leaves the block as it is.
     [[nodiscard]] HRESULT GrowTo(uint64_t needed, uint64_t wanted) noexcept;
     // Gives back what is not needed; `size` is at most the current one.
     void ShrinkTo(uint32_t size) noexcept;

@@ -1,8 +1,8 @@
 // Quoted-printable decode step (RFC 2045, section 6.7).
 //
 // Blanks are held back until it shows whether they end their line, line breaks until the next character: CR LF is one
-// break. A soft break ends at CR LF, at a lone LF and at a lone CR alike, so that text stored with any line ends decodes.
-// Plain text and whole escapes go through a kernel.
+// break. A soft break ends at CR LF, at a lone LF and at a lone CR alike, so that text stored with any line ends
+// decodes. Plain text and whole escapes go through a kernel.
 #include <algorithm>
 #include <cstring>
 #include <limits>

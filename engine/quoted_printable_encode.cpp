@@ -1,8 +1,8 @@
 // Quoted-printable encode step (RFC 2045, section 6.7).
 //
-// A byte is written when the next one is known: whether a soft line break must come before it, and whether it is a blank
-// at the end of a line, shows only then. Column counts the pending byte already. Escapes and literals that leave the line
-// unfinished go through a kernel.
+// A byte is written when the next one is known: whether a soft line break must come before it, and whether it is a
+// blank at the end of a line, shows only then. Column counts the pending byte already. Escapes and literals that leave
+// the line unfinished go through a kernel.
 #include <algorithm>
 #include <utility>
 
@@ -152,8 +152,8 @@ private:
 
 // An upper bound of what one call writes. A byte takes three characters at most; two may be held from before. A hard
 // break and the soft one that protects a blank in front of it fit in what the bytes of both leave over. Each other soft
-// break ends a line of LineLimit - 3 characters or more. On top come what earlier calls owe (a hard break, with the soft
-// one of a blank), and at the end of data the soft breaks in front of and behind the last byte.
+// break ends a line of LineLimit - 3 characters or more. On top come what earlier calls owe (a hard break, with the
+// soft one of a blank), and at the end of data the soft breaks in front of and behind the last byte.
 uint64_t EncodedSizeBound(const EncodingSession& s, uint64_t sourceSize) noexcept {
     const uint64_t characters = (sourceSize + 2) * kEscapeWidth;
     const uint64_t fullLines = (s.Column + characters) / (s.LineLimit - kEscapeWidth);

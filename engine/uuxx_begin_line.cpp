@@ -32,7 +32,8 @@ struct BeginLine {
 };
 
 // Octal digits and blanks are permissions up to the first other byte, where the name starts; so digits that a blank
-// separates from the permissions count for these. If there is no blank between, or no other byte at all, it is all name.
+// separates from the permissions count for these. If there is no blank between, or no other byte at all, it is all
+// name.
 BeginLine ParseBeginLine(ByteSpan line) noexcept {
     const ByteSpan fields = WithoutBlanksBefore(WithoutBlanksBehind(line.subspan(kBegin.size())));
     uint16_t permissions = 0;

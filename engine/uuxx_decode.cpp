@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "engine/sextets.h"
 #include "engine/steps.h"
 #include "engine/uuxx_begin_line.h"
 #include "engine/uuxx_tables.h"
@@ -14,8 +15,6 @@
 namespace talvo {
 namespace {
 
-constexpr uint32_t kGroupBytes = 3;
-constexpr uint32_t kGroupCharacters = 4;
 constexpr std::string_view kEnd = "end";
 // WorkLength of a line that is longer than any may be. It grows no further.
 constexpr uint32_t kTooLong = kUuXxMaxLineBytes + kGroupBytes;
@@ -139,10 +138,8 @@ private:
             s_.WorkLength = kTooLong;
             return verdict_.Repairs(berInvalidLineLengthInData);
         }
-        BYTE* const place = s_.WorkBuffer.Get() + s_.WorkLength;
-        place[0] = static_cast<BYTE>(bits >> 16);
-        place[1] = static_cast<BYTE>(bits >> 8);
-        place[2] = static_cast<BYTE>(bits);
+        const auto bytes = BytesOfGroup(bits);
+        std::copy(bytes.begin(), bytes.end(), s_.WorkBuffer.Get() + s_.WorkLength);
         s_.WorkLength += kGroupBytes;
         return true;
     }

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <utility>
 
+#include "engine/encode_loop.h"
+#include "engine/sextets.h"
 #include "engine/steps.h"
 #include "engine/uuxx_begin_line.h"
 #include "engine/uuxx_tables.h"
@@ -12,8 +14,6 @@
 namespace talvo {
 namespace {
 
-constexpr uint32_t kGroupBytes = 3;
-constexpr uint32_t kGroupCharacters = 4;
 constexpr std::string_view kEnd = "end";
 
 // Output of one call, line breaks apart.
@@ -93,10 +93,8 @@ public:
 private:
     // Missing bytes are zero, and the padding character is the digit for zero.
     void HeldGroup(uint32_t bytes) noexcept {
-        const BYTE group[] = {static_cast<BYTE>(s_.Accumulator >> 16), static_cast<BYTE>(s_.Accumulator >> 8),
-                              static_cast<BYTE>(s_.Accumulator)};
         OwedBreak();
-        Collect(group, 1, bytes);
+        Collect(BytesOfGroup(s_.Accumulator).data(), 1, bytes);
         s_.Accumulator = 0;
         s_.HeldCount = 0;
     }
@@ -154,13 +152,7 @@ HRESULT UuXxEncode(EncodingSession& s, const StepInput& input, Output& out) noex
     UuXxWriter writer(s, out);
     if (header) writer.Header();
     if (input.EndOfData || !input.Source.empty()) writer.OwedBreak();
-    ByteSpan rest = input.Source;
-    for (; !rest.empty() && s.HeldCount != 0; rest = rest.subspan(1)) writer.Hold(rest.front());
-    const size_t groups = rest.size() / kGroupBytes;
-    writer.Groups(rest.data(), groups);
-    for (const BYTE byte : rest.subspan(groups * kGroupBytes)) writer.Hold(byte);
-    if (input.EndOfData) writer.Finish();
-    return writer.Complete() ? S_OK : berInternalError;
+    return EncodeAll(writer, s, input);
 }
 
 }  // namespace talvo

@@ -1,5 +1,5 @@
-// The BinHex decoder: where the data starts and ends, every defect strict and tolerant, header values, mutated texts, and
-// texts that unfold to far more than they are.
+// The BinHex decoder: where the data starts and ends, every defect strict and tolerant, header values, mutated texts,
+// and texts that unfold to far more than they are.
 #include <string>
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// The BinHex encoder: runs, lines, the borders between header block, forks and CRCs, names, and lengths near the ends of
-// 32 bits.
+// The BinHex encoder: runs, lines, the borders between header block, forks and CRCs, names, and lengths near the ends
+// of 32 bits.
 #include <string>
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// The quoted-printable encoder: a table at every split, and a line checker that knows what the text promises but not how
-// the encoder goes about it, over every short text and random long ones.
+// The quoted-printable encoder: a table at every split, and a line checker that knows what the text promises but not
+// how the encoder goes about it, over every short text and random long ones.
 #include <string>
 
 #include <gtest/gtest.h>
