@@ -152,7 +152,8 @@ const FormatClass kClasses[] = {
     Row<ITalvoBase64EncodingFormat>(Format::Base64, OLESTR("Talvo.Base64Encoding"), CLSID_TalvoBase64EncodingFormat),
     Row<ITalvoHexaEncodingFormat>(Format::Hex, OLESTR("Talvo.HexaEncoding"), CLSID_TalvoHexaEncodingFormat),
     Row<ITalvoBinHexEncodingFormat>(Format::BinHex, OLESTR("Talvo.BinHexEncoding"), CLSID_TalvoBinHexEncodingFormat),
-    Row<ITalvoQuotedPrintableEncodingFormat>(Format::QuotedPrintable, OLESTR("Talvo.QuotedPrintableEncoding"), CLSID_TalvoQuotedPrintableEncodingFormat),
+    Row<ITalvoQuotedPrintableEncodingFormat>(Format::QuotedPrintable, OLESTR("Talvo.QuotedPrintableEncoding"),
+                                             CLSID_TalvoQuotedPrintableEncodingFormat),
 };
 // clang-format on
 

@@ -85,8 +85,8 @@ TEST(QuotedPrintableDecode, ManyBlanks) {
 
 Fed NaiveDecode(const std::string& text, bool tolerant, const std::string& lineBreak) {
     static const std::regex kToken(
-        R"((=[ \t\f]*(?:\r\n|\r|\n|$))|=[ \t\f]*([0-9A-Fa-f])[ \t\f]*([0-9A-Fa-f])|=[ \t\f]*(?:([0-9A-Fa-f])[ \t\f]*)?([^]?))"
-        R"(|([ \t]*(?:\r[ \t]*\n|\r|\n))|([ \t]+$)|([^]))");
+        R"((=[ \t\f]*(?:\r\n|\r|\n|$))|=[ \t\f]*([0-9A-Fa-f])[ \t\f]*([0-9A-Fa-f]))"
+        R"(|=[ \t\f]*(?:([0-9A-Fa-f])[ \t\f]*)?([^]?)|([ \t]*(?:\r[ \t]*\n|\r|\n))|([ \t]+$)|([^]))");
     enum { kSoft = 1, kHigh, kLow, kHeld, kWrong, kBreak, kTrailing, kOther };
     Fed result;
     for (std::sregex_iterator token(text.begin(), text.end(), kToken), end; token != end; ++token) {

@@ -27,7 +27,7 @@ PAYLOADS = {
     "noise": random.randbytes(20000),
     "my file.bin": random.randbytes(700001),
 }
-TEXT = b"Gr\xfc\xdfe = 100%, and a line that is much longer than seventy-six characters, so that it has to be broken.\n" \
+TEXT = b"Gr\xfc\xdfe = 100%, and a line that is much longer than seventy-six characters: it has to be broken.\n" \
        b"\n trailing blank \ntab\t\n.\nFrom here\n=\nlast line without an end"
 
 
