@@ -16,15 +16,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Ending {
+struct Line {
+    std::string line;
     int exit;
-    std::string out, err;
+    std::string out, err = "";  // patterns for all of it; * stands for any text, as in file names
 };
 
 constexpr size_t kChunk = 256 * 1024;
-
-// * stands for any text, as in file names.
-bool Matches(const std::string& text, const char* pattern) { return fnmatch(pattern, text.c_str(), 0) == 0; }
 
 class CommandTest : public testing::Test {
 protected:
@@ -38,7 +36,6 @@ protected:
         fs::create_directory(folder_ / "log");
         for (const size_t size : {size_t{0}, size_t{1}, size_t{57}, size_t{100}, 3 * kChunk, 3 * kChunk + 1})
             Put(std::to_string(size), Noise(size));
-        Put("large", Noise(3 * kChunk + 1));
         Put("damaged", "QUJD*REVG");
         Put("cut", "QUJDR");
         // A defect in the second chunk: the first has been written by then.
@@ -46,13 +43,18 @@ protected:
     }
     void TearDown() override { fs::remove_all(folder_); }
 
-    // Runs a shell line in the folder; `talvo` is the command, with a registry of this test's own.
-    Ending Run(const std::string& line) const {
+    // Runs a shell line in the folder; `talvo` is the command, with a registry of this test's own. Built with the thread
+    // sanitizer a process would sleep for a second at its end.
+    void Expect(const Line& line) const {
         const std::string shell =
             "cd '" + folder_.string() + "' && export TALVO_REGISTRY=\"$PWD/registry.reg\" PATH='" +
-            command_.parent_path().string() + "':\"$PATH\" && { " + line + "\n} >log/out 2>log/err </dev/null";
+            command_.parent_path().string() + "':\"$PATH\" TSAN_OPTIONS=\"$TSAN_OPTIONS atexit_sleep_ms=0\" && { " +
+            line.line + "\n} >log/out 2>log/err </dev/null";
         const int status = std::system(shell.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Get("log/out"), Get("log/err")};
+        const std::string out = Get("log/out"), err = Get("log/err");
+        EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : -1, line.exit) << line.line << "\n" << err;
+        EXPECT_EQ(fnmatch(line.out.c_str(), out.c_str(), 0), 0) << line.line << "\n" << out;
+        EXPECT_EQ(fnmatch(line.err.c_str(), err.c_str(), 0), 0) << line.line << "\n" << err;
     }
     void Put(const std::string& name, const std::string& content) const {
         std::ofstream(folder_ / name, std::ios::binary) << content;
@@ -61,7 +63,6 @@ protected:
         std::ifstream file(folder_ / name, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
-    bool Exists(const std::string& name) const { return fs::exists(fs::symlink_status(folder_ / name)); }
 
     static std::string Noise(size_t size) {
         std::mt19937 random(static_cast<uint32_t>(size));
@@ -73,38 +74,25 @@ protected:
     fs::path command_, folder_;
 };
 
+// In a file and in a pipe, and as an independent encoder does it; that one ends its last line, which the component
+// leaves open.
 TEST_F(CommandTest, ThereAndBack) {
-    for (const char* const name : {"0", "1", "57", "100", "786432", "786433"}) {
-        const std::string file = name;
-        const Ending files = Run("talvo encode -f base64 " + file +
-                                 " -o text && talvo decode -f base64 text -o back && cmp " + file + " back");
-        EXPECT_EQ(files.exit, 0) << name << files.err;
-        EXPECT_EQ(files.out + files.err, "") << name;
-        const Ending pipes =
-            Run("cat " + file + " | talvo encode -f base64 | tee piped | talvo decode -f base64 - | cmp - " + file +
-                " && cmp text piped");
-        EXPECT_EQ(pipes.exit, 0) << name << pipes.err;
-        // An independent encoder; it ends its last line, which the component leaves open.
-        const Ending peer =
-            Run("base64 -w 76 " + file + " >peer; talvo encode -f base64 -b lf " + file +
-                " >text; test -s text && echo >>text; cmp text peer && tr -d '\\r' <piped | base64 -d | cmp - " + file);
-        EXPECT_EQ(peer.exit, 0) << name << peer.err;
+    for (const char* const file : {"0", "1", "57", "786432", "786433"}) {
+        Expect({std::string("set -e; in=") + file +
+                    "; talvo encode -f base64 $in -o text; talvo decode -f base64 text -o back; cmp $in back; "
+                    "cat $in | talvo encode -f base64 | tee piped | talvo decode -f base64 - | cmp - $in; "
+                    "cmp text piped; base64 -w 76 $in >peer; tr -d '\\r' <piped >text; test -s text && echo >>text; "
+                    "cmp text peer",
+                0, ""});
     }
 }
 
 TEST_F(CommandTest, Options) {
     Put("alphabet", "abcdefghijkl");
-    const struct {
-        const char* line;
-        int exit;
-        const char* out;
-        const char* err;  // a pattern for all of it
-    } kRows[] = {
-        {"talvo encode -f base64 alphabet -l 8", 0, "YWJjZGVm\r\nZ2hpamts", ""},
-        {"talvo encode -f base64 alphabet -l 8 -b lf", 0, "YWJjZGVm\nZ2hpamts", ""},
-        {"talvo encode -f base64 alphabet -l 8 -b cr", 0, "YWJjZGVm\rZ2hpamts", ""},
-        {"talvo encode -f base64 alphabet -l 8 -b none", 0, "YWJjZGVmZ2hpamts", ""},
-        {"cp alphabet -- -a; talvo encode -f base64 -- -a", 0, "YWJjZGVmZ2hpamts", ""},
+    const Line kLines[] = {
+        {"talvo encode -f base64 alphabet -l 8", 0, "YWJjZGVm\r\nZ2hpamts"},
+        {"talvo encode -f base64 alphabet -l 8 -b lf", 0, "YWJjZGVm\nZ2hpamts"},
+        {"cp alphabet -- -a; talvo encode -f base64 -b none -l 8 -- -a", 0, "YWJjZGVmZ2hpamts"},
         {"talvo decode -f base64 damaged", 1, "",
          "talvo: damaged: berInvalidCharacterInData (0x80044001): Invalid character in the data. "
          "(offset 4: line 1, column 5)\n"},
@@ -118,52 +106,38 @@ TEST_F(CommandTest, Options) {
          "talvo: there is no option '--wrap'\ntalvo: try 'talvo encode --help'\n"},
         {"talvo", 2, "", "talvo: no command given\ntalvo: try 'talvo --help'\n"},
     };
-    for (const auto& row : kRows) {
-        const Ending ending = Run(row.line);
-        EXPECT_EQ(ending.exit, row.exit) << row.line << "\n" << ending.err;
-        EXPECT_EQ(ending.out, row.out) << row.line;
-        EXPECT_TRUE(Matches(ending.err, row.err)) << row.line << "\n" << ending.err;
-    }
+    for (const Line& line : kLines) Expect(line);
 }
 
+// Every line is asked afterwards what file "out" holds; "-": there is none.
 TEST_F(CommandTest, FilesThatFail) {
-    const struct {
-        const char* line;
-        int exit;
-        const char* err;        // a pattern for all of it
-        const char* out = "-";  // what file "out" holds afterwards; "-": there is none
-    } kRows[] = {
-        {"talvo encode -f base64 missing -o out", 3, "talvo: missing: cannot open for reading: * (error 2)\n"},
-        {"talvo encode -f base64 no/such -o out", 3, "talvo: no/such: cannot open for reading: * (error 3)\n"},
-        {"talvo encode -f base64 . -o out", 3, "talvo: .: cannot open for reading: * (error 5)\n"},
-        {"talvo encode -f base64 100 -o no/such", 3, "talvo: no/such: cannot open for writing: * (error 3)\n"},
-        {"talvo encode -f base64 100 -o log", 3, "talvo: log: cannot open for writing: * (error 5)\n"},
-        {"talvo encode -f base64 100 -o /dev/full", 3, "talvo: /dev/full: cannot write: * (error 112)\n"},
-        {"talvo encode -f base64 100 >/dev/full", 3, "talvo: standard output: cannot write: * (error 112)\n"},
-        {"talvo --help >/dev/full", 3, "talvo: standard output: cannot write: * (error 112)\n"},
-        {"talvo encode -f base64 100 >&-", 3, "talvo: standard output: cannot * (error 6)\n"},
-        {"talvo encode -f base64 <&-", 3, "talvo: standard input: cannot * (error 6)\n"},
-        {"talvo decode -f base64 damaged -o out", 1, "talvo: damaged: *\n"},
-        {"echo old >out; talvo decode -f base64 damaged -o out", 1, "talvo: damaged: *\n", "old\n"},
-        {"echo old >out; talvo encode -f base64 0 -o out", 0, "", ""},
-        {"ulimit -f 200; trap '' XFSZ; talvo encode -f base64 large -o out; code=$?; : >out; exit $code", 3,
-         "talvo: out: cannot write: * (error *)\ntalvo: out is incomplete (102400 bytes written)\n", ""},
-        {"cp 100 out; talvo encode -f base64 out -o out; code=$?; cmp out 100 && : >out; exit $code", 3,
-         "talvo: out: the destination is the source\n", ""},
-        {"cp 100 in; ln -s in link; talvo encode -f base64 in -o link; code=$?; cmp in 100; exit $code", 3,
+    const Line kLines[] = {
+        {"talvo encode -f base64 missing -o out", 3, "-", "talvo: missing: cannot open for reading: * (error 2)\n"},
+        {"talvo encode -f base64 . -o out", 3, "-", "talvo: .: cannot open for reading: * (error 5)\n"},
+        {"talvo encode -f base64 100 -o no/such", 3, "-", "talvo: no/such: cannot open for writing: * (error 3)\n"},
+        {"talvo encode -f base64 100 -o log", 3, "-", "talvo: log: cannot open for writing: * (error 5)\n"},
+        {"talvo encode -f base64 100 -o /dev/full", 3, "-", "talvo: /dev/full: cannot write: * (error 112)\n"},
+        {"talvo encode -f base64 100 >/dev/full", 3, "-", "talvo: standard output: cannot write: * (error 112)\n"},
+        {"talvo --help >/dev/full", 3, "-", "talvo: standard output: cannot write: * (error 112)\n"},
+        {"talvo encode -f base64 100 >&-", 3, "-", "talvo: standard output: cannot * (error 6)\n"},
+        {"talvo encode -f base64 <&-", 3, "-", "talvo: standard input: cannot * (error 6)\n"},
+        {"talvo decode -f base64 damaged -o out", 1, "-", "talvo: damaged: *\n"},
+        {"echo old >out; talvo decode -f base64 damaged -o out", 1, "old\n", "talvo: damaged: *\n"},
+        {"echo old >out; talvo encode -f base64 0 -o out", 0, ""},
+        {"ulimit -f 200; trap '' XFSZ; talvo encode -f base64 786433 -o out; code=$?; : >out; exit $code", 3, "",
+         "talvo: out: cannot write: * (error *)\ntalvo: out is incomplete (102400 bytes written)\n"},
+        {"cp 100 out; talvo encode -f base64 out -o out; code=$?; cmp out 100 && : >out; exit $code", 3, "",
+         "talvo: out: the destination is the source\n"},
+        {"cp 100 in; ln -s in link; talvo encode -f base64 in -o link; code=$?; cmp in 100; exit $code", 3, "-",
          "talvo: link: the destination is the source\n"},
-        {"cp 100 in; ln -f in link; talvo encode -f base64 in -o ./link; code=$?; cmp in 100; exit $code", 3,
+        {"cp 100 in; ln -f in link; talvo encode -f base64 in -o ./link; code=$?; cmp in 100; exit $code", 3, "-",
          "talvo: ./link: the destination is the source\n"},
         // A message must not end up in a file that took the place of the closed stream.
-        {"talvo decode -f base64 damaged-late -o out 2>&-; code=$?; tr -d '\\000' <out; : >out; exit $code", 1, "", ""},
+        {"talvo decode -f base64 damaged-late -o out 2>&-; code=$?; tr -d '\\000' <out; : >out; exit $code", 1, ""},
     };
-    for (const auto& row : kRows) {
-        fs::remove(folder_ / "out");
-        const Ending ending = Run(row.line);
-        EXPECT_EQ(ending.exit, row.exit) << row.line << "\n" << ending.err;
-        EXPECT_TRUE(Matches(ending.err, row.err)) << row.line << "\n" << ending.err;
-        EXPECT_EQ(ending.out, "") << row.line;
-        EXPECT_EQ(Exists("out") ? Get("out") : "-", row.out) << row.line;
+    for (Line line : kLines) {
+        line.line = "(" + line.line + "); code=$?; cat out 2>/dev/null || printf -; rm -f out; exit $code";
+        Expect(line);
     }
 }
 
@@ -173,30 +147,21 @@ TEST_F(CommandTest, HeadersFoldersAndForks) {
     Put("d/taken", "old");
     Put("abc", "abc");
     Put("fork", "FORK");
-    const struct {
-        const char* line;
-        int exit;
-        const char* out;
-        const char* err;  // a pattern for all of it
-    } kRows[] = {
-        {"talvo encode -f uu -b lf abc", 0, "begin 0444 abc\n#86)C\n`\nend", ""},
-        {"talvo encode -f uu -b lf -n 'x y' -m 755 <abc", 0, "begin 0755 x y\n#86)C\n`\nend", ""},
+    const Line kLines[] = {
+        {"talvo encode -f uu -b lf abc", 0, "begin 0444 abc\n#86)C\n`\nend"},
+        {"talvo encode -f uu -b lf -n 'x y' -m 755 <abc", 0, "begin 0755 x y\n#86)C\n`\nend"},
         {"talvo encode -f uu -b lf <abc", 2, "",
          "talvo: standard input: berEmptyFileNameInHeader *\ntalvo: --name NAME gives it a name\n"},
-        {"talvo encode -f uu --no-header <abc", 0, "#86)C", ""},
-        {"talvo encode -f base64 -l 4 -b lf --then uu -b lf --name q <abc", 0, "begin 0444 q\n$65=*:@``\n`\nend", ""},
-        {"talvo encode -f hex --then base64 abc | talvo decode -f base64 --then hex", 0, "abc", ""},
-        {"talvo encode -f uu abc --offset 1 --size 1 --no-header", 0, "!8@``", ""},
-        {"cat abc | talvo encode -f hex --offset 2", 0, "63", ""},
-        {"talvo encode -f hex --size 0 abc", 0, "", ""},
+        {"talvo encode -f base64 -l 4 -b lf --then uu -b lf --name q <abc", 0, "begin 0444 q\n$65=*:@``\n`\nend"},
+        {"talvo encode -f hex --then base64 abc | talvo decode -f base64 --then hex", 0, "abc"},
+        {"talvo encode -f uu abc --offset 1 --size 1 --no-header", 0, "!8@``"},
+        {"cat abc | talvo encode -f hex --offset 2", 0, "63"},
+        {"talvo encode -f hex --size 0 abc", 0, ""},
         {"talvo encode -f hex --offset 4 abc", 2, "", "talvo: abc: it ends before --offset\n"},
         {"cat abc | talvo encode -f hex --offset 4", 2, "", "talvo: standard input: it ends before --offset\n"},
-        {"talvo encode -f hex abc -ao a && talvo encode -f hex abc -ao a && cat a; rm a", 0, "616263616263", ""},
-        {"talvo encode -f uu abc | talvo decode -f uu -o d && cat d/abc", 0, "abc", ""},
+        {"talvo encode -f hex abc -ao a && talvo encode -f hex abc -ao a && cat a; rm a", 0, "616263616263"},
         {"talvo encode -f xx -n taken abc | talvo decode -f xx -o d/; code=$?; cat d/taken; exit $code", 3, "old",
          "talvo: d/taken: cannot open for writing: * (error 80)\ntalvo: --overwrite *\n"},
-        {"talvo encode -f xx -n taken abc | talvo decode -f xx -o d -a && cat d/taken", 0, "oldabc", ""},
-        {"talvo encode -f xx -n taken abc | talvo decode -f xx -o d --overwrite && cat d/taken", 0, "abc", ""},
         {"ln -s ../out d/link; talvo encode -f uu -n link abc | talvo decode -f uu -o d; code=$?; ls out; exit $code",
          3, "", "talvo: d/link: cannot open for writing: *"},
         {"talvo encode -f uu -n ../up abc | talvo decode -f uu -o d; code=$?; ls d up; exit $code", 1, "*",
@@ -209,49 +174,36 @@ TEST_F(CommandTest, HeadersFoldersAndForks) {
         {"printf 'no header' | talvo decode -f uu -o out; code=$?; ls out; exit $code", 1, "",
          "talvo: standard input: there is no 'begin' line\n*"},
         {"talvo encode -f binhex abc --resource-fork fork -o h && talvo decode -f binhex h -o o && cat o o.rsrc", 0,
-         "abcFORK", ""},
+         "abcFORK"},
         {"talvo decode -f binhex h -o o; code=$?; cat o; exit $code", 3, "abc", "talvo: o.rsrc: cannot open *\n*"},
         {"talvo decode -f binhex h", 0, "abc", "talvo: h: the resource fork is left out; *"},
-        {"talvo decode -f binhex h -o o --resource-fork p --overwrite && cat p", 0, "FORK", ""},
-        {"rm d/abc; talvo decode -f binhex h -o d && cat d/abc d/abc.rsrc", 0, "abcFORK", ""},
-        {"cat abc fork | talvo encode -f binhex -n two --data-length 3 --resource-length 4 | talvo decode -f binhex -o "
-         "d "
-         "&& cat d/two.rsrc d/two",
-         0, "FORKabc", ""},
+        {"talvo decode -f binhex h -o d && cat d/abc d/abc.rsrc", 0, "abcFORK"},
+        {"cat abc fork | talvo encode -f binhex -n two --data-length 3 --resource-length 4 | "
+         "talvo decode -f binhex -o d && cat d/two.rsrc d/two",
+         0, "FORKabc"},
         {"cat abc | talvo encode -f binhex -n q", 2, "", "talvo: the length of standard input is not known, *"},
         {"talvo encode -f hex --then binhex abc", 2, "", "talvo: the length of what BinHex encodes here is not known*"},
         {"cat abc | talvo encode -f binhex -n q --data-length 4 -o out", 1, "", "talvo: *berInvalidLengthInHeader*"},
-        {"talvo encode -f hex abc --then binhex --data-length 6 -n n | talvo decode -f binhex --then hex", 0, "abc",
-         ""},
-        {"head -c 5G /dev/zero | tail -c 0; truncate -s 5G big; talvo encode -f binhex big", 2, "",
+        {"talvo encode -f hex abc --then binhex --data-length 6 -n n | talvo decode -f binhex --then hex", 0, "abc"},
+        {"truncate -s 5G big; talvo encode -f binhex big", 2, "",
          "talvo: big: a fork holds at most 4294967295 bytes\n"},
         {"talvo encode -f hex <abc -o abc; code=$?; cat abc; exit $code", 3, "abc",
          "talvo: abc: the destination is the *"},
         {"talvo encode -f hex abc >>abc; code=$?; cat abc; exit $code", 3, "abc", "talvo: standard output: the dest*"},
-        {"talvo encode -f hex abc -o q <&- && cat q", 0, "616263", ""},
+        {"talvo encode -f hex abc -o q <&- && cat q", 0, "616263"},
     };
-    for (const auto& row : kRows) {
-        const Ending ending = Run(row.line);
-        EXPECT_EQ(ending.exit, row.exit) << row.line << "\n" << ending.err;
-        EXPECT_TRUE(Matches(ending.out, row.out)) << row.line << "\n" << ending.out;
-        EXPECT_TRUE(Matches(ending.err, row.err)) << row.line << "\n" << ending.err;
-    }
+    for (const Line& line : kLines) Expect(line);
 }
 
 TEST_F(CommandTest, Info) {
     Put("abc", "abc");
     const std::string uu = "format:         uu\nname:           abc\npermissions:    0444\ndecoded size:   ";
-    const struct {
-        const char* line;
-        int exit;
-        std::string out;  // a pattern for all of it
-    } kRows[] = {
-        {"talvo encode -f uu abc | talvo info", 0, uu + "3 bytes\ndefects:        none\n"},
+    const Line kLines[] = {
         {"talvo encode -f uu -n abc 786433 -b lf -o t && talvo info t", 0, uu + "786433 bytes\ndefects:        none\n"},
         {"sed -i '17000s/./~/7' t; talvo info t", 1,
          uu + "*\ndefects:        *\n  offset 1053*: line 17000, column 7: berWarningInvalidCharacterInData *\n*"},
-        {"talvo encode -f xx abc | talvo info", 0, "format:         xx\n*"},
-        {"talvo encode -f uu -n ../abc abc | talvo info", 0, "*name:*../abc (decoding into a folder refuses it: *"},
+        {"talvo encode -f xx -n ../abc abc | talvo info", 0,
+         "format:         xx\n*name:*../abc (decoding into a folder refuses it: *"},
         {"talvo encode -f binhex abc --type TEXT --flags 257 | talvo info", 0,
          "format:         binhex\nname:           abc\ntype:           54455854 'TEXT'\ncreator:        00000000\n"
          "flags:          0x0101\ndata fork:      3 bytes\nresource fork:  0 bytes\ndecoded size:   3 bytes\n*none\n"},
@@ -265,53 +217,41 @@ TEST_F(CommandTest, Info) {
         {"talvo info -f base64 damaged", 1, "*defects: *1\n  offset 4: line 1, column 5: berWarning*"},
         {"talvo info -f uu damaged", 1, "*\n  at the end: there is no 'begin' line\n"},
         {"yes '*' | head -n 50 | talvo info -f hex", 1, "*more than 20\n*"},
-        {"printf '~~~~' | talvo info", 1, ""},
-        {"talvo info </dev/null", 1, ""},
-        {"talvo info missing", 3, ""},
+        {"printf '~~~~' | talvo info", 1, "", "*"},
+        {"talvo info </dev/null", 1, "", "*"},
+        {"talvo info missing", 3, "", "*"},
     };
-    for (const auto& row : kRows) {
-        const Ending ending = Run(row.line);
-        EXPECT_EQ(ending.exit, row.exit) << row.line << "\n" << ending.err;
-        EXPECT_TRUE(Matches(ending.out, row.out.c_str())) << row.line << "\n" << ending.out;
-    }
+    for (const Line& line : kLines) Expect(line);
 }
 
 TEST_F(CommandTest, Chains) {
-    std::string encode = "talvo encode -f hex -l 60 100", decode = "talvo decode";
+    // So many locks are held at once that the thread sanitizer could not look for deadlocks among them.
+    std::string encode = "TSAN_OPTIONS=\"$TSAN_OPTIONS detect_deadlocks=0\"; talvo encode -f hex -l 60 100";
+    std::string decode = "talvo decode";
     for (int i = 0; i < 300; ++i) {
         encode += " --then qp";
         decode += i == 0 ? " -f qp" : " --then qp";
     }
-    const Ending many = Run(encode + " | " + decode + " --then hex | cmp - 100");
-    EXPECT_EQ(many.exit, 0) << many.err;
-    const Ending mixed = Run(
-        "talvo encode -f base64 -l 60 --then uu --then xx -b lf --then hex -l 50 100 | talvo decode -f hex --then xx "
-        "--then uu --then base64 | cmp - 100");
-    EXPECT_EQ(mixed.exit, 0) << mixed.err;
-}
-
-TEST_F(CommandTest, AnInterruptionSaysWhatItLeaves) {
-    const Ending ending =
-        Run("mkfifo pipe; talvo encode -f base64 pipe -o out & { cat large; sleep 0.5; kill -TERM $!; wait $!; "
-            "echo $? >code; } >pipe");
-    EXPECT_TRUE(Matches(ending.err, "talvo: interrupted: out is incomplete (* bytes written)\n*")) << ending.err;
-    EXPECT_EQ(Get("code"), "143\n");
+    Expect({encode + " | " + decode + " --then hex | cmp - 100", 0, ""});
+    Expect(
+        {"talvo encode -f base64 -l 60 --then uu --then xx -b lf --then hex -l 50 100 | "
+         "talvo decode -f hex --then xx --then uu --then base64 | cmp - 100",
+         0, ""});
 }
 
 TEST_F(CommandTest, SaysWhatIsIncomplete) {
-    const Ending late = Run("talvo decode -f base64 damaged-late -o out");
-    EXPECT_EQ(late.exit, 1);
-    EXPECT_TRUE(Matches(late.err,
-                        "talvo: damaged-late: berInvalidCharacterInData * (offset 262144: line 1, column 262145)\n"
-                        "talvo: out is incomplete (196608 bytes written)\n"))
-        << late.err;
-    EXPECT_EQ(Get("out").size(), 196608u);
-    const Ending tolerant = Run("talvo decode -f base64 -t damaged-late | wc -c");
-    EXPECT_TRUE(Matches(tolerant.err, "*(in 1 chunk)\n")) << tolerant.err;
-    // A reader that leaves is no reason to complain.
-    const Ending left = Run("{ talvo encode -f base64 large; echo $? >code; } | head -c 10 | wc -c");
-    EXPECT_EQ(left.err, "");
-    EXPECT_EQ(Get("code"), "3\n");
+    const Line kLines[] = {
+        {"mkfifo pipe; talvo encode -f base64 pipe -o out & { cat 786433; sleep 0.5; kill -TERM $!; wait $!; "
+         "echo $? >code; } >pipe; cat code",
+         0, "143\n", "talvo: interrupted: out is incomplete (* bytes written)\n*"},
+        {"talvo decode -f base64 damaged-late -o out; code=$?; wc -c <out; exit $code", 1, "196608\n",
+         "talvo: damaged-late: berInvalidCharacterInData * (offset 262144: line 1, column 262145)\n"
+         "talvo: out is incomplete (196608 bytes written)\n"},
+        {"talvo decode -f base64 -t damaged-late | wc -c", 0, "196608\n", "*(in 1 chunk)\n"},
+        // A reader that leaves is no reason to complain.
+        {"{ talvo encode -f base64 786433; echo $? >code; } | head -c 10 | wc -c; cat code", 0, "10\n3\n"},
+    };
+    for (const Line& line : kLines) Expect(line);
 }
 
 TEST_F(CommandTest, FindsTheComponent) {
@@ -321,13 +261,8 @@ TEST_F(CommandTest, FindsTheComponent) {
     fs::create_directory(folder_ / "elsewhere");
     fs::copy_file(module, folder_ / "elsewhere/copy.so");
     Put("nothing.so", "no module");
-    const struct {
-        const char* line;
-        int exit;
-        const char* out;  // patterns for all of it
-        const char* err;
-    } kRows[] = {
-        {"talvo --version", 0, "talvo *.*.*\ncomponent: /* (beside the command)\n", ""},
+    const Line kLines[] = {
+        {"talvo --version", 0, "talvo *.*.*\ncomponent: /* (beside the command)\n"},
         {"talvo encode -vf base64 three", 0, "YWJj",
          "talvo: not through the class registry: *\ntalvo: component from /* (beside the command)\n"},
         {"talvo encode -vf base64 --module elsewhere/copy.so three", 0, "YWJj",
@@ -335,26 +270,20 @@ TEST_F(CommandTest, FindsTheComponent) {
         {"talvo register nothing.so", 4, "", "talvo: cannot register nothing.so: * (error *)\n"},
         {"talvo encode -f base64 --module nothing.so three -o out; code=$?; ls out 2>/dev/null; exit $code", 4, "",
          "talvo: the component cannot be created: *\ntalvo:   from nothing.so: * (error *)\n"},
-        {"cd elsewhere && talvo register copy.so", 0, "registered /*/elsewhere/copy.so\n", ""},
-        {"talvo --version", 0, "talvo *\ncomponent: /*/elsewhere/copy.so (registered)\n", ""},
+        {"cd elsewhere && talvo register copy.so", 0, "registered /*/elsewhere/copy.so\n"},
         {"talvo encode -vf base64 three", 0, "YWJj", "talvo: component from /*/elsewhere/copy.so (registered)\n"},
         {"rm elsewhere/copy.so; talvo encode -vf base64 three", 0, "YWJj",
          "talvo: not through the class registry: *\ntalvo: component from /* (beside the command)\n"},
-        {"talvo register -q && talvo --version", 0, "talvo *\ncomponent: /*.so (registered)\n", ""},
-        {"talvo unregister", 0, "unregistered /*.so\n", ""},
-        {"talvo --version", 0, "talvo *\ncomponent: /* (beside the command)\n", ""},
-        {"mkdir bin; cp \"$(command -v talvo)\" bin; LD_LIBRARY_PATH=$(dirname \"$(command -v talvo)\") bin/talvo "
-         "encode -f base64 three",
+        {"talvo register -q && talvo --version", 0, "talvo *\ncomponent: /*.so (registered)\n"},
+        {"talvo unregister", 0, "unregistered /*.so\n"},
+        {"talvo --version", 0, "talvo *\ncomponent: /* (beside the command)\n"},
+        {"mkdir bin; cp \"$(command -v talvo)\" bin; "
+         "LD_LIBRARY_PATH=$(dirname \"$(command -v talvo)\") bin/talvo encode -f base64 three",
          4, "",
          "talvo: the component cannot be created: *\ntalvo:   through the class registry: *\n"
          "talvo:   from /*/bin/libTalvoBinaryEncoding.so or TalvoBinaryEncoding.dll: * (error 126)\n"},
     };
-    for (const auto& row : kRows) {
-        const Ending ending = Run(row.line);
-        EXPECT_EQ(ending.exit, row.exit) << row.line << "\n" << ending.err;
-        EXPECT_TRUE(Matches(ending.out, row.out)) << row.line << "\n" << ending.out;
-        EXPECT_TRUE(Matches(ending.err, row.err)) << row.line << "\n" << ending.err;
-    }
+    for (const Line& line : kLines) Expect(line);
 }
 
 }  // namespace
