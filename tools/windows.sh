@@ -98,7 +98,7 @@ demo_windows() {
   setup_wine
   rm -rf "$windows_folder"
   mkdir -p "$windows_folder"/{32,samples}
-  cp build/win32/bin/{talvo.exe,TalvoBinaryEncoding.dll} README.md "$windows_folder/32/"
+  cp build/win32/bin/{talvo.exe,TalvoBinaryEncoding.dll} "$windows_folder/32/"
   named_blocks docs/automation.md "$windows_folder/samples"
   hand_over
   echo

@@ -11,7 +11,8 @@ wine_home=$wine_root/home/wine
 
 need_wine() {
   if [ "$(id -u)" != 0 ] && ! command -v sudo >/dev/null; then
-    echo "The Windows side needs root: its Wine lives in a root folder of its own. Run this as root, or install sudo." >&2
+    echo "The Windows side needs root: its Wine lives in a root folder of its own." >&2
+    echo "Run this as root, or install sudo." >&2
     exit 1
   fi
   if [ ! -d "$wine_root" ]; then
