@@ -30,15 +30,9 @@ void UnderBothKinds(const std::function<void(AllocationFaults&)>& story) {
     }
 }
 
-com::ComPtr<ITalvoBinaryEncoding> NewComponent() {
-    const auto component = Create<ITalvoBinaryEncoding>(CLSID_TalvoBinaryEncoding);
-    const auto format = Create<ITalvoEncodeData>(CLSID_TalvoBase64EncodingFormat);
-    EXPECT_EQ(component->putref_EncodingFormat(format.Get()), S_OK);
-    return component;
-}
-
 TEST(AllocationFaults, CreatingAnObject) {
     for (const CLSID& clsid : {CLSID_TalvoBase64EncodingFormat, CLSID_TalvoBinaryEncoding}) {
+        Create<IUnknown>(clsid);  // class objects are made once and kept
         UnderBothKinds([&](AllocationFaults& faults) {
             com::ComPtr<IUnknown> object;
             const HRESULT hr = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, object.PutVoid());
@@ -49,25 +43,26 @@ TEST(AllocationFaults, CreatingAnObject) {
 }
 
 TEST(AllocationFaults, LateBoundConversions) {
-    const auto native = NewComponent();
-    const auto component = As<IDispatch>(native);
+    const auto component = Create<ITalvoBinaryEncoding>(CLSID_TalvoBinaryEncoding);
+    const auto dispatch = As<IDispatch>(component);
+    const auto format = Create<ITalvoEncodeData>(CLSID_TalvoBase64EncodingFormat);
+    EXPECT_EQ(component->putref_EncodingFormat(format.Get()), S_OK);
     Variant arguments[] = {Variant::Bool(true), Variant::Bytes("ABCD")};
     VARIANT raw[] = {*arguments[0].Get(), *arguments[1].Get()};
     WideText text = Widen("Encode");
     LPOLESTR name = text.data();
     DISPID id = 0;
-    ASSERT_EQ(component->GetIDsOfNames(IID_NULL, &name, 1, 0, &id), S_OK);  // the library is loaded once and kept
+    ASSERT_EQ(dispatch->GetIDsOfNames(IID_NULL, &name, 1, 0, &id), S_OK);  // the library is loaded once and kept
     UnderBothKinds([&](AllocationFaults& faults) {
-        ExpectDoneOrOutOfMemory(faults, component->GetIDsOfNames(IID_NULL, &name, 1, 0, &id));
+        ExpectDoneOrOutOfMemory(faults, dispatch->GetIDsOfNames(IID_NULL, &name, 1, 0, &id));
         Variant result;
         EXCEPINFO exception = {};
         DISPPARAMS parameters = {raw, nullptr, 2, 0};
         HRESULT hr =
-            component->Invoke(400, IID_NULL, 0, DISPATCH_METHOD, &parameters, result.Put(), &exception, nullptr);
+            dispatch->Invoke(400, IID_NULL, 0, DISPATCH_METHOD, &parameters, result.Put(), &exception, nullptr);
         if (hr == DISP_E_EXCEPTION) hr = exception.scode;
-        SysFreeString(exception.bstrSource);
-        SysFreeString(exception.bstrDescription);
-        SysFreeString(exception.bstrHelpFile);
+        for (BSTR const part : {exception.bstrSource, exception.bstrDescription, exception.bstrHelpFile})
+            SysFreeString(part);
         ExpectDoneOrOutOfMemory(faults, hr);
         const FaultPause pause;
         if (hr != S_OK && UnderWine()) return;  // leaves the type of a result that it could not copy
@@ -77,6 +72,7 @@ TEST(AllocationFaults, LateBoundConversions) {
 
 TEST(AllocationFaults, PropertiesThatAllocate) {
     const com::UniqueBstr name = Bstr("name.bin");
+    const auto another = Create<IUnknown>(CLSID_TalvoBinHexEncodingFormat);
     UnderBothKinds([&](AllocationFaults& faults) {
         com::ComPtr<ITalvoBinHexEncodingFormat> format;
         com::ComPtr<DTalvoBinHexEncodingFormat> dual;

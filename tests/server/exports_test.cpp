@@ -1,20 +1,34 @@
-// The module's class objects, when it may be unloaded, and the texts of its result codes.
-#include <gtest/gtest.h>
-
+// The module's class objects and the objects that they make, when the module may be unloaded, and the texts of its
+// result codes.
 #include "com/module_state.h"
 #include "server/results/error_info.h"
-#include "tests/support/module/module_fixture.h"
+#include "tests/support/module/identity.h"
 
 namespace talvo::test {
 namespace {
 
-const CLSID kClasses[] = {CLSID_TalvoBinaryEncoding,
-                          CLSID_TalvoUUEncodingFormat,
-                          CLSID_TalvoXXEncodingFormat,
-                          CLSID_TalvoBase64EncodingFormat,
-                          CLSID_TalvoHexaEncodingFormat,
-                          CLSID_TalvoBinHexEncodingFormat,
-                          CLSID_TalvoQuotedPrintableEncodingFormat};
+struct ClassRow {
+    CLSID Class;
+    std::vector<IID> Interfaces;
+};
+const ClassRow kClasses[] = {
+    {CLSID_TalvoBinaryEncoding,
+     {IID_DTalvoBinaryEncoding, IID_IDispatch, IID_ITalvoBinaryEncoding, IID_ISupportErrorInfo}},
+#define FORMAT(name)                                                                                                 \
+    ClassRow {                                                                                                       \
+        CLSID_Talvo##name##EncodingFormat, {                                                                         \
+            IID_DTalvo##name##EncodingFormat, IID_IDispatch, IID_ITalvo##name##EncodingFormat, IID_ITalvoEncodeData, \
+                IID_ITalvoProcessData, IID_ISupportErrorInfo                                                         \
+        }                                                                                                            \
+    }
+    FORMAT(UU),
+    FORMAT(XX),
+    FORMAT(Base64),
+    FORMAT(Hexa),
+    FORMAT(BinHex),
+    FORMAT(QuotedPrintable),
+#undef FORMAT
+};
 
 com::ComPtr<IClassFactory> Factory(REFCLSID clsid) {
     com::ComPtr<IClassFactory> factory;
@@ -24,41 +38,58 @@ com::ComPtr<IClassFactory> Factory(REFCLSID clsid) {
 
 TEST(Exports, ClassObjects) {
     const Module& module = Module::Get();
-    for (const CLSID& clsid : kClasses) {
+    Outer outer(CLSID_TalvoHexaEncodingFormat);
+    void* none = &none;
+    const auto refuses = [&](const char* code, HRESULT hr) {
+        EXPECT_EQ(Name(hr), code);
+        EXPECT_EQ(std::exchange(none, &none), nullptr);
+    };
+    for (const auto& [clsid, interfaces] : kClasses) {
+        SCOPED_TRACE(GuidText(clsid));
         const auto factory = Factory(clsid);
         EXPECT_EQ(Factory(clsid).Get(), factory.Get());  // one for the life of the module
         EXPECT_EQ(As<IUnknown>(factory).Get(), static_cast<IUnknown*>(factory.Get()));
-        com::ComPtr<IUnknown> object;
-        EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, object.PutVoid()), S_OK);
-        void* none = &none;
-        EXPECT_EQ(Name(factory->CreateInstance(nullptr, IID_IClassFactory, &none)), "E_NOINTERFACE");
-        EXPECT_EQ(none, nullptr);
-        EXPECT_EQ(Name(factory->CreateInstance(nullptr, IID_IUnknown, nullptr)), "E_POINTER");
-        none = &none;
-        EXPECT_EQ(Name(module.ClassObject(clsid, IID_IDispatch, &none)), "E_NOINTERFACE");
-        EXPECT_EQ(none, nullptr);
+        refuses("E_NOINTERFACE", module.ClassObject(clsid, IID_IDispatch, &none));
+        refuses("E_NOINTERFACE", factory->CreateInstance(nullptr, IID_IClassFactory, &none));
+        for (const IID& iid : interfaces)  // an outer object asks for the inner's IUnknown first
+            refuses("CLASS_E_NOAGGREGATION", factory->CreateInstance(&outer, iid, &none));
+        for (IUnknown* const around : {static_cast<IUnknown*>(nullptr), static_cast<IUnknown*>(&outer)})
+            EXPECT_EQ(Name(factory->CreateInstance(around, IID_IUnknown, nullptr)), "E_POINTER");
         EXPECT_EQ(Name(module.ClassObject(clsid, IID_IClassFactory, nullptr)), "E_POINTER");
         EXPECT_EQ(Name(factory->QueryInterface(IID_IUnknown, nullptr)), "E_POINTER");
     }
-    void* none = &none;
-    EXPECT_EQ(Name(module.ClassObject(IID_IUnknown, IID_IClassFactory, &none)), "CLASS_E_CLASSNOTAVAILABLE");
-    EXPECT_EQ(none, nullptr);
+    refuses("CLASS_E_CLASSNOTAVAILABLE", module.ClassObject(IID_IUnknown, IID_IClassFactory, &none));
+}
+
+TEST(Exports, EveryInterfaceLeadsToEveryOther) {
+    for (const auto& [clsid, interfaces] : kClasses) {
+        SCOPED_TRACE(GuidText(clsid));
+        ExpectOneIdentity(clsid, interfaces);
+        EXPECT_TRUE(Module::Get().CanUnload());
+    }
+}
+
+// An aggregated format in the chain of another is its outer object to the world, and works.
+TEST(Exports, AnAggregatedFormatConverts) {
+    Outer outer(CLSID_TalvoBase64EncodingFormat);
+    const auto inner = As<ITalvoBase64EncodingFormat>(outer.Inner);
+    const auto format = Create<ITalvoEncodeData>(CLSID_TalvoBase64EncodingFormat);
+    const auto processor = As<ITalvoProcessData>(inner);
+    ASSERT_EQ(As<ITalvoBase64EncodingFormat>(format)->putref_SubProcessing(processor.Get()), S_OK);
+    EXPECT_EQ(Process(format.Get(), "ABC", true).Bytes, "UVVKRA==");
+    EXPECT_EQ(Name(inner->putref_SubProcessing(format.Get())), "E_INVALIDARG");
 }
 
 TEST(Exports, TheModuleStaysWhileAnythingOfItLives) {
     const Module& module = Module::Get();
-    for (const CLSID& clsid : kClasses) {
+    for (const ClassRow& row : kClasses) {
         EXPECT_TRUE(module.CanUnload());
-        auto object = Create<IUnknown>(clsid);
+        const auto object = Create<IUnknown>(row.Class);
         EXPECT_FALSE(module.CanUnload());
-        object.Reset();
-        EXPECT_TRUE(module.CanUnload());
     }
     auto factory = Factory(CLSID_TalvoUUEncodingFormat);
     EXPECT_FALSE(module.CanUnload());
-    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+    for (const BOOL lock : {TRUE, TRUE, FALSE}) EXPECT_EQ(factory->LockServer(lock), S_OK);
     factory.Reset();
     EXPECT_FALSE(module.CanUnload());
     EXPECT_EQ(Factory(CLSID_TalvoXXEncodingFormat)->LockServer(FALSE), S_OK);
@@ -67,29 +98,28 @@ TEST(Exports, TheModuleStaysWhileAnythingOfItLives) {
 
 // The reporter of the program itself, reading the module's resources.
 TEST(ErrorInformation, EveryCodeHasItsText) {
-    const com::LibraryId library{LIBID_TalvoBinaryEncodingLib, 1, 1, 1033};
-    com::ModuleState::Start(Module::Get().Handle(), library);
+    com::ModuleState::Start(Module::Get().Handle(), {LIBID_TalvoBinaryEncodingLib, 1, 1, 1033});
     const auto report = [](REFCLSID clsid, HRESULT code) {
         EXPECT_EQ(ReportError(clsid, code), code);
         return TakeError();
     };
     const struct {
-        HRESULT Code;
-        const char* Text;
-    } rows[] = {
+        HRESULT code;
+        std::string text;
+    } kRows[] = {
 #define RESULT_CODE(name, value, text) {static_cast<HRESULT>(value), text "\r\n"},
 #include "server/results/result_codes.def"
 #undef RESULT_CODE
+        {E_POINTER, MessageText(E_POINTER)},
+        {E_FAIL, MessageText(E_FAIL)},
+        {static_cast<HRESULT>(0x80044018), ""},  // the number that is not used
+        {static_cast<HRESULT>(0x8004BEEF), ""},
     };
-    EXPECT_EQ(std::size(rows), 37u);
-    for (const auto& row : rows)
-        EXPECT_EQ(report(CLSID_TalvoHexaEncodingFormat, row.Code), std::string("Talvo.HexaEncoding.1: ") + row.Text);
-
+    EXPECT_EQ(std::size(kRows), 41u);
+    for (const auto& row : kRows)
+        EXPECT_EQ(report(CLSID_TalvoHexaEncodingFormat, row.code), "Talvo.HexaEncoding.1: " + row.text);
     EXPECT_EQ(report(CLSID_TalvoBinaryEncoding, berSessionOpened),
               "Talvo.BinaryEncoding.1: A session is already underway.\r\n");
-    for (const HRESULT code : {E_POINTER, E_OUTOFMEMORY, E_INVALIDARG, E_FAIL})
-        EXPECT_EQ(report(CLSID_TalvoBinaryEncoding, code), "Talvo.BinaryEncoding.1: " + MessageText(code));
-    EXPECT_EQ(report(CLSID_TalvoBinaryEncoding, static_cast<HRESULT>(0x8004BEEF)), "Talvo.BinaryEncoding.1: ");
     EXPECT_EQ(report(IID_IUnknown, berBusy), ": " + MessageText(berBusy));  // no class, no source
     LeaveStaleError();
     ClearError();

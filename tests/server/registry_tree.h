@@ -13,12 +13,9 @@ using RegistryTree = std::map<std::string, std::string>;
 
 inline std::string ValueText(HKEY key, const WCHAR* name) {
     WCHAR text[1024];
-    DWORD size = sizeof(text);
-    DWORD type = 0;
-    const LONG status = RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(text), &size);
-    if (status != ERROR_SUCCESS) return "-";
-    if (type != REG_SZ || size < sizeof(WCHAR) || text[size / sizeof(WCHAR) - 1] != 0)
-        return "(type " + std::to_string(type) + ")";
+    DWORD size = sizeof(text), type = 0;
+    if (RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(text), &size) != ERROR_SUCCESS) return "-";
+    if (type != REG_SZ || size < sizeof(WCHAR) || text[size / sizeof(WCHAR) - 1] != 0) return "(no text)";
     return Narrow({text, size / sizeof(WCHAR) - 1});
 }
 
@@ -27,12 +24,12 @@ inline void AddTree(RegistryTree& tree, const std::string& path) {
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, Widen(path).c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return;
     tree[path] = ValueText(key, nullptr);
     WCHAR name[512];
-    for (DWORD i = 0, size = 512; RegEnumValueW(key, i, name, &size, nullptr, nullptr, nullptr, nullptr) == 0;
-         ++i, size = 512) {
+    DWORD size = 512;
+    for (DWORD i = 0; RegEnumValueW(key, i, name, &size, nullptr, nullptr, nullptr, nullptr) == 0; ++i, size = 512) {
         if (size != 0) tree[path + " : " + Narrow({name, size})] = ValueText(key, name);
     }
-    for (DWORD i = 0, size = 512; RegEnumKeyExW(key, i, name, &size, nullptr, nullptr, nullptr, nullptr) == 0;
-         ++i, size = 512)
+    size = 512;
+    for (DWORD i = 0; RegEnumKeyExW(key, i, name, &size, nullptr, nullptr, nullptr, nullptr) == 0; ++i, size = 512)
         AddTree(tree, path + "\\" + Narrow({name, size}));
     RegCloseKey(key);
 }
@@ -46,7 +43,7 @@ inline RegistryTree ReadTree(const std::string& path) {
 
 inline void WriteKey(const std::string& path, const std::string& text) {
     HKEY key = nullptr;
-    ASSERT_EQ(
+    EXPECT_EQ(
         RegCreateKeyExW(HKEY_CLASSES_ROOT, Widen(path).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
         ERROR_SUCCESS);
     const WideText wide = Widen(text);

@@ -2,9 +2,8 @@
 #include "tests/windows/user_interface.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <fstream>
 #include <ostream>
 #include <thread>
 
@@ -41,43 +40,32 @@ bool WaitUntil(const std::function<bool()>& done) {
 
 // --- imports -------------------------------------------------------------------------------------------------------
 
-ImportHook::ImportHook(const char* library, const char* name, void* replacement) : slot_(nullptr) {
+ImportHook::ImportHook(const char* library, const char* name, void* replacement) {
     auto* const base = reinterpret_cast<BYTE*>(Module::Get().Handle());
     const auto* const headers =
         reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
     const DWORD start = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+    original_ = Export<void>(GetModuleHandleA(library), name);
     for (auto* row = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + start); row->Name && !slot_; ++row) {
-        if (lstrcmpiA(reinterpret_cast<char*>(base + row->Name), library) != 0) continue;
-        const auto* names = reinterpret_cast<IMAGE_THUNK_DATA*>(base + row->OriginalFirstThunk);
-        auto* addresses = reinterpret_cast<void**>(base + row->FirstThunk);
-        for (; names->u1.AddressOfData && !slot_; ++names, ++addresses) {
-            const auto* const import = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-            if (std::strcmp(reinterpret_cast<const char*>(import->Name), name) == 0) slot_ = addresses;
-        }
+        auto* address = reinterpret_cast<void**>(base + row->FirstThunk);
+        while (*address && *address != original_) ++address;
+        if (*address) slot_ = address;
     }
-    if (!slot_) return;
-    original_ = *slot_;
-    Write(slot_, replacement);
+    if (slot_) Write(replacement);
 }
 
 ImportHook::~ImportHook() {
-    if (slot_) Write(slot_, original_);
+    if (slot_) Write(original_);
 }
 
-void ImportHook::Write(void** slot, void* value) {
+void ImportHook::Write(void* value) {
     DWORD old = 0;
-    VirtualProtect(slot, sizeof value, PAGE_READWRITE, &old);
-    *slot = value;
-    VirtualProtect(slot, sizeof value, old, &old);
+    VirtualProtect(slot_, sizeof value, PAGE_READWRITE, &old);
+    *slot_ = value;
+    VirtualProtect(slot_, sizeof value, old, &old);
 }
 
 // --- pixels --------------------------------------------------------------------------------------------------------
-
-int Pixels::Count(DWORD colour) const {
-    int count = 0;
-    for (const DWORD pixel : Colours) count += pixel == colour;
-    return count;
-}
 
 std::ostream& operator<<(std::ostream& out, const Pixels& pixels) {
     return out << pixels.Width << " x " << pixels.Height << " pixels";
@@ -135,18 +123,14 @@ RECT ScreenPlace(HWND window) {
 void KeepPicture(const char* name, const Pixels& pixels) {
     const char* const folder = std::getenv("TALVO_PICTURES");
     if (!folder) return;
-    std::FILE* const file = std::fopen((std::string(folder) + "\\" + name + ".bmp").c_str(), "wb");
-    if (!file) return;
     const auto size = static_cast<DWORD>(pixels.Colours.size() * 4);
-    BITMAPFILEHEADER header{};
-    std::memcpy(&header.bfType, "BM", 2);
-    header.bfOffBits = sizeof header + sizeof(BITMAPINFOHEADER);
-    header.bfSize = header.bfOffBits + size;
     const BITMAPINFOHEADER info{sizeof info, pixels.Width, -pixels.Height, 1, 32, BI_RGB, size, 0, 0, 0, 0};
-    std::fwrite(&header, sizeof header, 1, file);
-    std::fwrite(&info, sizeof info, 1, file);
-    std::fwrite(pixels.Colours.data(), 4, pixels.Colours.size(), file);
-    std::fclose(file);
+    const DWORD start = sizeof(BITMAPFILEHEADER) + sizeof info;
+    const BITMAPFILEHEADER header{0x4D42, start + size, 0, 0, start};  // "BM"
+    std::ofstream file(std::string(folder) + "\\" + name + ".bmp", std::ios::binary);
+    file.write(reinterpret_cast<const char*>(&header), sizeof header);
+    file.write(reinterpret_cast<const char*>(&info), sizeof info);
+    file.write(reinterpret_cast<const char*>(pixels.Colours.data()), static_cast<std::streamsize>(size));
 }
 
 // --- counts --------------------------------------------------------------------------------------------------------
@@ -165,16 +149,13 @@ int CountDrawingObjects() {
     return count;
 }
 
-static BOOL CALLBACK CountWindow(HWND window, LPARAM count) {
-    DWORD process = 0;
-    GetWindowThreadProcessId(window, &process);
-    if (process == GetCurrentProcessId()) ++*reinterpret_cast<int*>(count);
-    return TRUE;
-}
-
 int CountWindows() {
     int count = 0;
-    EnumWindows(&CountWindow, reinterpret_cast<LPARAM>(&count));
+    for (HWND window = GetTopWindow(nullptr); window; window = GetWindow(window, GW_HWNDNEXT)) {
+        DWORD process = 0;
+        GetWindowThreadProcessId(window, &process);
+        count += process == GetCurrentProcessId();
+    }
     return count;
 }
 

@@ -34,9 +34,9 @@ public:
     bool Works() const { return slot_ != nullptr; }
 
 private:
-    static void Write(void** slot, void* value);
-    void** slot_;
-    void* original_ = nullptr;
+    void Write(void* value);
+    void** slot_ = nullptr;
+    void* original_;
 };
 
 // Pixels in rows from the top, 0x00RRGGBB.
@@ -46,7 +46,6 @@ struct Pixels {
     DWORD At(int x, int y) const {
         return Colours[static_cast<size_t>(y) * static_cast<size_t>(Width) + static_cast<size_t>(x)];
     }
-    int Count(DWORD colour) const;
     bool operator==(const Pixels&) const = default;
 };
 std::ostream& operator<<(std::ostream& out, const Pixels& pixels);
