@@ -28,14 +28,16 @@ start_windows() {
   export TALVO_COMMAND TALVO_TEST_DATA TALVO_MODULE=$module TALVO_REGISTRY=prefix
   mkdir -p "$logs"
   cp "$HOME/fresh/prefix$width"/*.reg "$WINEPREFIX/"
+  # Windows draws the frames of windows itself: there is no window manager to wait for.
+  printf '\n[Software\\\\Wine\\\\X11 Driver]\n"Managed"="N"\n' >>"$WINEPREFIX/user.reg"
   rm -rf "$WINEPREFIX/drive_c/users/wine/Temp"/*
+  # Wine draws the buttons of a caption with this font, and does not find its own by itself.
+  cp /usr/share/wine/fonts/marlett.ttf "$WINEPREFIX/drive_c/windows/Fonts/"
   mkdir -p "$logs/pictures"
   TALVO_PICTURES=$(windows_path "$logs/pictures")
   export TALVO_PICTURES
   start_screen
   serve
-  # Windows draws the frames of windows itself: there is no window manager to wait for.
-  windows reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1
 }
 
 # A screen that nobody sees, for this Windows alone. It ends with the namespace that this script runs in.
