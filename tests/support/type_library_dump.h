@@ -9,7 +9,7 @@
 
 namespace talvo::test {
 
-// Lines end in LF. A call of the type information that fails stands in the text with its code.
+// Lines end in LF. Throws when a call of the type information fails.
 std::string DumpTypeLibrary(ITypeLib* library);
 
 }  // namespace talvo::test
