@@ -1,11 +1,11 @@
 // See module_fixture.h.
 #include "tests/support/module/module_fixture.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <iomanip>
+#include <iterator>
 #include <ostream>
-#include <sstream>
 
 namespace talvo::test {
 namespace {
@@ -17,58 +17,35 @@ struct CodeRow {
 };
 
 constexpr CodeRow kCodes[] = {
-    {S_OK, "S_OK", nullptr},
-    {S_FALSE, "S_FALSE", nullptr},
-    {S_PASSTHROUGH, "S_PASSTHROUGH", nullptr},
-    {E_NOTIMPL, "E_NOTIMPL", nullptr},
-    {E_NOINTERFACE, "E_NOINTERFACE", nullptr},
-    {E_POINTER, "E_POINTER", nullptr},
-    {E_FAIL, "E_FAIL", nullptr},
-    {E_UNEXPECTED, "E_UNEXPECTED", nullptr},
-    {E_OUTOFMEMORY, "E_OUTOFMEMORY", nullptr},
-    {E_INVALIDARG, "E_INVALIDARG", nullptr},
-    {CLASS_E_NOAGGREGATION, "CLASS_E_NOAGGREGATION", nullptr},
-    {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE", nullptr},
-    {DISP_E_UNKNOWNINTERFACE, "DISP_E_UNKNOWNINTERFACE", nullptr},
-    {DISP_E_MEMBERNOTFOUND, "DISP_E_MEMBERNOTFOUND", nullptr},
-    {DISP_E_PARAMNOTFOUND, "DISP_E_PARAMNOTFOUND", nullptr},
-    {DISP_E_PARAMNOTOPTIONAL, "DISP_E_PARAMNOTOPTIONAL", nullptr},
-    {DISP_E_TYPEMISMATCH, "DISP_E_TYPEMISMATCH", nullptr},
-    {DISP_E_UNKNOWNNAME, "DISP_E_UNKNOWNNAME", nullptr},
-    {DISP_E_EXCEPTION, "DISP_E_EXCEPTION", nullptr},
-    {DISP_E_BADINDEX, "DISP_E_BADINDEX", nullptr},
-    {DISP_E_BADPARAMCOUNT, "DISP_E_BADPARAMCOUNT", nullptr},
-    {TYPE_E_LIBNOTREGISTERED, "TYPE_E_LIBNOTREGISTERED", nullptr},
+// clang-format off
+#define CODE(name) {name, #name, nullptr},
+    CODE(S_OK) CODE(S_FALSE) CODE(S_PASSTHROUGH) CODE(E_NOTIMPL) CODE(E_NOINTERFACE) CODE(E_POINTER) CODE(E_FAIL)
+    CODE(E_UNEXPECTED) CODE(E_OUTOFMEMORY) CODE(E_INVALIDARG) CODE(CLASS_E_NOAGGREGATION)
+    CODE(CLASS_E_CLASSNOTAVAILABLE) CODE(DISP_E_UNKNOWNINTERFACE) CODE(DISP_E_MEMBERNOTFOUND)
+    CODE(DISP_E_PARAMNOTFOUND) CODE(DISP_E_PARAMNOTOPTIONAL) CODE(DISP_E_TYPEMISMATCH) CODE(DISP_E_UNKNOWNNAME)
+    CODE(DISP_E_EXCEPTION) CODE(DISP_E_BADINDEX) CODE(DISP_E_BADPARAMCOUNT) CODE(TYPE_E_LIBNOTREGISTERED)
+#undef CODE
+// clang-format on
 #define RESULT_CODE(name, value, text) {static_cast<HRESULT>(value), #name, text},
 #include "server/results/result_codes.def"
 #undef RESULT_CODE
 };
 
 const CodeRow* Find(HRESULT code) {
-    for (const CodeRow& row : kCodes) {
-        if (row.Code == code) return &row;
-    }
-    return nullptr;
-}
-
-std::string SystemText(HRESULT code) {
-    char text[512];
-    const DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                                        static_cast<DWORD>(code), 0, text, sizeof(text), nullptr);
-    return std::string(text, length);
+    const auto row = std::ranges::find(kCodes, code, &CodeRow::Code);
+    return row == std::end(kCodes) ? nullptr : row;
 }
 
 constexpr const char* kStale = "stale";
 
-std::string Variable(const char* name) {
-    const char* const value = std::getenv(name);
-    return value ? value : "";
+std::string Text(const com::UniqueBstr& text) { return Narrow({text.Get(), SysStringLen(text.Get())}); }
+
+bool Done(const char* what, HRESULT code) {
+    if (FAILED(code)) std::fprintf(stderr, "%s: %s\n", what, Name(code).c_str());
+    return SUCCEEDED(code);
 }
 
-bool Complain(const char* what, HRESULT code = S_OK) {
-    std::fprintf(stderr, "%s%s%s\n", what, FAILED(code) ? ": " : "", FAILED(code) ? Name(code).c_str() : "");
-    return false;
-}
+HRESULT CallExport(HMODULE module, const char* name) { return Export<HRESULT STDAPICALLTYPE()>(module, name)(); }
 
 }  // namespace
 
@@ -93,28 +70,30 @@ std::string GuidText(REFGUID guid) {
 
 std::string Name(HRESULT code) {
     if (const CodeRow* const row = Find(code)) return row->Name;
-    std::ostringstream text;
-    text << "0x" << std::hex << std::setw(8) << std::setfill('0') << static_cast<uint32_t>(code);
-    return text.str();
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08lx", static_cast<unsigned long>(static_cast<DWORD>(code)));
+    return text;
 }
 
 std::string MessageText(HRESULT code) {
     const CodeRow* const row = Find(code);
-    return row && row->Text ? std::string(row->Text) + "\r\n" : SystemText(code);
+    if (row && row->Text) return std::string(row->Text) + "\r\n";
+    char text[512];
+    const DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                                        static_cast<DWORD>(code), 0, text, sizeof(text), nullptr);
+    return std::string(text, length);
 }
 
 std::string TakeError() {
     com::ComPtr<IErrorInfo> error;
     if (GetErrorInfo(0, error.Put()) != S_OK) return "none";
-    com::UniqueBstr source;
-    com::UniqueBstr description;
+    com::UniqueBstr source, description;
     GUID guid = IID_IUnknown;
     error->GetSource(source.Put());
     error->GetDescription(description.Put());
     error->GetGUID(&guid);
-    const auto text = [](const com::UniqueBstr& from) { return Narrow({from.Get(), SysStringLen(from.Get())}); };
-    if (text(source) == kStale) return kStale;
-    return text(source) + ": " + text(description) + (IsEqualGUID(guid, GUID_NULL) ? "" : " " + GuidText(guid));
+    if (Text(source) == kStale) return kStale;
+    return Text(source) + ": " + Text(description) + (IsEqualGUID(guid, GUID_NULL) ? "" : " " + GuidText(guid));
 }
 
 void LeaveStaleError() {
@@ -136,31 +115,29 @@ Module& Module::Get() {
 }
 
 bool Module::Start() {
-    path_ = Variable("TALVO_MODULE");
+    const char* const path = std::getenv("TALVO_MODULE");
     // The registry of the person who runs the tests is never touched.
-    if (path_.empty() || Variable("TALVO_REGISTRY").empty())
-        return Complain("TALVO_MODULE must name the module, and TALVO_REGISTRY a registry file for the tests");
-    handle_ = LoadLibraryW(Widen(path_).c_str());
-    if (!handle_) return Complain("the module cannot be loaded", HRESULT_FROM_WIN32(GetLastError()));
+    if (!path || !std::getenv("TALVO_REGISTRY"))
+        return Done("TALVO_MODULE must name the module, TALVO_REGISTRY a registry file for the tests", E_INVALIDARG);
+    handle_ = LoadLibraryW(Widen(path).c_str());
+    if (!handle_) return Done("the module cannot be loaded", HRESULT_FROM_WIN32(GetLastError()));
     char full[1024];
     path_.assign(full, GetModuleFileNameA(handle_, full, sizeof(full)));
-    const HRESULT hr = Register();
-    return SUCCEEDED(hr) || Complain("the module cannot be registered", hr);
+    return Done("the module cannot be registered", Register());
 }
 
 bool Module::Stop() {
-    const HRESULT hr = Unregister();
-    if (FAILED(hr)) return Complain("the module cannot be unregistered", hr);
-    return CanUnload() || Complain("objects of the module are still alive");
+    return Done("the module cannot be unregistered", Unregister()) &&
+           Done("objects of the module are still alive", CanUnload() ? S_OK : E_UNEXPECTED);
 }
 
 HRESULT Module::ClassObject(REFCLSID clsid, REFIID iid, void** object) const {
     return Export<HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**)>(handle_, "DllGetClassObject")(clsid, iid, object);
 }
 
-bool Module::CanUnload() const { return Export<HRESULT STDAPICALLTYPE()>(handle_, "DllCanUnloadNow")() == S_OK; }
-HRESULT Module::Register() const { return Export<HRESULT STDAPICALLTYPE()>(handle_, "DllRegisterServer")(); }
-HRESULT Module::Unregister() const { return Export<HRESULT STDAPICALLTYPE()>(handle_, "DllUnregisterServer")(); }
+bool Module::CanUnload() const { return CallExport(handle_, "DllCanUnloadNow") == S_OK; }
+HRESULT Module::Register() const { return CallExport(handle_, "DllRegisterServer"); }
+HRESULT Module::Unregister() const { return CallExport(handle_, "DllUnregisterServer"); }
 
 std::ostream& operator<<(std::ostream& out, const Converted& converted) {
     return out << converted.Code << " \"" << converted.Bytes << "\" consumed " << converted.Consumed;
@@ -173,15 +150,11 @@ std::string TakeBlock(BYTE* block, DWORD size) {
     return size == 0 ? "(block of 0)" : bytes;
 }
 
-namespace {
-
-const BYTE* Data(std::string_view source) {
+static const BYTE* Data(std::string_view source) {
     return source.empty() ? nullptr : reinterpret_cast<const BYTE*>(source.data());
 }
 
-BYTE g_garbage;  // out parameters point here before a call
-
-}  // namespace
+static BYTE g_garbage;  // out parameters point here before a call
 
 Converted Process(ITalvoProcessData* processor, std::string_view source, bool end, DWORD header, DWORD footer) {
     BYTE* block = &g_garbage;
