@@ -69,13 +69,13 @@ TEST(ControlLogic, Colours) {
 TEST(ControlLogic, Links) {
     LinkState link;
     EXPECT_FALSE(link.Release(true));
-    EXPECT_FALSE(link.Press(false));
-    EXPECT_FALSE(link.Release(true));
-    EXPECT_TRUE(link.Press(true));
-    EXPECT_FALSE(link.Release(false));
-    EXPECT_TRUE(link.Press(true));
-    EXPECT_TRUE(link.Release(true));
-    EXPECT_FALSE(link.Release(true));
+    for (const bool on : {false, true}) {
+        for (const bool off : {false, true}) {
+            EXPECT_EQ(link.Press(on), on);
+            EXPECT_EQ(link.Release(off), on && off);
+            EXPECT_FALSE(link.Release(true));
+        }
+    }
     link.Press(true);
     link.LoseMouse();
     EXPECT_FALSE(link.Release(true));

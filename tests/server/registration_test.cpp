@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <optional>
 
 #include <gtest/gtest.h>
 
@@ -136,60 +135,49 @@ TEST(Registration, LeavesWhatOthersHavePutThere) {
 
 std::string Folder(const std::string& path) { return path.substr(0, path.find_last_of("\\/")); }
 
-class ModuleCopy {
+class ModuleCopy : public Module {
 public:
     explicit ModuleCopy(bool withHelp) {
-        root_ = fs::temp_directory_path() / ("talvo-test-" + std::to_string(std::rand()));
         fs::create_directories(root_ / "bin");
         if (withHelp) fs::create_directories(root_ / "Help");
         const fs::path copy = root_ / "bin" / fs::path(Module::Get().Path()).filename();
         fs::copy_file(Module::Get().Path(), copy);
-        handle_ = LoadLibraryW(copy.string<WCHAR>().c_str());
-        EXPECT_TRUE(handle_);
+        EXPECT_TRUE(Load(copy.string()));
     }
     ~ModuleCopy() {
-        EXPECT_EQ(Export<HRESULT STDAPICALLTYPE()>(handle_, "DllCanUnloadNow")(), S_OK);
-        EXPECT_TRUE(FreeLibrary(handle_));
+        EXPECT_TRUE(CanUnload());
+        EXPECT_TRUE(FreeLibrary(Handle()));
         std::error_code ignored;
         fs::remove_all(root_, ignored);
     }
 
-    HRESULT Call(const char* name) const { return Export<HRESULT STDAPICALLTYPE()>(handle_, name)(); }
-    std::string Path() const {
-        char path[1024];
-        return std::string(path, GetModuleFileNameA(handle_, path, sizeof(path)));
-    }
     template <class Interface>
     com::ComPtr<Interface> New(REFCLSID clsid) const {
         com::ComPtr<IClassFactory> factory;
         com::ComPtr<Interface> object;
-        EXPECT_EQ(Export<HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**)>(handle_, "DllGetClassObject")(
-                      clsid, IID_IClassFactory, factory.PutVoid()),
-                  S_OK);
+        EXPECT_EQ(ClassObject(clsid, IID_IClassFactory, factory.PutVoid()), S_OK);
         EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(Interface), object.PutVoid()), S_OK);
         return object;
     }
 
 private:
-    fs::path root_;
-    HMODULE handle_ = nullptr;
+    const fs::path root_ = fs::temp_directory_path() / ("talvo-test-" + std::to_string(std::rand()));
 };
 
 TEST(Registration, TheTypeLibraryIsRegisteredWithItsHelpFolder) {
     for (const bool withHelp : {false, true}) {
         {
             const ModuleCopy copy(withHelp);
-            ASSERT_EQ(Name(copy.Call("DllRegisterServer")), "S_OK");
+            ASSERT_EQ(Name(copy.Register()), "S_OK");
             EXPECT_EQ(ClassKeys(), ExpectedKeys(copy.Path()));
             com::UniqueBstr path;
             EXPECT_EQ(QueryPathOfRegTypeLib(LIBID_TalvoBinaryEncodingLib, 1, 1, 1033, path.Put()), S_OK);
             EXPECT_EQ(Narrow({path.Get(), WideText(path.Get()).size()}), copy.Path());
             RegistryTree library = ReadTree(LibraryKey());
             EXPECT_EQ(library[LibraryKey() + "\\1.1"], "Talvo Binary Encoding 1.1 Type Library");
-            const std::string folder = Folder(copy.Path());
-            const std::string separator = folder.substr(Folder(folder).size(), 1);
+            const std::string folder = Folder(copy.Path());  // .../bin
             EXPECT_EQ(library[LibraryKey() + "\\1.1\\HELPDIR"],
-                      withHelp ? Folder(folder) + separator + "Help" : folder);
+                      withHelp ? folder.substr(0, folder.size() - 3) + "Help" : folder);
         }
         EXPECT_EQ(Name(Module::Get().Register()), "S_OK");
     }
@@ -197,15 +185,10 @@ TEST(Registration, TheTypeLibraryIsRegisteredWithItsHelpFolder) {
 
 TEST(Registration, HelpDirectory) {
     const fs::path root = fs::temp_directory_path() / ("talvo-help-" + std::to_string(std::rand()));
-    fs::create_directories(root / "with" / "Help");
-    fs::create_directories(root / "file");
-    std::ofstream(root / "file" / "Help") << "not a folder";
-    for (const char* const separator : {"\\", "/"}) {
-        for (const auto& [folder, expected] : {std::pair{"with", "Help"}, {"file", "bin"}}) {
-            const WideText start = (root / folder).string<WCHAR>() + Widen(separator);
-            EXPECT_EQ(HelpDirectory(start + Widen("bin") + Widen(separator) + Widen("x.dll")), start + Widen(expected));
-        }
-    }
+    fs::create_directories(root);
+    std::ofstream(root / "Help") << "not a folder";
+    const WideText bin = (root / "bin").string<WCHAR>();
+    EXPECT_EQ(HelpDirectory(bin + Widen("/x.dll")), bin);
     EXPECT_EQ(HelpDirectory(Widen("x.dll")), WideText());
     EXPECT_EQ(HelpDirectory(Widen("bin/x.dll")), Widen("bin"));
     fs::remove_all(root);

@@ -119,11 +119,15 @@ bool Module::Start() {
     // The registry of the person who runs the tests is never touched.
     if (!path || !std::getenv("TALVO_REGISTRY"))
         return Done("TALVO_MODULE must name the module, TALVO_REGISTRY a registry file for the tests", E_INVALIDARG);
-    handle_ = LoadLibraryW(Widen(path).c_str());
-    if (!handle_) return Done("the module cannot be loaded", HRESULT_FROM_WIN32(GetLastError()));
-    char full[1024];
-    path_.assign(full, GetModuleFileNameA(handle_, full, sizeof(full)));
+    if (!Load(path)) return Done("the module cannot be loaded", HRESULT_FROM_WIN32(GetLastError()));
     return Done("the module cannot be registered", Register());
+}
+
+bool Module::Load(std::string_view path) {
+    handle_ = LoadLibraryW(Widen(path).c_str());
+    char full[1024];
+    path_.assign(full, handle_ ? GetModuleFileNameA(handle_, full, sizeof(full)) : 0);
+    return handle_ != nullptr;
 }
 
 bool Module::Stop() {

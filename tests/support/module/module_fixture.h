@@ -34,13 +34,14 @@ void LeaveStaleError();
 // What TakeError answers after a method of the class has reported the code.
 std::string ErrorOf(std::string_view progId, HRESULT code);
 
-// The module named by the environment variable TALVO_MODULE, loaded and registered while the tests run.
 class Module {
 public:
+    // The one named by the environment variable TALVO_MODULE, loaded and registered while the tests run.
     static Module& Get();
     // False, with a line on standard error, when the environment or the module is not as it must be.
     bool Start();
     bool Stop();
+    bool Load(std::string_view path);
 
     HMODULE Handle() const { return handle_; }
     const std::string& Path() const { return path_; }
