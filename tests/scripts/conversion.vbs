@@ -16,8 +16,7 @@ Check "no bytes are Empty", VarType(component.FromString("")), vbEmpty
 Check "bytes to text", component.ToString(bytes), "abc"
 Check "all characters of the code page", component.ToString(component.FromString(all)), all
 
-text = component.ToString(component.Encode(bytes, True))
-Check "encoded", text, "YWJj"
+Check "encoded", component.ToString(component.Encode(bytes, True)), "YWJj"
 Check "decoded", component.ToString(component.Decode(component.FromString("YWJj"), True)), "abc"
 Check "there and back", component.ToString(component.Decode(component.Encode(component.FromString(all), True), True)), all
 
@@ -44,6 +43,7 @@ text = component.ToString(component.Encode(component.FromString("abc"), True))
 Check "a chain", text, "WVdKag=="
 Check "a chain back", component.ToString(component.Decode(component.FromString(text), True)), "abc"
 Set format.SubProcessing = Nothing
+Check "no chain", format.SubProcessing Is Nothing, True
 
 format.ContinueOnInvalidData = True
 Check "tolerant", component.ToString(component.Decode(component.FromString("YW*Jj"), True)), "abc"
