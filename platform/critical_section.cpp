@@ -25,17 +25,8 @@ void InitializeCriticalSection(LPCRITICAL_SECTION lpCriticalSection) {
     pthread_mutexattr_destroy(&attributes);
 }
 
-BOOL InitializeCriticalSectionAndSpinCount(LPCRITICAL_SECTION lpCriticalSection, DWORD) {
-    InitializeCriticalSection(lpCriticalSection);
-    return TRUE;
-}
-
 void DeleteCriticalSection(LPCRITICAL_SECTION lpCriticalSection) { pthread_mutex_destroy(Mutex(lpCriticalSection)); }
 
 void EnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) { pthread_mutex_lock(Mutex(lpCriticalSection)); }
-
-BOOL TryEnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) {
-    return pthread_mutex_trylock(Mutex(lpCriticalSection)) == 0;
-}
 
 void LeaveCriticalSection(LPCRITICAL_SECTION lpCriticalSection) { pthread_mutex_unlock(Mutex(lpCriticalSection)); }

@@ -120,18 +120,6 @@ HANDLE Create(const FilePath& path, const Request& request) {
     return HandleOf(file);
 }
 
-template <class Name>
-HANDLE CreateNamed(Name name, DWORD access, DWORD share, const SECURITY_ATTRIBUTES* security, DWORD disposition) {
-    const Request request = {access, share, disposition, security && security->bInheritHandle};
-    const bool known = disposition >= CREATE_NEW && disposition <= TRUNCATE_EXISTING;
-    const bool needsWrite = disposition == TRUNCATE_EXISTING;
-    if (!known || !(access & (GENERIC_READ | GENERIC_WRITE)) || (access & ~(GENERIC_READ | GENERIC_WRITE)) ||
-        (needsWrite && !(access & GENERIC_WRITE))) {
-        return Fail(ERROR_INVALID_PARAMETER), INVALID_HANDLE_VALUE;
-    }
-    return Create(FilePath(name), request);
-}
-
 // Keeps the signal of a broken pipe from the process for the length of one write: the caller gets an error instead.
 class PipeSignalBlock {
 public:
@@ -163,13 +151,6 @@ private:
     sigset_t before_;
 };
 
-// 100 nanoseconds since 1601.
-FILETIME FileTime(const timespec& time) {
-    const ULONGLONG ticks =
-        (static_cast<ULONGLONG>(time.tv_sec) + 11644473600) * 10000000 + static_cast<ULONGLONG>(time.tv_nsec / 100);
-    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-}
-
 // The position after the move, or -1 with the last error set.
 LONGLONG Seek(int file, LONGLONG distance, DWORD method) {
     constexpr int kWhence[] = {SEEK_SET, SEEK_CUR, SEEK_END};
@@ -183,12 +164,16 @@ LONGLONG Seek(int file, LONGLONG distance, DWORD method) {
 
 HANDLE CreateFileA(LPCSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
                    LPSECURITY_ATTRIBUTES lpSecurityAttributes, DWORD dwCreationDisposition, DWORD, HANDLE) {
-    return CreateNamed(lpFileName, dwDesiredAccess, dwShareMode, lpSecurityAttributes, dwCreationDisposition);
-}
-
-HANDLE CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
-                   LPSECURITY_ATTRIBUTES lpSecurityAttributes, DWORD dwCreationDisposition, DWORD, HANDLE) {
-    return CreateNamed(lpFileName, dwDesiredAccess, dwShareMode, lpSecurityAttributes, dwCreationDisposition);
+    const DWORD access = dwDesiredAccess, disposition = dwCreationDisposition;
+    const Request request = {access, dwShareMode, disposition,
+                             lpSecurityAttributes && lpSecurityAttributes->bInheritHandle};
+    const bool known = disposition >= CREATE_NEW && disposition <= TRUNCATE_EXISTING;
+    const bool needsWrite = disposition == TRUNCATE_EXISTING;
+    if (!known || !(access & (GENERIC_READ | GENERIC_WRITE)) || (access & ~(GENERIC_READ | GENERIC_WRITE)) ||
+        (needsWrite && !(access & GENERIC_WRITE))) {
+        return Fail(ERROR_INVALID_PARAMETER), INVALID_HANDLE_VALUE;
+    }
+    return Create(FilePath(lpFileName), request);
 }
 
 // A file is read until the request is full or the file ends; a pipe or a terminal gives what it has. The end of a pipe is
@@ -229,28 +214,6 @@ BOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite, LPDW
     return TRUE;
 }
 
-// Without a high part the distance is signed and the new position must fit in 32 bits. A position that ends in all ones
-// looks like a failure, so the last error tells them apart.
-DWORD SetFilePointer(HANDLE hFile, LONG lDistanceToMove, PLONG lpDistanceToMoveHigh, DWORD dwMoveMethod) {
-    const int file = FileOf(hFile);
-    LONGLONG distance = lDistanceToMove;
-    if (lpDistanceToMoveHigh) {
-        const ULONGLONG high = static_cast<DWORD>(*lpDistanceToMoveHigh);
-        distance = static_cast<LONGLONG>(high << 32 | static_cast<DWORD>(lDistanceToMove));
-    }
-    const off_t before = lseek(file, 0, SEEK_CUR);
-    const LONGLONG position = Seek(file, distance, dwMoveMethod);
-    if (position < 0) return INVALID_SET_FILE_POINTER;
-    if (!lpDistanceToMoveHigh && position > UINT32_MAX) {
-        lseek(file, before, SEEK_SET);
-        return Fail(ERROR_INVALID_PARAMETER), INVALID_SET_FILE_POINTER;
-    }
-    if (lpDistanceToMoveHigh) *lpDistanceToMoveHigh = static_cast<LONG>(position >> 32);
-    const auto low = static_cast<DWORD>(position);
-    if (low == INVALID_SET_FILE_POINTER) SetLastError(NO_ERROR);
-    return low;
-}
-
 BOOL SetFilePointerEx(HANDLE hFile, LARGE_INTEGER liDistanceToMove, PLARGE_INTEGER lpNewFilePointer,
                       DWORD dwMoveMethod) {
     const LONGLONG position = Seek(FileOf(hFile), liDistanceToMove.QuadPart, dwMoveMethod);
@@ -267,14 +230,6 @@ BOOL SetEndOfFile(HANDLE hFile) {
     return errno == EINVAL ? Fail(ERROR_ACCESS_DENIED) : FailWithErrno();  // not open for writing
 }
 
-DWORD GetFileSize(HANDLE hFile, LPDWORD lpFileSizeHigh) {
-    LARGE_INTEGER size;
-    if (!GetFileSizeEx(hFile, &size)) return INVALID_FILE_SIZE;
-    if (lpFileSizeHigh) *lpFileSizeHigh = static_cast<DWORD>(size.HighPart);
-    if (size.LowPart == INVALID_FILE_SIZE) SetLastError(NO_ERROR);
-    return size.LowPart;
-}
-
 BOOL GetFileSizeEx(HANDLE hFile, PLARGE_INTEGER lpFileSize) {
     struct stat info;
     if (fstat(FileOf(hFile), &info) != 0) return FailWithErrno();
@@ -283,7 +238,7 @@ BOOL GetFileSizeEx(HANDLE hFile, PLARGE_INTEGER lpFileSize) {
     return TRUE;
 }
 
-// Volume and index tell files apart; this system does not say when a file was created.
+// Volume and index tell files apart; times stay zero.
 BOOL GetFileInformationByHandle(HANDLE hFile, LPBY_HANDLE_FILE_INFORMATION lpFileInformation) {
     struct stat info;
     if (fstat(FileOf(hFile), &info) != 0) return FailWithErrno();
@@ -294,8 +249,6 @@ BOOL GetFileInformationByHandle(HANDLE hFile, LPBY_HANDLE_FILE_INFORMATION lpFil
     const auto volume = static_cast<ULONGLONG>(info.st_dev);
     *lpFileInformation = {};
     lpFileInformation->dwFileAttributes = info.st_mode & kAnyWrite ? FILE_ATTRIBUTE_NORMAL : FILE_ATTRIBUTE_READONLY;
-    lpFileInformation->ftLastAccessTime = FileTime(info.st_atim);
-    lpFileInformation->ftLastWriteTime = FileTime(info.st_mtim);
     lpFileInformation->dwVolumeSerialNumber = static_cast<DWORD>(volume ^ volume >> 32);
     lpFileInformation->nFileSizeHigh = static_cast<DWORD>(size >> 32);
     lpFileInformation->nFileSizeLow = static_cast<DWORD>(size);

@@ -69,21 +69,10 @@
 #define REG_MULTI_SZ 7
 #define REG_QWORD 11
 
-// All of them are full barriers, as on Windows. Increment, decrement and add give the new value; the rest the old one.
+// All of them are full barriers, as on Windows. Increment and decrement give the new value, the exchange the old one.
 inline LONG InterlockedIncrement(LONG volatile* p) { return __atomic_add_fetch(p, 1, __ATOMIC_SEQ_CST); }
 inline LONG InterlockedDecrement(LONG volatile* p) { return __atomic_sub_fetch(p, 1, __ATOMIC_SEQ_CST); }
-inline LONG InterlockedExchange(LONG volatile* p, LONG v) { return __atomic_exchange_n(p, v, __ATOMIC_SEQ_CST); }
-inline LONG InterlockedExchangeAdd(LONG volatile* p, LONG v) { return __atomic_fetch_add(p, v, __ATOMIC_SEQ_CST); }
 inline LONG InterlockedCompareExchange(LONG volatile* p, LONG v, LONG comparand) {
-    __atomic_compare_exchange_n(p, &comparand, v, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
-    return comparand;
-}
-inline LONGLONG InterlockedIncrement64(LONGLONG volatile* p) { return __atomic_add_fetch(p, 1, __ATOMIC_SEQ_CST); }
-inline LONGLONG InterlockedDecrement64(LONGLONG volatile* p) { return __atomic_sub_fetch(p, 1, __ATOMIC_SEQ_CST); }
-inline PVOID InterlockedExchangePointer(PVOID volatile* p, PVOID v) {
-    return __atomic_exchange_n(p, v, __ATOMIC_SEQ_CST);
-}
-inline PVOID InterlockedCompareExchangePointer(PVOID volatile* p, PVOID v, PVOID comparand) {
     __atomic_compare_exchange_n(p, &comparand, v, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
     return comparand;
 }

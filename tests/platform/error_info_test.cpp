@@ -1,71 +1,68 @@
-// Error information per thread, and what threads share: critical sections and interlocked numbers.
-#include <windows.h>
+// What belongs to a thread, error information and the last error, and what threads share: locks and interlocked numbers.
+#include "tests/platform/last_error.h"
 
 #include <oleauto.h>
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace {
 
-LONG LastError() { return static_cast<LONG>(GetLastError()); }
-
 using Text = std::basic_string<OLECHAR>;
 
 LPOLESTR Literal(const OLECHAR* text) { return const_cast<LPOLESTR>(text); }
 
-IErrorInfo* MakeInfo(const OLECHAR* description) {
+IErrorInfo* MakeInfo(const OLECHAR* source) {
     ICreateErrorInfo* fill = nullptr;
     IErrorInfo* info = nullptr;
     EXPECT_EQ(CreateErrorInfo(&fill), S_OK);
-    EXPECT_EQ(fill->SetDescription(Literal(description)), S_OK);
-    EXPECT_EQ(fill->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info)), S_OK);
+    EXPECT_EQ(fill->SetSource(Literal(source)), S_OK);
+    EXPECT_EQ(fill->QueryInterface(IID_PPV_ARGS(&info)), S_OK);
     fill->Release();
     return info;
 }
 
-Text TakeDescription(IErrorInfo* info) {
-    BSTR text = nullptr;
-    EXPECT_EQ(info->GetDescription(&text), S_OK);
-    Text result = text ? text : OLESTR("");
+Text Source(IErrorInfo* info) {
+    BSTR text = Literal(OLESTR("garbage"));
+    EXPECT_EQ(info->GetSource(&text), S_OK);
+    Text result = text ? text : OLESTR("(none)");
     SysFreeString(text);
     return result;
+}
+
+void RunThreads(void (*work)(void*), void* argument) {
+    std::vector<std::thread> threads;
+    threads.reserve(4);
+    for (int i = 0; i < 4; ++i) threads.emplace_back(work, argument);
+    for (std::thread& thread : threads) thread.join();
 }
 
 TEST(ErrorInfo, KeepsWhatItIsGiven) {
     ICreateErrorInfo* fill = nullptr;
     IErrorInfo* info = nullptr;
     ASSERT_EQ(CreateErrorInfo(&fill), S_OK);
-    ASSERT_EQ(fill->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info)), S_OK);
-    BSTR text = Literal(OLESTR("garbage"));
+    ASSERT_EQ(fill->QueryInterface(IID_PPV_ARGS(&info)), S_OK);
     GUID guid = IID_IUnknown;
     DWORD context = 1;
-    EXPECT_EQ(info->GetSource(&text), S_OK);
-    EXPECT_FALSE(text);
+    EXPECT_EQ(Source(info), OLESTR("(none)"));
     EXPECT_EQ(info->GetHelpContext(&context), S_OK);
     EXPECT_EQ(context, 0u);
     EXPECT_EQ(info->GetSource(nullptr), E_INVALIDARG);
     EXPECT_EQ(fill->SetGUID(IID_IDispatch), S_OK);
-    EXPECT_EQ(fill->SetSource(Literal(OLESTR("source"))), S_OK);
-    EXPECT_EQ(fill->SetSource(Literal(OLESTR("other source"))), S_OK);
-    EXPECT_EQ(fill->SetHelpFile(Literal(OLESTR("help"))), S_OK);
-    EXPECT_EQ(fill->SetHelpContext(42), S_OK);
+    for (const OLECHAR* source : {OLESTR("source"), OLESTR("other source")}) {
+        EXPECT_EQ(fill->SetSource(Literal(source)), S_OK);
+        EXPECT_EQ(Source(info), source);
+    }
     EXPECT_EQ(info->GetGUID(&guid), S_OK);
     EXPECT_TRUE(guid == IID_IDispatch);
-    EXPECT_EQ(info->GetSource(&text), S_OK);
-    EXPECT_EQ(Text(text), OLESTR("other source"));
-    SysFreeString(text);
     IUnknown *one = nullptr, *two = nullptr;
-    fill->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&one));
-    info->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&two));
+    fill->QueryInterface(IID_PPV_ARGS(&one));
+    info->QueryInterface(IID_PPV_ARGS(&two));
     EXPECT_EQ(one, two);
-    one->Release();
-    two->Release();
-    info->Release();
+    for (IUnknown* reference : {one, two, static_cast<IUnknown*>(info)}) reference->Release();
     EXPECT_EQ(fill->Release(), 0u);
 }
 
@@ -91,21 +88,19 @@ TEST(ErrorInfo, IsHandedOverOnce) {
 TEST(ErrorInfo, BelongsToItsThread) {
     IErrorInfo* info = MakeInfo(OLESTR("shared"));
     SetErrorInfo(0, info);
-    std::vector<std::thread> threads;
-    threads.reserve(4);
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([info] {
+    RunThreads(
+        [](void* shared) {
+            auto* const theirs = static_cast<IErrorInfo*>(shared);
             IErrorInfo* got = nullptr;
             EXPECT_EQ(GetErrorInfo(0, &got), S_FALSE);
             for (int round = 0; round < 200; ++round) {
-                SetErrorInfo(0, info);
-                EXPECT_EQ(TakeDescription(info), OLESTR("shared"));
+                SetErrorInfo(0, theirs);
+                EXPECT_EQ(Source(theirs), OLESTR("shared"));
                 if (round % 2 && GetErrorInfo(0, &got) == S_OK) got->Release();
             }
-            SetErrorInfo(0, info);  // released when the thread ends
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+            SetErrorInfo(0, theirs);  // released when the thread ends
+        },
+        info);
     IErrorInfo* got = nullptr;
     EXPECT_EQ(GetErrorInfo(0, &got), S_OK);
     EXPECT_EQ(got, info);
@@ -113,72 +108,48 @@ TEST(ErrorInfo, BelongsToItsThread) {
     EXPECT_EQ(info->Release(), 0u);
 }
 
-TEST(CriticalSection, EntersAgainAndKeepsOthersOut) {
-    CRITICAL_SECTION section;
-    ASSERT_TRUE(InitializeCriticalSectionAndSpinCount(&section, 100));
-    const auto othersGetIn = [&section] {
-        bool entered = false;
-        std::thread([&] {
-            entered = TryEnterCriticalSection(&section);
-            if (entered) LeaveCriticalSection(&section);
-        }).join();
-        return entered;
-    };
-    EnterCriticalSection(&section);
-    EXPECT_TRUE(TryEnterCriticalSection(&section));
-    LeaveCriticalSection(&section);
-    EXPECT_FALSE(othersGetIn());
-    LeaveCriticalSection(&section);
-    EXPECT_TRUE(othersGetIn());
-    DeleteCriticalSection(&section);
-}
-
-TEST(CriticalSection, CountsWithInterlockedNumbers) {
-    CRITICAL_SECTION section;
-    InitializeCriticalSection(&section);
-    LONG interlocked = 0, added = 0;
-    int guarded = 0;
-    std::vector<std::thread> threads;
-    threads.reserve(4);
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 5000; ++round) {
-                EnterCriticalSection(&section);
-                ++guarded;
-                LeaveCriticalSection(&section);
-                InterlockedIncrement(&interlocked);
-                InterlockedExchangeAdd(&added, 3);
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    DeleteCriticalSection(&section);
-    EXPECT_EQ(guarded, 20000);
-    EXPECT_EQ(interlocked, 20000);
-    EXPECT_EQ(added, 60000);
-    EXPECT_EQ(InterlockedDecrement(&interlocked), 19999);
-    EXPECT_EQ(InterlockedExchange(&interlocked, 5), 19999);
-    EXPECT_EQ(InterlockedCompareExchange(&interlocked, 7, 6), 5);
-    EXPECT_EQ(InterlockedCompareExchange(&interlocked, 7, 5), 5);
-    EXPECT_EQ(interlocked, 7);
-}
-
 TEST(LastError, BelongsToItsThread) {
-    std::atomic<int> step = 0;
-    LONG inThread = 77;
     SetLastError(77);
-    std::thread other([&] {
-        while (step != 1) {}
-        inThread = LastError();
-        SetLastError(5);
-        step = 2;
-    });
-    SetLastError(77);  // starting a thread may change it
-    step = 1;
-    while (step != 2) {}
-    EXPECT_EQ(LastError(), 77);
-    other.join();
-    EXPECT_EQ(inThread, 0);
+    RunThreads(
+        [](void*) {
+            EXPECT_EQ(LastError(), 0);
+            SetLastError(5);
+        },
+        nullptr);
+    EXPECT_NE(LastError(), 5);  // though what starts and joins a thread may change it
+}
+
+struct Shared {
+    CRITICAL_SECTION section;
+    int guarded = 0;
+    LONG interlocked = 0;
+};
+
+TEST(CriticalSection, KeepsOthersOutUntilItIsLeftAsOftenAsEntered) {
+    Shared shared;
+    InitializeCriticalSection(&shared.section);
+    RunThreads(
+        [](void* argument) {
+            auto& all = *static_cast<Shared*>(argument);
+            for (int round = 0; round < 5000; ++round) {
+                EnterCriticalSection(&all.section);
+                EnterCriticalSection(&all.section);
+                LeaveCriticalSection(&all.section);
+                ++all.guarded;
+                LeaveCriticalSection(&all.section);
+                for (int i = 0; i < 2; ++i) InterlockedIncrement(&all.interlocked);
+                InterlockedDecrement(&all.interlocked);
+            }
+        },
+        &shared);
+    DeleteCriticalSection(&shared.section);
+    EXPECT_EQ(shared.guarded, 20000);
+    EXPECT_EQ(shared.interlocked, 20000);
+    EXPECT_EQ(InterlockedDecrement(&shared.interlocked), 19999);
+    EXPECT_EQ(InterlockedIncrement(&shared.interlocked), 20000);
+    EXPECT_EQ(InterlockedCompareExchange(&shared.interlocked, 7, 6), 20000);
+    EXPECT_EQ(InterlockedCompareExchange(&shared.interlocked, 7, 20000), 20000);
+    EXPECT_EQ(shared.interlocked, 7);
 }
 
 }  // namespace

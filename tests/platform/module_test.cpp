@@ -61,20 +61,4 @@ TEST(Module, FileNameOfTheProgram) {
     EXPECT_EQ(LastError(), ERROR_INSUFFICIENT_BUFFER);
 }
 
-TEST(Process, EnvironmentAndTime) {
-    char value[8];
-    EXPECT_EQ(GetEnvironmentVariableA("NO_SUCH_VARIABLE_HERE", value, sizeof value), 0u);
-    EXPECT_EQ(LastError(), ERROR_ENVVAR_NOT_FOUND);
-    const DWORD needed = GetEnvironmentVariableA("PATH", value, 1);
-    std::string path(needed, 'x');
-    ASSERT_GT(needed, 1u);
-    EXPECT_EQ(GetEnvironmentVariableA("PATH", path.data(), needed), needed - 1);
-    EXPECT_EQ(path.find('\0'), needed - 1);
-    const ULONGLONG before = GetTickCount64();
-    Sleep(30);
-    const ULONGLONG passed = GetTickCount64() - before;
-    EXPECT_GE(passed, 15u);
-    EXPECT_LT(passed, 20000u);
-}
-
 }  // namespace

@@ -1,5 +1,5 @@
 // Files where this system shows through: names, other processes, pipes, full devices.
-#include <windows.h>
+#include "tests/platform/last_error.h"
 
 #include <gtest/gtest.h>
 
@@ -8,13 +8,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 
 namespace {
-
-LONG LastError() { return static_cast<LONG>(GetLastError()); }
 
 namespace fs = std::filesystem;
 
@@ -43,8 +43,7 @@ TEST(NativeFiles, FullDevice) {
     const HANDLE full = CreateFileA("/dev/full", GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(full, INVALID_HANDLE_VALUE);
     DWORD count = 77;
-    EXPECT_FALSE(WriteFile(full, "x", 1, &count, nullptr));
-    EXPECT_EQ(LastError(), ERROR_DISK_FULL);
+    EXPECT_EQ(Error(WriteFile(full, "x", 1, &count, nullptr)), ERROR_DISK_FULL);
     EXPECT_EQ(count, 0u);
     CloseHandle(full);
 }
@@ -64,10 +63,10 @@ TEST(NativeFiles, SharingHoldsBetweenProcesses) {
     const HANDLE writer = CreateFileA(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
     ASSERT_NE(writer, INVALID_HANDLE_VALUE);
     const auto open = [&name] {
-        const HANDLE file = CreateFileA(name.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-        return file != INVALID_HANDLE_VALUE ? 0 : static_cast<int>(GetLastError());
+        return Error(CreateFileA(name.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr) !=
+                     INVALID_HANDLE_VALUE);
     };
-    const auto remove = [&name] { return DeleteFileA(name.c_str()) ? 0 : static_cast<int>(GetLastError()); };
+    const auto remove = [&name] { return Error(DeleteFileA(name.c_str())); };
     EXPECT_EQ(InChild(open), ERROR_SHARING_VIOLATION);
     EXPECT_EQ(InChild(remove), ERROR_SHARING_VIOLATION);
     EXPECT_TRUE(CloseHandle(writer));
@@ -101,9 +100,9 @@ TEST(NativeFiles, EndOfAPipeIsAnError) {
     StandardPipe input(0, 0);
     const HANDLE handle = GetStdHandle(STD_INPUT_HANDLE);
     EXPECT_EQ(GetFileType(handle), FILE_TYPE_PIPE);
-    EXPECT_EQ(GetFileSize(handle, nullptr), INVALID_FILE_SIZE);
-    EXPECT_EQ(SetFilePointer(handle, 0, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER);
-    EXPECT_EQ(LastError(), ERROR_SEEK_ON_DEVICE);
+    LARGE_INTEGER number = {};
+    EXPECT_FALSE(GetFileSizeEx(handle, &number));
+    EXPECT_EQ(Error(SetFilePointerEx(handle, number, nullptr, FILE_CURRENT)), ERROR_SEEK_ON_DEVICE);
     ASSERT_EQ(write(input.other, "abc", 3), 3);
     char buffer[8];
     DWORD count = 0;
@@ -111,8 +110,7 @@ TEST(NativeFiles, EndOfAPipeIsAnError) {
     EXPECT_EQ(count, 3u);
     close(input.other);
     EXPECT_TRUE(ReadFile(handle, buffer, 0, &count, nullptr));
-    EXPECT_FALSE(ReadFile(handle, buffer, sizeof buffer, &count, nullptr));
-    EXPECT_EQ(LastError(), ERROR_BROKEN_PIPE);
+    EXPECT_EQ(Error(ReadFile(handle, buffer, sizeof buffer, &count, nullptr)), ERROR_BROKEN_PIPE);
     EXPECT_EQ(count, 0u);
 }
 
@@ -121,9 +119,8 @@ TEST(NativeFiles, NobodyReadsAPipe) {
     close(output.other);
     DWORD count = 77;
     const HANDLE handle = GetStdHandle(STD_ERROR_HANDLE);
-    const BOOL written = WriteFile(handle, "x", 1, &count, nullptr);  // and no signal ends the process
-    EXPECT_FALSE(written);
-    EXPECT_EQ(LastError(), ERROR_NO_DATA);
+    const LONG error = Error(WriteFile(handle, "x", 1, &count, nullptr));  // and no signal ends the process
+    EXPECT_EQ(error, ERROR_NO_DATA);
     EXPECT_EQ(count, 0u);
 }
 
@@ -141,7 +138,7 @@ TEST(NativeFiles, InterruptionsReachTheHandlerAddedLast) {
             SetConsoleCtrlHandler(row.first, TRUE);
             SetConsoleCtrlHandler(row.last, TRUE);
             kill(getpid(), row.signal ? row.signal : SIGINT);
-            Sleep(row.signal ? 10000 : 100);
+            std::this_thread::sleep_for(std::chrono::milliseconds(row.signal ? 10000 : 100));
             _exit(7);
         }
         int status = 0;
