@@ -1,4 +1,4 @@
-// What the narrow and the wide form of a registry call share: text in, text and data out, and no exception beyond the call.
+// What the calls about keys and values share: text in, text and data out, and no exception beyond the call.
 #pragma once
 
 #include <windows.h>
@@ -10,7 +10,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/registry_tree.h"
+#include "platform/registry_handles.h"
+#include "platform/registry_store.h"
 
 namespace platform {
 
@@ -23,6 +24,19 @@ LONG RegistryCall(Work work) noexcept {
     }
 }
 
+// Runs `work` on the handle's own key as it is now.
+template <class Work>
+LONG ReadKey(HKEY handle, REGSAM needed, Work work) {
+    KeyTarget target;
+    const LONG code = OpenKeys::Instance().Resolve(handle, needed, {}, target);
+    if (code != ERROR_SUCCESS) return code;
+    return RegistryStore::Instance().Read([&](RegistryTree& tree) -> LONG {
+        RegistryKey* key = nullptr;
+        const LONG found = target.Find(tree, key);
+        return found == ERROR_SUCCESS ? work(*key) : found;
+    });
+}
+
 // Text of the ANSI code page; what cannot be converted becomes the replacement character.
 std::u16string WideOf(std::string_view text);
 std::string NarrowOf(std::u16string_view text);
@@ -30,25 +44,17 @@ std::string NarrowOf(std::u16string_view text);
 inline std::u16string Argument(LPCWSTR text) { return text ? std::u16string(text) : std::u16string(); }
 inline std::u16string Argument(LPCSTR text) { return text ? WideOf(text) : std::u16string(); }
 
-inline void FormOf(std::u16string_view text, std::u16string& form) { form = text; }
-inline void FormOf(std::u16string_view text, std::string& form) { form = NarrowOf(text); }
-
 // Copies a name with its terminator. `count` is the room in characters, and becomes the length without terminator.
-template <class Char>
-LONG GiveName(std::u16string_view name, Char* buffer, DWORD* count) {
-    std::basic_string<Char> form;
-    FormOf(name, form);
-    if (form.size() >= *count) return ERROR_MORE_DATA;
-    std::memcpy(buffer, form.c_str(), (form.size() + 1) * sizeof(Char));
-    *count = static_cast<DWORD>(form.size());
+inline LONG GiveName(const std::u16string& name, WCHAR* buffer, DWORD* count) {
+    if (name.size() >= *count) return ERROR_MORE_DATA;
+    std::memcpy(buffer, name.c_str(), (name.size() + 1) * sizeof(WCHAR));
+    *count = static_cast<DWORD>(name.size());
     return ERROR_SUCCESS;
 }
 
-// A value's bytes as a call of this character type gives and takes them: narrow calls convert strings.
+// A value's bytes as a call of this character type gives them: narrow calls convert strings.
 template <class Char>
 std::vector<BYTE> DataOut(const RegistryValue& value);
-template <class Char>
-std::vector<BYTE> DataIn(DWORD type, const BYTE* data, DWORD size);
 
 // Copies a value's data. Without a buffer, or with one too small, only the size is told.
 template <class Char>

@@ -1,7 +1,5 @@
 // The registry calls about keys: open, create, delete, enumerate.
 #include "platform/registry_calls.h"
-#include "platform/registry_handles.h"
-#include "platform/registry_store.h"
 #include "platform/wide_text.h"
 
 namespace platform {
@@ -101,91 +99,18 @@ LONG EmptyKey(HKEY handle) {
     return ERROR_SUCCESS;
 }
 
-// Runs `work` on the handle's own key as it is now.
-template <class Work>
-LONG Inspect(HKEY handle, REGSAM needed, Work work) {
-    KeyTarget target;
-    LONG code = OpenKeys::Instance().Resolve(handle, needed, {}, target);
-    if (code != ERROR_SUCCESS) return code;
-    return RegistryStore::Instance().Read([&](RegistryTree& tree) -> LONG {
-        RegistryKey* key = nullptr;
-        const LONG found = target.Find(tree, key);
-        return found == ERROR_SUCCESS ? work(*key) : found;
-    });
-}
-
-template <class Char>
-LONG EnumKey(HKEY handle, DWORD index, Char* name, DWORD* count, Char* keyClass, DWORD* classCount, FILETIME* time) {
-    if (!name || !count || (keyClass && !classCount)) return ERROR_INVALID_PARAMETER;
-    return Inspect(handle, KEY_ENUMERATE_SUB_KEYS, [&](const RegistryKey& key) -> LONG {
+LONG EnumKey(HKEY handle, DWORD index, WCHAR* name, DWORD* count) {
+    if (!name || !count) return ERROR_INVALID_PARAMETER;
+    return ReadKey(handle, KEY_ENUMERATE_SUB_KEYS, [&](const RegistryKey& key) -> LONG {
         if (index >= key.keys.size()) return ERROR_NO_MORE_ITEMS;
-        if (classCount) {  // keys have no class here
-            if (keyClass && *classCount != 0) *keyClass = 0;
-            *classCount = 0;
-        }
-        if (time) *time = RegistryStore::Instance().LastWriteTime();
         return GiveName(std::next(key.keys.begin(), index)->second->name, name, count);
     });
-}
-
-template <class Char>
-LONG QueryInfo(HKEY handle, Char* keyClass, DWORD* classCount, DWORD* subkeys, DWORD* longestSubkey,
-               DWORD* longestClass, DWORD* values, DWORD* longestName, DWORD* longestData, DWORD* descriptor,
-               FILETIME* time) {
-    if (keyClass && !classCount) return ERROR_INVALID_PARAMETER;
-    return Inspect(handle, KEY_QUERY_VALUE, [&](const RegistryKey& key) -> LONG {
-        const auto give = [](DWORD* out, size_t number) {
-            if (out) *out = static_cast<DWORD>(number);
-        };
-        const auto length = [](std::u16string_view text) {
-            std::basic_string<Char> form;
-            FormOf(text, form);
-            return form.size();
-        };
-        size_t longest[3] = {};
-        for (const auto& entry : key.keys) longest[0] = std::max(longest[0], length(entry.second->name));
-        for (const RegistryValue& value : key.values) {
-            longest[1] = std::max(longest[1], length(value.name));
-            longest[2] = std::max(longest[2], DataOut<Char>(value).size());
-        }
-        if (keyClass && *classCount != 0) *keyClass = 0;
-        give(classCount, 0);
-        give(subkeys, key.keys.size());
-        give(longestSubkey, longest[0]);
-        give(longestClass, 0);
-        give(values, key.values.size());
-        give(longestName, longest[1]);
-        give(longestData, longest[2]);
-        give(descriptor, 0);
-        if (time) *time = RegistryStore::Instance().LastWriteTime();
-        return ERROR_SUCCESS;
-    });
-}
-
-template <class Char>
-LONG Create(HKEY parent, const Char* name, DWORD reserved, DWORD options, REGSAM wanted, HKEY* result,
-            DWORD* disposition) noexcept {
-    if (!name) return ERROR_BADKEY;
-    // Keys that go with the last process are not offered.
-    if (reserved != 0 || options != REG_OPTION_NON_VOLATILE || !result) return ERROR_INVALID_PARAMETER;
-    return RegistryCall([&] { return CreateRegistryKey(parent, Argument(name), wanted, result, disposition); });
 }
 
 template <class Char>
 LONG Open(HKEY parent, const Char* name, DWORD options, REGSAM wanted, HKEY* result) noexcept {
     if (options != 0 || !result) return ERROR_INVALID_PARAMETER;
     return RegistryCall([&] { return OpenRegistryKey(parent, Argument(name), wanted, result); });
-}
-
-template <class Char>
-LONG DeleteKey(HKEY parent, const Char* name) noexcept {
-    if (!name) return ERROR_INVALID_PARAMETER;
-    return RegistryCall([&] { return RemoveKey(parent, Argument(name), false); });
-}
-
-template <class Char>
-LONG DeleteTree(HKEY parent, const Char* name) noexcept {
-    return RegistryCall([&] { return name && *name ? RemoveKey(parent, Argument(name), true) : EmptyKey(parent); });
 }
 
 }  // namespace
@@ -195,14 +120,12 @@ LONG WINAPI RegCloseKey(HKEY hKey) {
     return platform::RegistryCall([&] { return platform::OpenKeys::Instance().Close(hKey); });
 }
 
-LONG WINAPI RegCreateKeyExA(HKEY hKey, LPCSTR lpSubKey, DWORD Reserved, LPSTR, DWORD dwOptions, REGSAM samDesired,
-                            LPSECURITY_ATTRIBUTES, PHKEY phkResult, LPDWORD lpdwDisposition) {
-    return platform::Create(hKey, lpSubKey, Reserved, dwOptions, samDesired, phkResult, lpdwDisposition);
-}
-
 LONG WINAPI RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD Reserved, LPWSTR, DWORD dwOptions, REGSAM samDesired,
                             LPSECURITY_ATTRIBUTES, PHKEY phkResult, LPDWORD lpdwDisposition) {
-    return platform::Create(hKey, lpSubKey, Reserved, dwOptions, samDesired, phkResult, lpdwDisposition);
+    if (Reserved != 0 || dwOptions != REG_OPTION_NON_VOLATILE || !phkResult) return ERROR_INVALID_PARAMETER;
+    return platform::RegistryCall([&] {
+        return platform::CreateRegistryKey(hKey, platform::Argument(lpSubKey), samDesired, phkResult, lpdwDisposition);
+    });
 }
 
 LONG WINAPI RegOpenKeyExA(HKEY hKey, LPCSTR lpSubKey, DWORD ulOptions, REGSAM samDesired, PHKEY phkResult) {
@@ -213,46 +136,19 @@ LONG WINAPI RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD ulOptions, REGSAM s
     return platform::Open(hKey, lpSubKey, ulOptions, samDesired, phkResult);
 }
 
-LONG WINAPI RegDeleteKeyA(HKEY hKey, LPCSTR lpSubKey) { return platform::DeleteKey(hKey, lpSubKey); }
-
-LONG WINAPI RegDeleteKeyW(HKEY hKey, LPCWSTR lpSubKey) { return platform::DeleteKey(hKey, lpSubKey); }
-
-LONG WINAPI RegDeleteTreeA(HKEY hKey, LPCSTR lpSubKey) { return platform::DeleteTree(hKey, lpSubKey); }
-
-LONG WINAPI RegDeleteTreeW(HKEY hKey, LPCWSTR lpSubKey) { return platform::DeleteTree(hKey, lpSubKey); }
-
-LONG WINAPI RegEnumKeyExA(HKEY hKey, DWORD dwIndex, LPSTR lpName, LPDWORD lpcchName, LPDWORD lpReserved, LPSTR lpClass,
-                          LPDWORD lpcchClass, PFILETIME lpftLastWriteTime) {
-    if (lpReserved) return ERROR_INVALID_PARAMETER;
-    return platform::RegistryCall(
-        [&] { return platform::EnumKey(hKey, dwIndex, lpName, lpcchName, lpClass, lpcchClass, lpftLastWriteTime); });
+LONG WINAPI RegDeleteKeyW(HKEY hKey, LPCWSTR lpSubKey) {
+    if (!lpSubKey) return ERROR_INVALID_PARAMETER;
+    return platform::RegistryCall([&] { return platform::RemoveKey(hKey, lpSubKey, false); });
 }
 
+LONG WINAPI RegDeleteTreeW(HKEY hKey, LPCWSTR lpSubKey) {
+    return platform::RegistryCall(
+        [&] { return lpSubKey && *lpSubKey ? platform::RemoveKey(hKey, lpSubKey, true) : platform::EmptyKey(hKey); });
+}
+
+// Keys have no class here, and the time of their last change is not told.
 LONG WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD lpReserved,
                           LPWSTR lpClass, LPDWORD lpcchClass, PFILETIME lpftLastWriteTime) {
-    if (lpReserved) return ERROR_INVALID_PARAMETER;
-    return platform::RegistryCall(
-        [&] { return platform::EnumKey(hKey, dwIndex, lpName, lpcchName, lpClass, lpcchClass, lpftLastWriteTime); });
-}
-
-LONG WINAPI RegQueryInfoKeyA(HKEY hKey, LPSTR lpClass, LPDWORD lpcchClass, LPDWORD lpReserved, LPDWORD lpcSubKeys,
-                             LPDWORD lpcbMaxSubKeyLen, LPDWORD lpcbMaxClassLen, LPDWORD lpcValues,
-                             LPDWORD lpcbMaxValueNameLen, LPDWORD lpcbMaxValueLen, LPDWORD lpcbSecurityDescriptor,
-                             PFILETIME lpftLastWriteTime) {
-    if (lpReserved) return ERROR_INVALID_PARAMETER;
-    return platform::RegistryCall([&] {
-        return platform::QueryInfo(hKey, lpClass, lpcchClass, lpcSubKeys, lpcbMaxSubKeyLen, lpcbMaxClassLen, lpcValues,
-                                   lpcbMaxValueNameLen, lpcbMaxValueLen, lpcbSecurityDescriptor, lpftLastWriteTime);
-    });
-}
-
-LONG WINAPI RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, LPDWORD lpcchClass, LPDWORD lpReserved, LPDWORD lpcSubKeys,
-                             LPDWORD lpcbMaxSubKeyLen, LPDWORD lpcbMaxClassLen, LPDWORD lpcValues,
-                             LPDWORD lpcbMaxValueNameLen, LPDWORD lpcbMaxValueLen, LPDWORD lpcbSecurityDescriptor,
-                             PFILETIME lpftLastWriteTime) {
-    if (lpReserved) return ERROR_INVALID_PARAMETER;
-    return platform::RegistryCall([&] {
-        return platform::QueryInfo(hKey, lpClass, lpcchClass, lpcSubKeys, lpcbMaxSubKeyLen, lpcbMaxClassLen, lpcValues,
-                                   lpcbMaxValueNameLen, lpcbMaxValueLen, lpcbSecurityDescriptor, lpftLastWriteTime);
-    });
+    if (lpReserved || lpClass || lpcchClass || lpftLastWriteTime) return ERROR_INVALID_PARAMETER;
+    return platform::RegistryCall([&] { return platform::EnumKey(hKey, dwIndex, lpName, lpcchName); });
 }

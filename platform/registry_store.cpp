@@ -95,12 +95,6 @@ RegistryStore& RegistryStore::Instance() {
     return *store;
 }
 
-FILETIME RegistryStore::LastWriteTime() const {
-    constexpr LONGLONG kSecondsFrom1601To1970 = 11644473600;
-    const LONGLONG ticks = (state_.st_mtim.tv_sec + kSecondsFrom1601To1970) * 10000000 + state_.st_mtim.tv_nsec / 100;
-    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-}
-
 LONG RegistryStore::Refresh() {
     std::string name = RegistryFileName();
     if (name.empty()) return ERROR_PATH_NOT_FOUND;

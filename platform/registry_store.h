@@ -45,8 +45,6 @@ public:
         return code;
     }
 
-    FILETIME LastWriteTime() const;
-
 private:
     // Keeps other processes' writers out, by a lock on a file beside the registry. Creates missing folders.
     class WriterTurn {

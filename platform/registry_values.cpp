@@ -37,21 +37,6 @@ std::vector<BYTE> DataOut<CHAR>(const RegistryValue& value) {
     return {narrow.begin(), narrow.end()};
 }
 
-template <>
-std::vector<BYTE> DataIn<WCHAR>(DWORD, const BYTE* data, DWORD size) {
-    return size == 0 ? std::vector<BYTE>() : std::vector<BYTE>(data, data + size);
-}
-
-template <>
-std::vector<BYTE> DataIn<CHAR>(DWORD type, const BYTE* data, DWORD size) {
-    RegistryValue value;
-    value.type = type;
-    if (!value.IsText()) return DataIn<WCHAR>(type, data, size);
-    const std::u16string text = WideOf({reinterpret_cast<const char*>(data), size});
-    const auto* const bytes = reinterpret_cast<const BYTE*>(text.data());
-    return {bytes, bytes + text.size() * sizeof(WCHAR)};
-}
-
 namespace {
 
 template <class Work>
@@ -63,18 +48,6 @@ LONG ChangeKey(HKEY handle, Work work) {
         RegistryKey* key = nullptr;
         const LONG found = target.Find(tree, key);
         return found == ERROR_SUCCESS ? work(*key, changed) : found;
-    });
-}
-
-template <class Work>
-LONG ReadKey(HKEY handle, Work work) {
-    KeyTarget target;
-    const LONG code = OpenKeys::Instance().Resolve(handle, KEY_QUERY_VALUE, {}, target);
-    if (code != ERROR_SUCCESS) return code;
-    return RegistryStore::Instance().Read([&](RegistryTree& tree) -> LONG {
-        RegistryKey* key = nullptr;
-        const LONG found = target.Find(tree, key);
-        return found == ERROR_SUCCESS ? work(*key) : found;
     });
 }
 
@@ -96,29 +69,25 @@ LONG StoreValue(HKEY handle, RegistryValue value) {
 }
 
 template <class Char>
-LONG SetValue(HKEY handle, const Char* name, DWORD type, const BYTE* data, DWORD size) noexcept {
-    if ((!data && size != 0) || size > kMaxValueSize) return ERROR_INVALID_PARAMETER;
-    return RegistryCall([&] { return StoreValue(handle, {Argument(name), type, DataIn<Char>(type, data, size)}); });
-}
-
-template <class Char>
 LONG QueryValue(HKEY handle, const Char* name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size) noexcept {
     if (reserved || (data && !size)) return ERROR_INVALID_PARAMETER;
     return RegistryCall([&] {
         const std::u16string wanted = Argument(name);
-        return ReadKey(handle, [&](RegistryKey& key) -> LONG {
+        return ReadKey(handle, KEY_QUERY_VALUE, [&](RegistryKey& key) -> LONG {
             const RegistryValue* const value = key.FindValue(wanted);
             return value ? GiveData<Char>(*value, type, data, size) : ERROR_FILE_NOT_FOUND;
         });
     });
 }
 
-template <class Char>
-LONG DeleteValue(HKEY handle, const Char* name) noexcept {
-    return RegistryCall([&] {
-        const std::u16string wanted = Argument(name);
-        return ChangeKey(handle, [&](RegistryKey& key, bool& changed) -> LONG {
-            RegistryValue* const value = key.FindValue(wanted);
+}  // namespace
+}  // namespace platform
+
+LONG WINAPI RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName) {
+    return platform::RegistryCall([&] {
+        const std::u16string wanted = platform::Argument(lpValueName);
+        return platform::ChangeKey(hKey, [&](platform::RegistryKey& key, bool& changed) -> LONG {
+            platform::RegistryValue* const value = key.FindValue(wanted);
             if (!value) return ERROR_FILE_NOT_FOUND;
             key.values.erase(key.values.begin() + (value - key.values.data()));
             changed = true;
@@ -127,34 +96,17 @@ LONG DeleteValue(HKEY handle, const Char* name) noexcept {
     });
 }
 
-template <class Char>
-LONG EnumValue(HKEY handle, DWORD index, Char* name, DWORD* count, DWORD* reserved, DWORD* type, BYTE* data,
-               DWORD* size) noexcept {
-    if (reserved || !name || !count || (data && !size)) return ERROR_INVALID_PARAMETER;
-    return RegistryCall([&] {
-        return ReadKey(handle, [&](RegistryKey& key) -> LONG {
-            if (index >= key.values.size()) return ERROR_NO_MORE_ITEMS;
-            if (const LONG code = GiveName(key.values[index].name, name, count); code != ERROR_SUCCESS) return code;
-            return GiveData<Char>(key.values[index], type, data, size);
-        });
-    });
-}
-
-}  // namespace
-}  // namespace platform
-
-LONG WINAPI RegDeleteValueA(HKEY hKey, LPCSTR lpValueName) { return platform::DeleteValue(hKey, lpValueName); }
-
-LONG WINAPI RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName) { return platform::DeleteValue(hKey, lpValueName); }
-
-LONG WINAPI RegEnumValueA(HKEY hKey, DWORD dwIndex, LPSTR lpValueName, LPDWORD lpcchValueName, LPDWORD lpReserved,
-                          LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData) {
-    return platform::EnumValue(hKey, dwIndex, lpValueName, lpcchValueName, lpReserved, lpType, lpData, lpcbData);
-}
-
 LONG WINAPI RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWORD lpcchValueName, LPDWORD lpReserved,
                           LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData) {
-    return platform::EnumValue(hKey, dwIndex, lpValueName, lpcchValueName, lpReserved, lpType, lpData, lpcbData);
+    if (lpReserved || !lpValueName || !lpcchValueName || (lpData && !lpcbData)) return ERROR_INVALID_PARAMETER;
+    return platform::RegistryCall([&] {
+        return platform::ReadKey(hKey, KEY_QUERY_VALUE, [&](platform::RegistryKey& key) -> LONG {
+            if (dwIndex >= key.values.size()) return ERROR_NO_MORE_ITEMS;
+            const platform::RegistryValue& value = key.values[dwIndex];
+            const LONG code = platform::GiveName(value.name, lpValueName, lpcchValueName);
+            return code == ERROR_SUCCESS ? platform::GiveData<WCHAR>(value, lpType, lpData, lpcbData) : code;
+        });
+    });
 }
 
 LONG WINAPI RegQueryValueExA(HKEY hKey, LPCSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData,
@@ -167,10 +119,9 @@ LONG WINAPI RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved,
     return platform::QueryValue(hKey, lpValueName, lpReserved, lpType, lpData, lpcbData);
 }
 
-LONG WINAPI RegSetValueExA(HKEY hKey, LPCSTR lpValueName, DWORD, DWORD dwType, CONST BYTE* lpData, DWORD cbData) {
-    return platform::SetValue(hKey, lpValueName, dwType, lpData, cbData);
-}
-
 LONG WINAPI RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD, DWORD dwType, CONST BYTE* lpData, DWORD cbData) {
-    return platform::SetValue(hKey, lpValueName, dwType, lpData, cbData);
+    if ((!lpData && cbData != 0) || cbData > platform::kMaxValueSize) return ERROR_INVALID_PARAMETER;
+    return platform::RegistryCall([&] {
+        return platform::StoreValue(hKey, {platform::Argument(lpValueName), dwType, {lpData, lpData + cbData}});
+    });
 }

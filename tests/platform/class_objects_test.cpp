@@ -10,48 +10,33 @@
 
 namespace {
 
+using probe::InBraces;
+using probe::SetText;
 using probe::Text;
+
+const std::string kClasses = "CLSID\\";
 
 constexpr GUID kOther = {0x583a3514, 0x73f0, 0x4318, {0xb5, 0xa6, 0x3f, 0xea, 0x8a, 0x72, 0x6a, 0xe6}};
 
-Text InBraces(REFGUID guid) {
-    OLECHAR text[39];
-    StringFromGUID2(guid, text, 39);
-    return text;
-}
-
-void Register(const Text& key, const Text& value, const OLECHAR* valueName = nullptr) {
-    HKEY opened = nullptr;
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &opened, nullptr),
-              0);
-    EXPECT_EQ(RegSetValueExW(opened, valueName, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
-                             static_cast<DWORD>((value.size() + 1) * sizeof(OLECHAR))),
-              0);
-    RegCloseKey(opened);
-}
-
-bool IsLoaded() { return GetModuleHandleW(probe::Beside("probe_module.dll").c_str()) != nullptr; }
+bool IsLoaded() { return GetModuleHandleA("probe_module.dll") != nullptr; }
 
 class ClassObjects : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_EQ(CoInitialize(nullptr), S_OK);
-        Register(server_, probe::Beside("probe_module.dll"));
+        SetText(server_, probe::Narrow(probe::Beside("probe_module.dll")));
         for (const GUID& clsid : {probe::kClass, kOther}) {
             // Any thread may create: otherwise creation is handed to a thread that waits for the others here.
-            Register(OLESTR("CLSID\\") + InBraces(clsid) + OLESTR("\\InprocServer32"), OLESTR("Both"),
-                     OLESTR("ThreadingModel"));
+            SetText(kClasses + InBraces(clsid) + "\\InprocServer32", "Both", "ThreadingModel");
         }
     }
     void TearDown() override {
         CoFreeUnusedLibraries();
         CoUninitialize();
         for (const GUID& clsid : {probe::kClass, kOther}) {
-            RegDeleteTreeW(HKEY_CLASSES_ROOT, (OLESTR("CLSID\\") + InBraces(clsid)).c_str());
+            probe::DeleteTree(HKEY_CLASSES_ROOT, kClasses + InBraces(clsid));
         }
-        for (const OLECHAR* name : {OLESTR("Probe.Test.1"), OLESTR("Probe.Bad")}) {
-            RegDeleteTreeW(HKEY_CLASSES_ROOT, name);
-        }
+        for (const char* name : {"Probe.Test.1", "Probe.Bad"}) probe::DeleteTree(HKEY_CLASSES_ROOT, name);
     }
 
     static HRESULT Create(REFCLSID clsid, DWORD context = CLSCTX_INPROC_SERVER, IUnknown* outer = nullptr) {
@@ -62,7 +47,7 @@ protected:
         return hr;
     }
 
-    const Text server_ = OLESTR("CLSID\\") + InBraces(probe::kClass) + OLESTR("\\InprocServer32");
+    const std::string server_ = kClasses + InBraces(probe::kClass) + "\\InprocServer32";
 };
 
 TEST_F(ClassObjects, InitializationCounts) {
@@ -85,22 +70,10 @@ TEST_F(ClassObjects, InitializationCounts) {
 }
 
 TEST_F(ClassObjects, WhatCanBeWrong) {
-    const Text other = OLESTR("CLSID\\") + InBraces(kOther);
-    const struct {
-        const char* name;
-        Text key;
-        Text value;
-        HRESULT code;
-    } steps[] = {
-        {"server without a name", other, OLESTR("a class"), REGDB_E_CLASSNOTREG},
-        {"server that does not know the class", other + OLESTR("\\InprocServer32"), probe::Beside("probe_module.dll"),
-         CLASS_E_CLASSNOTAVAILABLE},
-    };
-    for (const auto& step : steps) {
-        SCOPED_TRACE(step.name);
-        Register(step.key, step.value);
-        EXPECT_EQ(static_cast<DWORD>(Create(kOther)), static_cast<DWORD>(step.code));
-    }
+    SetText(kClasses + InBraces(kOther), "a class");
+    EXPECT_EQ(Create(kOther), REGDB_E_CLASSNOTREG) << "server without a name";
+    SetText(kClasses + InBraces(kOther) + "\\InprocServer32", probe::Narrow(probe::Beside("probe_module.dll")));
+    EXPECT_EQ(Create(kOther), CLASS_E_CLASSNOTAVAILABLE) << "server that does not know the class";
 }
 
 TEST_F(ClassObjects, Arguments) {
@@ -122,7 +95,7 @@ TEST_F(ClassObjects, NoServerOfTheKindAskedFor) {
 TEST_F(ClassObjects, ServerStaysWhileItIsUsed) {
     // A server that any thread may use is kept for some minutes by the real library; one for a single thread is not.
     HKEY key = nullptr;
-    ASSERT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, server_.c_str(), 0, KEY_SET_VALUE, &key), ERROR_SUCCESS);
+    ASSERT_EQ(probe::OpenKey(HKEY_CLASSES_ROOT, server_, &key, KEY_SET_VALUE), ERROR_SUCCESS);
     EXPECT_EQ(RegDeleteValueW(key, OLESTR("ThreadingModel")), ERROR_SUCCESS);
     RegCloseKey(key);
     IClassFactory* factory = nullptr;
@@ -156,10 +129,10 @@ TEST_F(ClassObjects, ManyThreads) {
 }
 
 TEST_F(ClassObjects, Names) {
-    const Text id = InBraces(probe::kClass);
-    Register(OLESTR("Probe.Test.1\\CLSID"), id);
-    Register(OLESTR("Probe.Bad\\CLSID"), OLESTR("{not an identifier}"));
-    Register(OLESTR("CLSID\\") + id + OLESTR("\\ProgID"), OLESTR("Probe.Test.1"));
+    const std::string id = InBraces(probe::kClass);
+    SetText("Probe.Test.1\\CLSID", id);
+    SetText("Probe.Bad\\CLSID", "{not an identifier}");
+    SetText(kClasses + id + "\\ProgID", "Probe.Test.1");
     const struct {
         const OLECHAR* name;
         HRESULT code;

@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <string>
 
-namespace probe {
+#include "tests/platform/registry_access.h"
 
-using Text = std::basic_string<OLECHAR>;
+namespace probe {
 
 constexpr GUID kLibrary = {0x12d7ccf8, 0x2904, 0x41a3, {0xac, 0x11, 0x12, 0x98, 0x08, 0x9b, 0x49, 0x3d}};
 constexpr GUID kColours = {0xf3ec6c08, 0x3b2d, 0x42ae, {0xa9, 0x59, 0x0b, 0xcc, 0x42, 0xc0, 0xc8, 0x99}};
@@ -47,12 +47,6 @@ struct DProbe : public IDispatch {
     virtual HRESULT STDMETHODCALLTYPE AboutBox() = 0;
     virtual HRESULT STDMETHODCALLTYPE Unnumbered() = 0;
 };
-
-inline std::string Narrow(const OLECHAR* text, size_t size) {
-    std::string narrow;
-    for (size_t i = 0; i < size; ++i) narrow += text[i] < 0x80 ? static_cast<char>(text[i]) : '?';
-    return narrow;
-}
 
 inline std::string Show(BSTR text) { return text ? '"' + Narrow(text, SysStringLen(text)) + '"' : "null"; }
 

@@ -1,43 +1,25 @@
 // Registry calls: keys and values by name and number, sizes, rights, result codes.
-#include <windows.h>
+#include "tests/platform/registry_access.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <map>
 #include <string>
 #include <utility>
 
 namespace {
 
+using namespace probe;
+
 class Registry : public testing::Test {
 protected:
     void SetUp() override {
-        RegDeleteTreeA(HKEY_CURRENT_USER, kFolder);
-        ASSERT_EQ(Create(HKEY_CURRENT_USER, kFolder, &key_), ERROR_SUCCESS);
+        DeleteTree(HKEY_CURRENT_USER, kFolder);
+        ASSERT_EQ(CreateKey(HKEY_CURRENT_USER, kFolder, &key_), ERROR_SUCCESS);
     }
     void TearDown() override {
         RegCloseKey(key_);
-        RegDeleteTreeA(HKEY_CURRENT_USER, kFolder);
-    }
-
-    static LONG Create(HKEY parent, const char* name, HKEY* key, DWORD* disposition = nullptr) {
-        return RegCreateKeyExA(parent, name, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key, disposition);
-    }
-    void Add(const char* name) const {
-        HKEY key = nullptr;
-        ASSERT_EQ(Create(key_, name, &key), ERROR_SUCCESS);
-        EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
-    }
-    LONG Set(const char* name, DWORD type, const std::string& data) const {
-        return RegSetValueExA(key_, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                              static_cast<DWORD>(data.size()));
-    }
-    bool Has(const char* name) const {
-        HKEY key = nullptr;
-        const bool found = RegOpenKeyExA(key_, name, 0, KEY_READ, &key) == ERROR_SUCCESS;
-        if (found) RegCloseKey(key);
-        return found;
+        DeleteTree(HKEY_CURRENT_USER, kFolder);
     }
 
     static constexpr const char* kFolder = "Software\\StandInTest";
@@ -45,83 +27,57 @@ protected:
 };
 
 TEST_F(Registry, KeysAreCreatedOnceAndFoundInAnyCase) {
-    HKEY key = nullptr;
-    DWORD disposition = 0;
-    ASSERT_EQ(Create(key_, "One\\Two", &key, &disposition), ERROR_SUCCESS);
-    EXPECT_EQ(disposition, static_cast<DWORD>(REG_CREATED_NEW_KEY));
-    RegCloseKey(key);
-    ASSERT_EQ(Create(key_, "ONE\\two", &key, &disposition), ERROR_SUCCESS);
-    EXPECT_EQ(disposition, static_cast<DWORD>(REG_OPENED_EXISTING_KEY));
-    RegCloseKey(key);
-    EXPECT_TRUE(Has("one\\TWO"));
-    EXPECT_FALSE(Has("One\\Three"));
-    EXPECT_EQ(RegOpenKeyExA(key_, "None", 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
-    char name[20];
-    DWORD size = sizeof name;
-    ASSERT_EQ(RegEnumKeyExA(key_, 0, name, &size, nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
-    EXPECT_STREQ(name, "One") << "as first written";
-    EXPECT_EQ(size, 3u);
+    const struct {
+        const char* name;
+        DWORD disposition;
+    } rows[] = {{"b\\Two", REG_CREATED_NEW_KEY},
+                {"B\\two", REG_OPENED_EXISTING_KEY},
+                {"C", REG_CREATED_NEW_KEY},
+                {"a", REG_CREATED_NEW_KEY}};
+    for (const auto& row : rows) {
+        DWORD disposition = 0;
+        ASSERT_EQ(CreateKey(key_, row.name, nullptr, &disposition), ERROR_SUCCESS);
+        EXPECT_EQ(disposition, row.disposition);
+    }
+    EXPECT_EQ(OpenKey(key_, "B\\TWO"), ERROR_SUCCESS);
+    EXPECT_EQ(OpenKey(key_, "b\\Three"), ERROR_FILE_NOT_FOUND);
+    HKEY narrow = nullptr;
+    EXPECT_EQ(RegOpenKeyExA(key_, "B\\tWO", 0, KEY_READ, &narrow), ERROR_SUCCESS);
+    RegCloseKey(narrow);
+    std::string names;
+    WCHAR name[16];
+    LONG code = ERROR_SUCCESS;
+    for (DWORD index = 0, size = 16; code == ERROR_SUCCESS; ++index, size = 16) {
+        code = RegEnumKeyExW(key_, index, name, &size, nullptr, nullptr, nullptr, nullptr);
+        if (code == ERROR_SUCCESS) names += Narrow(name, size);
+    }
+    EXPECT_EQ(code, ERROR_NO_MORE_ITEMS);
+    EXPECT_EQ(names, "abC") << "in order, as first written";
+    DWORD small = 1;
+    EXPECT_EQ(RegEnumKeyExW(key_, 0, name, &small, nullptr, nullptr, nullptr, nullptr), ERROR_MORE_DATA);
 }
 
 TEST_F(Registry, Deleting) {
-    Add("Tree\\Leaf");
-    Add("Other");
-    EXPECT_EQ(RegDeleteKeyA(key_, "Tree"), ERROR_ACCESS_DENIED) << "it has a key below it";
-    EXPECT_EQ(RegDeleteKeyA(key_, "None"), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(RegDeleteTreeA(key_, "None"), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(CreateKey(key_, "Other"), ERROR_SUCCESS);
     HKEY leaf = nullptr;
-    ASSERT_EQ(Create(key_, "Tree\\Leaf", &leaf), ERROR_SUCCESS);
-    EXPECT_EQ(RegDeleteTreeA(key_, "Tree"), ERROR_SUCCESS);
-    EXPECT_FALSE(Has("Tree"));
-    HKEY below = nullptr;
+    ASSERT_EQ(CreateKey(key_, "Tree\\Leaf", &leaf), ERROR_SUCCESS);
+    EXPECT_EQ(RegDeleteKeyW(key_, OLESTR("Tree")), ERROR_ACCESS_DENIED) << "it has a key below it";
+    EXPECT_EQ(RegDeleteKeyW(key_, OLESTR("None")), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(DeleteTree(key_, "None"), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(DeleteTree(key_, "Tree"), ERROR_SUCCESS);
+    EXPECT_EQ(OpenKey(key_, "Tree"), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(RegDeleteKeyW(key_, OLESTR("Other")), ERROR_SUCCESS);
+    EXPECT_EQ(OpenKey(key_, "Other"), ERROR_FILE_NOT_FOUND);
     DWORD type = 0;
-    EXPECT_EQ(RegQueryValueExA(leaf, "a", nullptr, &type, nullptr, nullptr), ERROR_KEY_DELETED);
-    EXPECT_EQ(Create(leaf, "Below", &below), ERROR_KEY_DELETED);
-    Add("Tree\\Leaf");
-    EXPECT_EQ(RegQueryValueExA(leaf, "a", nullptr, &type, nullptr, nullptr), ERROR_KEY_DELETED)
+    EXPECT_EQ(CreateKey(leaf, "Below"), ERROR_KEY_DELETED);
+    EXPECT_EQ(CreateKey(key_, "Tree\\Leaf"), ERROR_SUCCESS);
+    EXPECT_EQ(RegQueryValueExW(leaf, OLESTR("a"), nullptr, &type, nullptr, nullptr), ERROR_KEY_DELETED)
         << "the new one is another";
     EXPECT_EQ(RegCloseKey(leaf), ERROR_SUCCESS);
-    Set("value", REG_SZ, "v");
-    EXPECT_EQ(RegDeleteTreeA(key_, nullptr), ERROR_SUCCESS);
-    DWORD keys = 9;
-    DWORD values = 9;
-    EXPECT_EQ(RegQueryInfoKeyA(key_, nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values, nullptr, nullptr,
-                               nullptr, nullptr),
-              ERROR_SUCCESS);
-    EXPECT_EQ(keys + values, 0u);
-}
-
-TEST_F(Registry, Enumeration) {
-    for (const char* name : {"b", "C", "a"}) Add(name);
-    std::string names;
-    char name[16];
-    DWORD index = 0;
-    for (;; ++index) {
-        DWORD size = sizeof name;
-        const LONG code = RegEnumKeyExA(key_, index, name, &size, nullptr, nullptr, nullptr, nullptr);
-        if (code == ERROR_NO_MORE_ITEMS) break;
-        ASSERT_EQ(code, ERROR_SUCCESS);
-        names += name;
-    }
-    EXPECT_EQ(names, "abC");
-    DWORD small = 1;
-    EXPECT_EQ(RegEnumKeyExA(key_, 0, name, &small, nullptr, nullptr, nullptr, nullptr), ERROR_MORE_DATA);
-
-    Set("text", REG_SZ, std::string("hello", 6));
-    Set("", REG_DWORD, std::string("\x01\0\0\0", 4));
-    std::map<std::string, std::pair<DWORD, DWORD>> found;  // type and size; the order is nobody's business
-    for (index = 0;; ++index) {
-        DWORD size = sizeof name;
-        DWORD type = 0;
-        BYTE data[16];
-        DWORD room = sizeof data;
-        const LONG code = RegEnumValueA(key_, index, name, &size, nullptr, &type, data, &room);
-        if (code == ERROR_NO_MORE_ITEMS) break;
-        ASSERT_EQ(code, ERROR_SUCCESS);
-        EXPECT_EQ(size, strlen(name));
-        found[name] = {type, room};
-    }
-    EXPECT_EQ(found, (std::map<std::string, std::pair<DWORD, DWORD>>{{"", {REG_DWORD, 4}}, {"text", {REG_SZ, 6}}}));
+    SetValue(key_, "value", REG_SZ, Bytes("v"));
+    EXPECT_EQ(RegDeleteTreeW(key_, nullptr), ERROR_SUCCESS) << "what is in it, not the key itself";
+    EXPECT_EQ(OpenKey(key_, "Tree"), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(RegQueryValueExW(key_, OLESTR("value"), nullptr, nullptr, nullptr, nullptr), ERROR_FILE_NOT_FOUND);
 }
 
 TEST_F(Registry, DataComesBackAsItWasSet) {
@@ -130,61 +86,78 @@ TEST_F(Registry, DataComesBackAsItWasSet) {
         DWORD type;
         std::string data;
     } rows[] = {
-        {"string", REG_SZ, std::string("some \"quoted\\ text", 19)},
-        {"lines", REG_SZ, std::string("a\r\nb\t", 6)},
-        {"empty string", REG_SZ, std::string(1, '\0')},
+        {"string", REG_SZ, Bytes("some \"quoted\\ text")},
+        {"lines", REG_SZ, Bytes("a\r\nb\t")},
+        {"empty string", REG_SZ, Bytes("")},
+        {"no terminator", REG_SZ, std::string("a\0b\0", 4)},
         {"number", REG_DWORD, std::string("\x78\x56\x34\x12", 4)},
         {"bytes", REG_BINARY, std::string(100, '\xEE')},
         {"no bytes", REG_BINARY, {}},
-        {"strings", REG_MULTI_SZ, std::string("a\0b\0\0", 5)},
+        {"strings", REG_MULTI_SZ, Bytes("a") + Bytes("b") + Bytes("")},
         {"other", 77, "xyz"},
-        {"[name] = \"odd\"", REG_SZ, std::string("x", 2)},
-        {"", REG_SZ, std::string("default", 8)},
+        {"[name] = \"odd\"", REG_SZ, Bytes("x")},
+        {"", REG_SZ, Bytes("default")},
     };
-    for (const auto& row : rows) ASSERT_EQ(Set(row.name, row.type, row.data), ERROR_SUCCESS) << row.name;
+    using Found = std::map<std::string, std::pair<DWORD, std::string>>;  // the order is nobody's business
+    Found expected, found;
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        DWORD type = 0;
-        DWORD size = 0;
-        ASSERT_EQ(RegQueryValueExA(key_, row.name, nullptr, &type, nullptr, &size), ERROR_SUCCESS);
-        EXPECT_EQ(type, row.type);
-        ASSERT_EQ(size, row.data.size());
-        std::string data(size, 'x');
-        ASSERT_EQ(RegQueryValueExA(key_, row.name, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()), &size),
-                  ERROR_SUCCESS);
-        EXPECT_EQ(data, row.data);
-        EXPECT_EQ(RegDeleteValueA(key_, row.name), ERROR_SUCCESS);
-        EXPECT_EQ(RegDeleteValueA(key_, row.name), ERROR_FILE_NOT_FOUND);
+        ASSERT_EQ(SetValue(key_, row.name, row.type, row.data), ERROR_SUCCESS) << row.name;
+        expected[row.name] = {row.type, row.data};
+    }
+    for (DWORD index = 0;; ++index) {
+        WCHAR name[32];
+        BYTE data[128];
+        DWORD size = 32, type = 0, room = sizeof data;
+        const LONG code = RegEnumValueW(key_, index, name, &size, nullptr, &type, data, &room);
+        if (code == ERROR_NO_MORE_ITEMS) break;
+        ASSERT_EQ(code, ERROR_SUCCESS);
+        found[Narrow(name, size)] = {type, {reinterpret_cast<char*>(data), room}};
+    }
+    EXPECT_EQ(found, expected);
+    for (const auto& row : rows) {
+        const Text name = Wide(row.name);
+        EXPECT_EQ(RegDeleteValueW(key_, name.c_str()), ERROR_SUCCESS) << row.name;
+        EXPECT_EQ(RegDeleteValueW(key_, name.c_str()), ERROR_FILE_NOT_FOUND) << row.name;
     }
 }
 
 TEST_F(Registry, RoomForData) {
-    Set("value", REG_SZ, std::string("hello", 6));
-    BYTE data[8] = {};
-    DWORD size = 3;
-    EXPECT_EQ(RegQueryValueExA(key_, "VALUE", nullptr, nullptr, data, &size), ERROR_MORE_DATA);
-    EXPECT_EQ(size, 6u);
+    SetValue(key_, "value", REG_SZ, Bytes("hello"));
+    BYTE data[16] = {};
+    DWORD type = 0;
+    const struct {
+        const char* name;
+        BYTE* data;
+        DWORD room;
+        LONG code;
+        DWORD size;
+    } rows[] = {{"VALUE", data, 3, ERROR_MORE_DATA, 6},
+                {"value", nullptr, 0, ERROR_SUCCESS, 6},
+                {"value", data, 6, ERROR_SUCCESS, 6},
+                {"none", data, 6, ERROR_FILE_NOT_FOUND, 6}};
+    for (const auto& row : rows) {
+        DWORD size = row.room;
+        EXPECT_EQ(RegQueryValueExA(key_, row.name, nullptr, &type, row.data, &size), row.code);
+        EXPECT_EQ(size, row.size);
+    }
+    EXPECT_EQ(type, DWORD{REG_SZ});
+    EXPECT_STREQ(reinterpret_cast<char*>(data), "hello");
     EXPECT_EQ(RegQueryValueExA(key_, "value", nullptr, nullptr, data, nullptr), ERROR_INVALID_PARAMETER);
     EXPECT_EQ(RegQueryValueExA(key_, "value", nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
-    EXPECT_EQ(RegQueryValueExA(key_, "none", nullptr, nullptr, nullptr, nullptr), ERROR_FILE_NOT_FOUND);
-    WCHAR wide[8] = {};
-    size = sizeof wide;
-    const WCHAR name[] = {'v', 'a', 'l', 'u', 'e', 0};
-    EXPECT_EQ(RegQueryValueExW(key_, name, nullptr, nullptr, reinterpret_cast<BYTE*>(wide), &size), ERROR_SUCCESS);
-    EXPECT_EQ(size, 12u) << "a narrow string is kept wide";
-    EXPECT_EQ(wide[4], static_cast<WCHAR>('o'));
+    DWORD size = sizeof data;
+    EXPECT_EQ(RegQueryValueExW(key_, OLESTR("value"), nullptr, nullptr, data, &size), ERROR_SUCCESS);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(data), size), Bytes("hello"));
 }
 
 TEST_F(Registry, Rights) {
-    Add("Below");
+    EXPECT_EQ(CreateKey(key_, "Below"), ERROR_SUCCESS);
     HKEY reader = nullptr;
-    ASSERT_EQ(RegOpenKeyExA(key_, "Below", 0, KEY_QUERY_VALUE, &reader), ERROR_SUCCESS);
-    const BYTE data[2] = {};
-    char name[4];
-    DWORD size = sizeof name;
-    EXPECT_EQ(RegSetValueExA(reader, "a", 0, REG_BINARY, data, 2), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(RegDeleteValueA(reader, "a"), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(RegEnumKeyExA(reader, 0, name, &size, nullptr, nullptr, nullptr, nullptr), ERROR_ACCESS_DENIED);
+    ASSERT_EQ(OpenKey(key_, "Below", &reader, KEY_QUERY_VALUE), ERROR_SUCCESS);
+    WCHAR name[4];
+    DWORD size = 4;
+    EXPECT_EQ(SetValue(reader, "a", REG_BINARY, "xy"), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(RegDeleteValueW(reader, OLESTR("a")), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(RegEnumKeyExW(reader, 0, name, &size, nullptr, nullptr, nullptr, nullptr), ERROR_ACCESS_DENIED);
     EXPECT_EQ(RegCloseKey(reader), ERROR_SUCCESS);
     EXPECT_EQ(RegCloseKey(reader), ERROR_INVALID_HANDLE);
     EXPECT_EQ(RegQueryValueExA(reader, "a", nullptr, nullptr, nullptr, nullptr), ERROR_INVALID_HANDLE);

@@ -7,6 +7,8 @@
 
 namespace {
 
+using probe::GetText;
+using probe::InBraces;
 using probe::Show;
 using probe::Text;
 
@@ -256,43 +258,31 @@ TEST_F(TypeInfo, Loading) {
     EXPECT_EQ(LoadTypeLib(file_.c_str(), nullptr), E_INVALIDARG);
 }
 
-std::string ValueOf(const Text& key, const OLECHAR* name = nullptr) {
-    HKEY opened = nullptr;
-    OLECHAR text[512] = {};
-    DWORD size = sizeof text - sizeof(OLECHAR);
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return "no key";
-    const LONG code = RegQueryValueExW(opened, name, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size);
-    RegCloseKey(opened);
-    return code == ERROR_SUCCESS ? probe::Narrow(text, Text(text).size()) : "no value";
-}
-
-Text InBraces(REFGUID guid) {
-    OLECHAR text[39];
-    StringFromGUID2(guid, text, 39);
-    return text;
-}
-
 TEST_F(TypeInfo, Registration) {
     constexpr SYSKIND kSystem = sizeof(void*) == 8 ? SYS_WIN64 : SYS_WIN32;
-    const Text version = OLESTR("TypeLib\\") + InBraces(probe::kLibrary) + OLESTR("\\2.3");
-    const Text face = OLESTR("Interface\\") + InBraces(probe::kDual);
-    const Text file = sizeof(void*) == 8 ? OLESTR("\\409\\win64") : OLESTR("\\409\\win32");
+    const std::string id = InBraces(probe::kLibrary);
+    const std::string version = "TypeLib\\" + id + "\\2.3";
+    const std::string face = "Interface\\" + InBraces(probe::kDual);
     ITypeLib* found = nullptr;
     EXPECT_EQ(LoadRegTypeLib(probe::kLibrary, 2, 3, kEnglish, &found), TYPE_E_LIBNOTREGISTERED);
     EXPECT_FALSE(found);
     Text help = OLESTR("a help folder");
     Text path = file_;
     ASSERT_EQ(RegisterTypeLib(library_, path.data(), help.data()), S_OK);
-    EXPECT_EQ(ValueOf(version), "Probe \"library\"");
-    EXPECT_EQ(ValueOf(version + file), probe::Narrow(file_.data(), file_.size()));
-    EXPECT_EQ(ValueOf(version + OLESTR("\\HELPDIR")), "a help folder");
-    EXPECT_NE(ValueOf(version + OLESTR("\\FLAGS")), "no value");
-    EXPECT_EQ(ValueOf(face), "DProbe");
-    EXPECT_EQ(ValueOf(face + OLESTR("\\ProxyStubClsid32")), "{00020424-0000-0000-C000-000000000046}");
-    const Text id = InBraces(probe::kLibrary);
-    EXPECT_EQ(ValueOf(face + OLESTR("\\TypeLib")), probe::Narrow(id.data(), id.size()));
-    EXPECT_EQ(ValueOf(face + OLESTR("\\TypeLib"), OLESTR("Version")), "2.3");
-    EXPECT_EQ(ValueOf(OLESTR("Interface\\") + InBraces(probe::kNative)), "no key") << "it is not for automation";
+    const struct {
+        std::string key, name, text;
+    } entries[] = {
+        {version, "", "Probe \"library\""},
+        {version + (sizeof(void*) == 8 ? "\\409\\win64" : "\\409\\win32"), "", probe::Narrow(file_)},
+        {version + "\\HELPDIR", "", "a help folder"},
+        {face, "", "DProbe"},
+        {face + "\\ProxyStubClsid32", "", "{00020424-0000-0000-C000-000000000046}"},
+        {face + "\\TypeLib", "", id},
+        {face + "\\TypeLib", "Version", "2.3"},
+        {"Interface\\" + InBraces(probe::kNative), "", "no key"},  // it is not for automation
+    };
+    for (const auto& entry : entries) EXPECT_EQ(GetText(entry.key, entry.name), entry.text) << entry.key;
+    EXPECT_NE(GetText(version + "\\FLAGS"), "no value");
 
     const struct {
         WORD major;
@@ -316,8 +306,8 @@ TEST_F(TypeInfo, Registration) {
     }
     EXPECT_TRUE(FAILED(UnRegisterTypeLib(probe::kLibrary, 2, 3, 0x407, kSystem)));
     EXPECT_EQ(UnRegisterTypeLib(probe::kLibrary, 2, 3, kEnglish, kSystem), S_OK);
-    EXPECT_EQ(ValueOf(OLESTR("TypeLib\\") + InBraces(probe::kLibrary)), "no key");
-    EXPECT_EQ(ValueOf(face), "no key");
+    EXPECT_EQ(GetText("TypeLib\\" + id), "no key");
+    EXPECT_EQ(GetText(face), "no key");
     EXPECT_TRUE(FAILED(UnRegisterTypeLib(probe::kLibrary, 2, 3, kEnglish, kSystem)));
 }
 

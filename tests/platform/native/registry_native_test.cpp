@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +18,7 @@
 #include <vector>
 
 #include "platform/registry_text.h"
+#include "tests/platform/registry_access.h"
 #include "tests/support/allocation_faults.h"
 
 namespace {
@@ -46,19 +48,8 @@ protected:
         fs::remove_all(folder_);
     }
 
-    static LONG Create(const char* name) {
-        HKEY key = nullptr;
-        const LONG code =
-            RegCreateKeyExA(HKEY_CLASSES_ROOT, name, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
-        if (code == ERROR_SUCCESS) RegCloseKey(key);
-        return code;
-    }
-    static LONG Open(const char* name) {
-        HKEY key = nullptr;
-        const LONG code = RegOpenKeyExA(HKEY_CLASSES_ROOT, name, 0, KEY_READ, &key);
-        if (code == ERROR_SUCCESS) RegCloseKey(key);
-        return code;
-    }
+    static LONG Create(const std::string& name) { return probe::CreateKey(HKEY_CLASSES_ROOT, name); }
+    static LONG Open(const std::string& name) { return probe::OpenKey(HKEY_CLASSES_ROOT, name); }
     void Write(const std::string& text) const {
         fs::create_directories(file_.parent_path());
         std::ofstream(file_, std::ios::binary) << text;
@@ -79,12 +70,10 @@ TEST_F(RegistryFile, IsMadeWithItsFolderByTheFirstChange) {
     EXPECT_EQ(Open("Probe"), ERROR_FILE_NOT_FOUND);
     EXPECT_FALSE(fs::exists(file_.parent_path())) << "reading makes nothing";
     HKEY key = nullptr;
-    ASSERT_EQ(RegCreateKeyExA(HKEY_CLASSES_ROOT, "Probe\\Key", 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr),
-              ERROR_SUCCESS);
-    const DWORD number = 26;
-    RegSetValueExA(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>("C:\\\"x\""), 7);
-    RegSetValueExA(key, "n", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number);
-    RegSetValueExA(key, "b", 0, REG_BINARY, reinterpret_cast<const BYTE*>("\1\2"), 2);
+    ASSERT_EQ(probe::CreateKey(HKEY_CLASSES_ROOT, "Probe\\Key", &key), ERROR_SUCCESS);
+    probe::SetValue(key, "", REG_SZ, probe::Bytes("C:\\\"x\""));
+    probe::SetValue(key, "n", REG_DWORD, std::string("\x1a\0\0\0", 4));
+    probe::SetValue(key, "b", REG_BINARY, "\1\2");
     RegCloseKey(key);
     EXPECT_EQ(Content(),
               std::string(kSignature) +
@@ -166,13 +155,12 @@ TEST_F(RegistryFile, EveryTreeReadsBack) {
 TEST_F(RegistryFile, NamesThatNoKeyCanHave) {
     for (const std::string& name :
          {std::string("a\\\\b"), std::string("a\nb"), std::string(256, 'x'), std::string("\\")}) {
-        EXPECT_EQ(Create(name.c_str()), ERROR_INVALID_PARAMETER) << name;
+        EXPECT_EQ(Create(name), ERROR_INVALID_PARAMETER) << name;
     }
     EXPECT_EQ(Create("ends\\"), ERROR_SUCCESS);
     HKEY key = nullptr;
     ASSERT_EQ(RegOpenKeyExA(HKEY_CLASSES_ROOT, "ends", 0, KEY_QUERY_VALUE, &key), ERROR_SUCCESS);
-    HKEY below = nullptr;
-    EXPECT_EQ(RegCreateKeyExA(key, "New", 0, nullptr, 0, KEY_READ, nullptr, &below, nullptr), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(probe::CreateKey(key, "New"), ERROR_ACCESS_DENIED);
     RegCloseKey(key);
 }
 
@@ -186,7 +174,7 @@ TEST_F(RegistryFile, ProcessesAndThreadsLoseNothing) {
         if (child == 0) {
             int failed = 0;
             for (int i = 0; i < kKeys; ++i)
-                failed += Create(("P" + std::to_string(p) + "-" + std::to_string(i)).c_str()) != ERROR_SUCCESS;
+                failed += Create("P" + std::to_string(p) + "-" + std::to_string(i)) != ERROR_SUCCESS;
             _exit(failed);
         }
         children.push_back(child);
@@ -195,7 +183,7 @@ TEST_F(RegistryFile, ProcessesAndThreadsLoseNothing) {
     for (int t = 0; t < 2; ++t) {
         threads.emplace_back([t] {
             for (int i = 0; i < kKeys; ++i)
-                EXPECT_EQ(Create(("T" + std::to_string(t) + "-" + std::to_string(i)).c_str()), ERROR_SUCCESS);
+                EXPECT_EQ(Create("T" + std::to_string(t) + "-" + std::to_string(i)), ERROR_SUCCESS);
         });
     }
     for (std::thread& thread : threads) thread.join();
@@ -204,11 +192,8 @@ TEST_F(RegistryFile, ProcessesAndThreadsLoseNothing) {
         waitpid(child, &status, 0);
         EXPECT_EQ(status, 0);
     }
-    DWORD keys = 0;
-    EXPECT_EQ(RegQueryInfoKeyA(HKEY_CLASSES_ROOT, nullptr, nullptr, nullptr, &keys, nullptr, nullptr, nullptr, nullptr,
-                               nullptr, nullptr, nullptr),
-              ERROR_SUCCESS);
-    EXPECT_EQ(keys, 1u + kProcesses * kKeys + 2 * kKeys);
+    const std::string text = Content();
+    EXPECT_EQ(std::count(text.begin(), text.end(), '['), 1 + kProcesses * kKeys + 2 * kKeys);
 }
 
 TEST_F(RegistryFile, ReplacedAsAWhole) {
@@ -234,7 +219,7 @@ TEST_F(RegistryFile, EveryFailingAllocation) {
             faults.Disarm();
             EXPECT_EQ(Open("A"), ERROR_SUCCESS);
             EXPECT_EQ(Open("B"), code == ERROR_SUCCESS ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND);
-            RegDeleteKeyA(HKEY_CLASSES_ROOT, "B");
+            RegDeleteKeyW(HKEY_CLASSES_ROOT, u"B");
         },
         talvo::test::FaultKind::New);
 }

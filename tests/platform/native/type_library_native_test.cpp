@@ -37,26 +37,18 @@ TEST(TypeLibraryNative, NamesInAnyCase) {
 
 // A library for a locale serves that locale, one for a language all its locales, a neutral one everybody.
 TEST(TypeLibraryNative, LocaleLanguageNeutral) {
-    OLECHAR id[39];
-    StringFromGUID2(probe::kLibrary, id, 39);
-    const probe::Text version = probe::Text(u"TypeLib\\") + id + u"\\2.3";
+    const std::string id = "TypeLib\\" + probe::InBraces(probe::kLibrary);
     const struct {
-        const char16_t* registered;
+        const char* registered;
         LCID asked;
         bool found;
-    } rows[] = {
-        {u"409", 0x409, true}, {u"409", 0x809, false}, {u"9", 0x809, true}, {u"0", 0x407, true}, {u"407", 0, false}};
+    } rows[] = {{"409", 0x409, true}, {"409", 0x809, false}, {"9", 0x809, true}, {"0", 0x407, true}, {"407", 0, false}};
     for (const auto& row : rows) {
-        HKEY key = nullptr;
-        ASSERT_EQ(RegCreateKeyExW(HKEY_CLASSES_ROOT, (version + u"\\" + row.registered + u"\\win64").c_str(), 0,
-                                  nullptr, 0, KEY_WRITE, nullptr, &key, nullptr),
-                  0);
-        RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(u"x"), 4);
-        RegCloseKey(key);
+        probe::SetText(id + "\\2.3\\" + row.registered + "\\win64", "x");
         BSTR path = nullptr;
         EXPECT_EQ(QueryPathOfRegTypeLib(probe::kLibrary, 2, 3, row.asked, &path) == S_OK, row.found) << row.asked;
         SysFreeString(path);
-        RegDeleteTreeW(HKEY_CLASSES_ROOT, (probe::Text(u"TypeLib\\") + id).c_str());
+        probe::DeleteTree(HKEY_CLASSES_ROOT, id);
     }
 }
 
