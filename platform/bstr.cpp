@@ -55,26 +55,6 @@ BSTR SysAllocStringLen(const OLECHAR* strIn, UINT ui) {
 
 BSTR SysAllocStringByteLen(LPCSTR psz, UINT len) { return Allocate(psz, len); }
 
-INT SysReAllocString(BSTR* pbstr, const OLECHAR* psz) {
-    if (!pbstr) return FALSE;
-    const BSTR fresh = SysAllocString(psz);
-    if (psz && !fresh) return FALSE;
-    SysFreeString(*pbstr);
-    *pbstr = fresh;
-    return TRUE;
-}
-
-// The source may lie in the old string, and a null source keeps the old characters.
-INT SysReAllocStringLen(BSTR* pbstr, const OLECHAR* psz, UINT len) {
-    if (!pbstr || !FitsInBytes(len)) return FALSE;
-    const BSTR fresh = SysAllocStringLen(psz, len);
-    if (!fresh) return FALSE;
-    if (!psz && *pbstr) Text::copy(fresh, *pbstr, len < SysStringLen(*pbstr) ? len : SysStringLen(*pbstr));
-    SysFreeString(*pbstr);
-    *pbstr = fresh;
-    return TRUE;
-}
-
 void SysFreeString(BSTR bstrString) {
     if (bstrString) CoTaskMemFree(Block(bstrString));
 }

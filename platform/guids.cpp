@@ -66,14 +66,6 @@ int StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax) {
     return kLength + 1;
 }
 
-HRESULT StringFromCLSID(REFCLSID rclsid, LPOLESTR* lplpsz) {
-    if (!lplpsz) return E_INVALIDARG;
-    *lplpsz = static_cast<LPOLESTR>(CoTaskMemAlloc((kLength + 1) * sizeof(OLECHAR)));
-    if (!*lplpsz) return E_OUTOFMEMORY;
-    StringFromGUID2(rclsid, *lplpsz, kLength + 1);
-    return S_OK;
-}
-
 // No text means the identifier of zeros. Text without a brace is a ProgID, as on Windows.
 HRESULT CLSIDFromString(LPCOLESTR lpsz, LPCLSID pclsid) {
     if (!pclsid) return E_INVALIDARG;

@@ -28,11 +28,6 @@ const struct {
     {"out", kOut},
     {"retval", kRetval},
     {"default", kDefault},
-    {"optional", kOptional},
-    {"bindable", kBindable},
-    {"requestedit", kRequestEdit},
-    {"displaybind", kDisplayBind},
-    {"defaultbind", kDefaultBind},
     {"v1_enum", kV1Enum},
     {"source", kSource},
     {"noncreatable", kNonCreatable},
@@ -75,14 +70,6 @@ void TakeVersion(IdlLexer& lexer, Attributes& attributes) {
     if (!raw.empty()) lexer.Fail("malformed version");
 }
 
-void TakeDefaultValue(IdlLexer& lexer, Attributes& attributes) {
-    if (lexer.Current().kind == TokenKind::Text) {
-        attributes.defaultText = lexer.TakeString();
-    } else {
-        attributes.defaultNumber = lexer.TakeInteger();
-    }
-}
-
 void SkipArgument(IdlLexer& lexer) {
     for (size_t depth = 0; depth != 0 || !lexer.Is(")"); lexer.Advance()) {
         if (lexer.Current().kind == TokenKind::End) lexer.Fail("missing )");
@@ -90,8 +77,6 @@ void SkipArgument(IdlLexer& lexer) {
         if (lexer.Is(")")) --depth;
     }
 }
-
-DWORD TakeUnsigned(IdlLexer& lexer) { return static_cast<DWORD>(lexer.TakeInteger()); }
 
 // An attribute with an argument; the opening parenthesis is the current token.
 void ReadArgument(IdlLexer& lexer, std::string_view name, Attributes& attributes) {
@@ -102,17 +87,13 @@ void ReadArgument(IdlLexer& lexer, std::string_view name, Attributes& attributes
     } else {
         lexer.Advance();
         if (name == "lcid") {
-            attributes.lcid = TakeUnsigned(lexer);
+            attributes.lcid = static_cast<DWORD>(lexer.TakeInteger());
         } else if (name == "id") {
             attributes.id = static_cast<LONG>(lexer.TakeInteger());
-        } else if (name == "helpcontext") {
-            attributes.helpContext = TakeUnsigned(lexer);
         } else if (name == "helpstring") {
             attributes.help = lexer.TakeString();
         } else if (name == "helpfile") {
             attributes.helpFile = lexer.TakeString();
-        } else if (name == "defaultvalue") {
-            TakeDefaultValue(lexer, attributes);
         } else if (std::find(std::begin(kSkipped), std::end(kSkipped), name) != std::end(kSkipped)) {
             SkipArgument(lexer);
         } else {

@@ -27,14 +27,9 @@ enum AttributeFlag : DWORD {
     kOut = 1 << 12,
     kRetval = 1 << 13,
     kDefault = 1 << 14,
-    kOptional = 1 << 15,
-    kBindable = 1 << 16,
-    kRequestEdit = 1 << 17,
-    kDisplayBind = 1 << 18,
-    kDefaultBind = 1 << 19,
-    kV1Enum = 1 << 20,
-    kSource = 1 << 21,
-    kNonCreatable = 1 << 22,
+    kV1Enum = 1 << 15,
+    kSource = 1 << 16,
+    kNonCreatable = 1 << 17,
 };
 
 struct Attributes {
@@ -45,11 +40,8 @@ struct Attributes {
     WORD minorVersion = 0;
     LCID lcid = 0;
     std::optional<LONG> id;
-    DWORD helpContext = 0;
     std::u16string help;
     std::u16string helpFile;
-    std::optional<int64_t> defaultNumber;
-    std::optional<std::u16string> defaultText;
 
     bool Has(DWORD flag) const { return (flags & flag) != 0; }
 };

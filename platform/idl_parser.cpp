@@ -8,6 +8,7 @@
 
 #include "platform/idl_attributes.h"
 #include "platform/idl_types.h"
+#include "platform/variant.h"
 #include "platform/wide_text.h"
 
 namespace platform {
@@ -36,10 +37,6 @@ WORD FunctionFlags(const Attributes& attributes) {
     WORD flags = 0;
     if (attributes.Has(kRestricted)) flags |= FUNCFLAG_FRESTRICTED;
     if (attributes.Has(kHidden)) flags |= FUNCFLAG_FHIDDEN;
-    if (attributes.Has(kBindable)) flags |= FUNCFLAG_FBINDABLE;
-    if (attributes.Has(kRequestEdit)) flags |= FUNCFLAG_FREQUESTEDIT;
-    if (attributes.Has(kDisplayBind)) flags |= FUNCFLAG_FDISPLAYBIND;
-    if (attributes.Has(kDefaultBind)) flags |= FUNCFLAG_FDEFAULTBIND;
     return flags;
 }
 
@@ -48,8 +45,6 @@ WORD ParameterFlags(const Attributes& attributes) {
     if (attributes.Has(kIn)) flags |= PARAMFLAG_FIN;
     if (attributes.Has(kOut)) flags |= PARAMFLAG_FOUT;
     if (attributes.Has(kRetval)) flags |= PARAMFLAG_FRETVAL;
-    if (attributes.Has(kOptional)) flags |= PARAMFLAG_FOPT;
-    if (attributes.defaultNumber || attributes.defaultText) flags |= PARAMFLAG_FOPT | PARAMFLAG_FHASDEFAULT;
     return flags;
 }
 
@@ -61,31 +56,10 @@ INVOKEKIND KindOf(const Attributes& attributes) {
 
 ULONG SizeOf(const TypeUse& use) {
     if (use.pointers != 0) return sizeof(void*);
-    switch (use.base) {
-        case VT_I1:
-        case VT_UI1:
-            return 1;
-        case VT_I2:
-        case VT_UI2:
-        case VT_BOOL:
-            return 2;
-        case VT_I4:
-        case VT_UI4:
-        case VT_INT:
-        case VT_UINT:
-        case VT_R4:
-        case VT_ERROR:
-        case VT_HRESULT:
-            return 4;
-        case VT_DECIMAL:
-            return sizeof(DECIMAL);
-        case VT_VARIANT:
-            return sizeof(VARIANT);
-        case VT_USERDEFINED:
-            return use.target->size;
-        default:
-            return 8;
-    }
+    if (use.base == VT_USERDEFINED) return use.target->size;
+    if (use.base == VT_HRESULT) return sizeof(HRESULT);
+    const ULONG size = TypeSize(use.base);
+    return size != 0 ? size : ULONG{sizeof(void*)};
 }
 
 class Parser {
@@ -140,7 +114,6 @@ private:
         library_->minorVersion = attributes.minorVersion;
         library_->help = attributes.help;
         library_->helpFile = attributes.helpFile;
-        library_->helpContext = attributes.helpContext;
         library_->flags = LIBFLAG_FHASDISKIMAGE;
         if (attributes.Has(kControl)) library_->flags |= LIBFLAG_FCONTROL;
         if (attributes.Has(kHidden)) library_->flags |= LIBFLAG_FHIDDEN;
@@ -165,7 +138,6 @@ private:
         TypeEntry& entry = *symbol.entry;
         entry.guid = attributes.guid.value_or(GUID{});
         entry.help = attributes.help;
-        entry.helpContext = attributes.helpContext;
         entry.majorVersion = attributes.majorVersion;
         entry.minorVersion = attributes.minorVersion;
         entry.flags = TypeFlags(attributes);
@@ -340,15 +312,11 @@ private:
     void ReadMethod(TypeEntry& entry) {
         if (lexer_.Is("cpp_quote")) return SkipQuote();
         const Attributes attributes = ReadAttributes(lexer_);
-        CheckFlags(attributes,
-                   kTypeFlags | kPropGet | kPropPut | kPropPutRef | kBindable | kRequestEdit | kDisplayBind |
-                       kDefaultBind | kLocal,
-                   "a method");
+        CheckFlags(attributes, kTypeFlags | kPropGet | kPropPut | kPropPutRef | kLocal, "a method");
         Function function;
         function.kind = KindOf(attributes);
         function.flags = FunctionFlags(attributes);
         function.help = attributes.help;
-        function.helpContext = attributes.helpContext;
         function.result = types_.TakeType(lexer_);
         if (lexer_.Is("__stdcall") || lexer_.Is("STDMETHODCALLTYPE")) lexer_.Advance();
         const size_t line = lexer_.Current().line;
@@ -394,7 +362,7 @@ private:
         if (lexer_.Accept(")")) return;
         do {
             const Attributes attributes = ReadAttributes(lexer_);
-            CheckFlags(attributes, kIn | kOut | kRetval | kOptional, "a parameter");
+            CheckFlags(attributes, kIn | kOut | kRetval, "a parameter");
             Parameter parameter;
             parameter.type = types_.TakeType(lexer_);
             const bool nothing = parameter.type.base == VT_VOID && parameter.type.pointers == 0;
@@ -402,33 +370,10 @@ private:
             RequireComplete(parameter.type);
             parameter.name = Wide(lexer_.TakeWord());
             parameter.flags = ParameterFlags(attributes);
-            if (parameter.flags & PARAMFLAG_FHASDEFAULT) SetDefault(parameter, attributes);
-            if (attributes.Has(kOptional)) ++function.optionalParameters;
             if (function.parameters.size() == kMaxParameters) lexer_.Fail("too many parameters");
             function.parameters.push_back(std::move(parameter));
         } while (lexer_.Accept(","));
         lexer_.Expect(")");
-    }
-
-    void SetDefault(Parameter& parameter, const Attributes& attributes) {
-        VARTYPE wanted = parameter.type.base;
-        if (wanted == VT_USERDEFINED && parameter.type.target->kind == TKIND_ENUM) wanted = VT_I4;
-        if (parameter.type.pointers != 0) lexer_.Fail("no default value for a pointer");
-        parameter.defaultValue.reset(new VARIANT());
-        VARIANT* const value = parameter.defaultValue.get();
-        if (attributes.defaultText) {
-            const std::u16string& text = *attributes.defaultText;
-            value->bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-            if (!value->bstrVal) throw std::bad_alloc();
-            value->vt = VT_BSTR;
-        } else {
-            value->vt = VT_I4;
-            value->lVal = static_cast<LONG>(*attributes.defaultNumber);
-        }
-        if (wanted == VT_VARIANT || wanted == value->vt) return;
-        const HRESULT hr = VariantChangeType(value, value, 0, wanted);
-        if (hr == E_OUTOFMEMORY) throw std::bad_alloc();
-        if (FAILED(hr)) lexer_.Fail("default value of another type");
     }
 
     // ---- Listing ---------------------------------------------------------------------------------------------------------

@@ -2,8 +2,6 @@
 // interface. Blocks are plain malloc blocks: the sanitizers see their exact ends.
 #include <objbase.h>
 
-#include <malloc.h>
-#include <stdint.h>
 #include <stdlib.h>
 
 #include <atomic>
@@ -66,94 +64,43 @@ private:
     IMallocSpy* spy_ = nullptr;
 };
 
-class TaskAllocator final : public IMalloc {
-public:
-    STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
-        if (!object) return E_POINTER;
-        const bool known = riid == IID_IUnknown || riid == IID_IMalloc;
-        *object = known ? this : nullptr;
-        return known ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return 2; }  // one for the process, never destroyed
-    STDMETHODIMP_(ULONG) Release() override { return 1; }
-
-    STDMETHODIMP_(void*) Alloc(SIZE_T size) override {
-        Observed spy;
-        if (!spy) return RawAlloc(size);
-        const SIZE_T actual = spy->PreAlloc(size);
-        if (actual == 0 && size != 0) return nullptr;
-        void* block = spy->PostAlloc(RawAlloc(actual));
-        spy.Remember(block);
-        return block;
-    }
-
-    STDMETHODIMP_(void*) Realloc(void* block, SIZE_T size) override {
-        if (!block) return Alloc(size);
-        if (size == 0) return Free(block), nullptr;
-        Observed spy;
-        if (!spy) return RawRealloc(block, size);
-        const bool known = spy.Knows(block);
-        void* request = block;
-        const SIZE_T actual = spy->PreRealloc(block, size, &request, known);
-        if (actual == 0) return nullptr;
-        void* moved = spy->PostRealloc(RawRealloc(request, actual), known);
-        if (moved && known) {
-            spy.Forget(block);
-            spy.Remember(moved);
-        }
-        return moved;
-    }
-
-    STDMETHODIMP_(void) Free(void* block) override {
-        if (!block) return;
-        Observed spy;
-        if (!spy) return free(block);
-        const bool known = spy.Forget(block);
-        free(spy->PreFree(block, known));
-        spy->PostFree(known);
-        spy.LeaveIfRevoked();
-    }
-
-    STDMETHODIMP_(SIZE_T) GetSize(void* block) override {
-        if (!block) return SIZE_MAX;
-        Observed spy;
-        if (!spy) return malloc_usable_size(block);
-        const bool known = spy.Knows(block);
-        return spy->PostGetSize(malloc_usable_size(spy->PreGetSize(block, known)), known);
-    }
-
-    // -1: cannot tell. Only an observer's blocks are known by address.
-    STDMETHODIMP_(int) DidAlloc(void* block) override {
-        Observed spy;
-        if (!spy || !block) return -1;
-        const bool known = spy.Knows(block);
-        spy->PreDidAlloc(block, known);
-        return spy->PostDidAlloc(block, known, known ? 1 : -1);
-    }
-
-    STDMETHODIMP_(void) HeapMinimize() override {
-        Observed spy;
-        if (spy) spy->PreHeapMinimize();
-        malloc_trim(0);
-        if (spy) spy->PostHeapMinimize();
-    }
-};
-
-TaskAllocator taskAllocator;
-
 }  // namespace
 
-LPVOID CoTaskMemAlloc(SIZE_T cb) { return taskAllocator.Alloc(cb); }
+LPVOID CoTaskMemAlloc(SIZE_T cb) {
+    Observed spy;
+    if (!spy) return RawAlloc(cb);
+    const SIZE_T actual = spy->PreAlloc(cb);
+    if (actual == 0 && cb != 0) return nullptr;
+    void* block = spy->PostAlloc(RawAlloc(actual));
+    spy.Remember(block);
+    return block;
+}
 
-LPVOID CoTaskMemRealloc(LPVOID pv, SIZE_T cb) { return taskAllocator.Realloc(pv, cb); }
+LPVOID CoTaskMemRealloc(LPVOID pv, SIZE_T cb) {
+    if (!pv) return CoTaskMemAlloc(cb);
+    if (cb == 0) return CoTaskMemFree(pv), nullptr;
+    Observed spy;
+    if (!spy) return RawRealloc(pv, cb);
+    const bool known = spy.Knows(pv);
+    void* request = pv;
+    const SIZE_T actual = spy->PreRealloc(pv, cb, &request, known);
+    if (actual == 0) return nullptr;
+    void* moved = spy->PostRealloc(RawRealloc(request, actual), known);
+    if (moved && known) {
+        spy.Forget(pv);
+        spy.Remember(moved);
+    }
+    return moved;
+}
 
-void CoTaskMemFree(LPVOID pv) { taskAllocator.Free(pv); }
-
-HRESULT CoGetMalloc(DWORD dwMemContext, LPMALLOC* ppMalloc) {
-    if (!ppMalloc) return E_INVALIDARG;
-    const bool task = dwMemContext == MEMCTX_TASK;
-    *ppMalloc = task ? &taskAllocator : nullptr;
-    return task ? S_OK : E_INVALIDARG;
+void CoTaskMemFree(LPVOID pv) {
+    if (!pv) return;
+    Observed spy;
+    if (!spy) return free(pv);
+    const bool known = spy.Forget(pv);
+    free(spy->PreFree(pv, known));
+    spy->PostFree(known);
+    spy.LeaveIfRevoked();
 }
 
 HRESULT CoRegisterMallocSpy(LPMALLOCSPY pMallocSpy) {

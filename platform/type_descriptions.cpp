@@ -56,11 +56,6 @@ void DescribeUse(const TypeUse& use, const Library& from, Block& block, TYPEDESC
 void DescribeParameter(const Parameter& parameter, const Library& from, Block& block, ELEMDESC* description) {
     DescribeUse(parameter.type, from, block, &description->tdesc);
     description->paramdesc.wParamFlags = parameter.flags;
-    if (!parameter.defaultValue) return;
-    PARAMDESCEX* const extra = block.Take<PARAMDESCEX>();
-    extra->cBytes = sizeof(PARAMDESCEX);
-    extra->varDefaultValue = *parameter.defaultValue;
-    description->paramdesc.pparamdescex = extra;
 }
 
 // What a dispatch member gives back: what its retval points to, or nothing; the HRESULT becomes an exception.
@@ -105,8 +100,7 @@ HRESULT DescribeFunction(const Function& function, const Library& from, bool dis
     const size_t count = function.parameters.size() - (dispatch && function.GivesResult() ? 1 : 0);
     size_t size = sizeof(FUNCDESC) + count * sizeof(ELEMDESC) + SizeOfUse(result);
     for (size_t i = 0; i < count; ++i) {
-        const Parameter& parameter = function.parameters[i];
-        size += SizeOfUse(parameter.type) + (parameter.defaultValue ? sizeof(PARAMDESCEX) : 0);
+        size += SizeOfUse(function.parameters[i].type);
     }
     Block block(size);
     if (!block) return E_OUTOFMEMORY;
@@ -117,7 +111,6 @@ HRESULT DescribeFunction(const Function& function, const Library& from, bool dis
     out->invkind = function.kind;
     out->callconv = CC_STDCALL;
     out->cParams = static_cast<SHORT>(count);
-    out->cParamsOpt = function.optionalParameters;
     out->oVft = static_cast<SHORT>(function.slot * static_cast<int>(sizeof(void*)));
     out->wFuncFlags = function.flags;
     DescribeUse(result, from, block, &out->elemdescFunc.tdesc);

@@ -207,15 +207,15 @@ STDMETHODIMP TypeInfo::Invoke(PVOID instance, MEMBERID id, WORD flags, DISPPARAM
 
 STDMETHODIMP TypeInfo::GetDocumentation(MEMBERID id, BSTR* name, BSTR* help, DWORD* context, BSTR* file) {
     if (id == MEMBERID_NIL) {
-        return GiveDocumentation(Data(), entry_->name, entry_->help, entry_->helpContext, name, help, context, file);
+        return GiveDocumentation(Data(), entry_->name, entry_->help, name, help, context, file);
     }
     const TypeEntry* owner = entry_;
     if (const Function* const f = FindFunction(entry_, id, &owner)) {
-        return GiveDocumentation(*owner->library, f->name, f->help, f->helpContext, name, help, context, file);
+        return GiveDocumentation(*owner->library, f->name, f->help, name, help, context, file);
     }
     const Variable* const variable = FindVariable(entry_, id);
     if (!variable) return TYPE_E_ELEMENTNOTFOUND;
-    return GiveDocumentation(Data(), variable->name, variable->help, 0, name, help, context, file);
+    return GiveDocumentation(Data(), variable->name, variable->help, name, help, context, file);
 }
 
 // Functions of modules and their addresses: no library here describes a module.

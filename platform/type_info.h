@@ -65,6 +65,9 @@ HRESULT DescribeType(const TypeEntry& entry, bool dispatch, TYPEATTR** attribute
 HRESULT DescribeFunction(const Function& function, const Library& from, bool dispatch, FUNCDESC** description);
 HRESULT DescribeVariable(const Variable& variable, const Library& from, VARDESC** description);
 
+// Calls a method of the virtual table that answers an HRESULT; false when its arguments find no room.
+bool CallMethod(void* instance, SHORT slot, UINT count, const VARTYPE* types, VARIANTARG* const* values,
+                HRESULT& answer);
 // Calls a member of `entry` on the object whose virtual table `instance` points to.
 HRESULT InvokeMember(const TypeEntry& entry, void* instance, MEMBERID id, WORD flags, DISPPARAMS& parameters,
                      VARIANT* result, EXCEPINFO* exception, UINT* wrongArgument);

@@ -16,57 +16,18 @@ constexpr size_t kMaxParameters = 64;
 struct Shape {
     VARTYPE type = VT_EMPTY;  // VT_EMPTY: cannot be passed late-bound
     bool byReference = false;
-    const GUID* iid = nullptr;  // of an interface other than the two base ones
 };
 
 Shape ShapeOf(const TypeUse& use) {
-    Shape shape;
-    BYTE pointers = use.pointers;
-    shape.type = use.base;
-    switch (use.base) {
-        case VT_INT:
-            shape.type = VT_I4;
-            break;
-        case VT_UINT:
-            shape.type = VT_UI4;
-            break;
-        case VT_HRESULT:
-            shape.type = VT_ERROR;
-            break;
-        case VT_USERDEFINED:
-            if (use.target->kind == TKIND_ENUM) {
-                shape.type = VT_I4;
-            } else if (pointers != 0 && use.target->kind != TKIND_RECORD) {
-                shape.type = use.target->flags & TYPEFLAG_FDISPATCHABLE ? VT_DISPATCH : VT_UNKNOWN;
-                shape.iid = &use.target->guid;
-                --pointers;
-            } else {
-                shape.type = VT_EMPTY;
-            }
-            break;
-        case VT_VOID:
-        case VT_DECIMAL:
-        case VT_LPSTR:
-        case VT_LPWSTR:
-            shape.type = VT_EMPTY;
-            break;
-        default:
-            break;
-    }
-    if (pointers > 1 || use.elements != 0) shape.type = VT_EMPTY;
-    shape.byReference = pointers == 1;
-    return shape;
+    constexpr VARTYPE kPassed[] = {VT_I2, VT_I4, VT_UI4, VT_BOOL, VT_BSTR, VT_DISPATCH, VT_UNKNOWN, VT_VARIANT};
+    const bool isEnum = use.base == VT_USERDEFINED && use.target->kind == TKIND_ENUM;
+    const VARTYPE type = isEnum || use.base == VT_INT ? VARTYPE{VT_I4} : use.base;
+    const bool passed = std::find(std::begin(kPassed), std::end(kPassed), type) != std::end(kPassed);
+    if (!passed || use.pointers > 1 || use.elements != 0) return {};
+    return {type, use.pointers == 1};
 }
 
-// Types that differ in name only, so a reference to one is a reference to the other.
-VARTYPE Plain(VARTYPE type) {
-    const int reference = type & VT_BYREF;
-    const int value = type & ~VT_BYREF;
-    if (value == VT_INT || value == VT_ERROR) return static_cast<VARTYPE>(VT_I4 | reference);
-    return value == VT_UINT ? static_cast<VARTYPE>(VT_UI4 | reference) : type;
-}
-
-// One parameter on its way: `type` and `passed` are what DispCallFunc takes, `made` is what had to be made for it.
+// One parameter on its way: `type` and `passed` are what the call takes, `made` is what had to be made for it.
 class Passage {
 public:
     ~Passage() { VariantClear(&made_); }
@@ -75,22 +36,7 @@ public:
     Passage& operator=(const Passage&) = delete;
 
     HRESULT Give(const Shape& shape, VARIANTARG* argument) {
-        if (shape.type == VT_VARIANT) return GiveVariant(shape, argument);
-        return shape.byReference ? GiveReference(shape, argument) : GiveValue(shape, argument);
-    }
-
-    // In place of an argument that was left out.
-    HRESULT GiveMissing(const Shape& shape, const VARIANT* defaultValue) {
-        if (defaultValue) {
-            if (const HRESULT hr = VariantCopy(&made_, const_cast<VARIANT*>(defaultValue)); FAILED(hr)) return hr;
-        } else if (shape.type == VT_VARIANT) {
-            made_.vt = VT_ERROR;
-            made_.scode = DISP_E_PARAMNOTFOUND;
-        } else {
-            made_.vt = shape.type;
-        }
-        PassMade(shape);
-        return S_OK;
+        return shape.type == VT_VARIANT ? GiveVariant(shape, argument) : GiveValue(shape, argument);
     }
 
     // A place for what the member gives back.
@@ -126,36 +72,12 @@ private:
         return PassPointer(VT_VARIANT, argument), S_OK;
     }
 
+    // The argument itself, or a copy of it in the parameter's type.
     HRESULT GiveValue(const Shape& shape, VARIANTARG* argument) {
-        if (argument->vt == shape.type && !shape.iid) return Pass(shape.type, argument), S_OK;
-        if (const HRESULT hr = Make(shape, argument); FAILED(hr)) return hr;
-        PassMade(shape);
-        return S_OK;
-    }
-
-    // A copy of the argument in the parameter's type; of an interface pointer, the interface asked for.
-    HRESULT Make(const Shape& shape, VARIANTARG* argument) {
+        if (argument->vt == shape.type) return Pass(shape.type, argument), S_OK;
         if (argument->vt == (VT_BYREF | VT_VARIANT)) argument = argument->pvarVal;
         if (!argument || ((argument->vt & VT_BYREF) && !argument->byref)) return DISP_E_TYPEMISMATCH;
         if (const HRESULT hr = VariantChangeType(&made_, argument, 0, shape.type); FAILED(hr)) return hr;
-        if (!shape.iid || !made_.punkVal) return S_OK;
-        IUnknown* wanted = nullptr;
-        const HRESULT hr = made_.punkVal->QueryInterface(*shape.iid, reinterpret_cast<void**>(&wanted));
-        if (FAILED(hr)) return DISP_E_TYPEMISMATCH;
-        made_.punkVal->Release();
-        made_.punkVal = wanted;
-        return S_OK;
-    }
-
-    // A reference is passed on if it is one to the parameter's type; a variable of any type is not. Of a value the member
-    // sees the argument itself, or what it converts to.
-    HRESULT GiveReference(const Shape& shape, VARIANTARG* argument) {
-        if (argument->vt & VT_BYREF) {
-            if (Plain(argument->vt) != (Plain(shape.type) | VT_BYREF) || !argument->byref) return DISP_E_TYPEMISMATCH;
-            return PassPointer(shape.type, argument->byref), S_OK;
-        }
-        if (argument->vt == shape.type && !shape.iid) return PassPointer(shape.type, &argument->llVal), S_OK;
-        if (const HRESULT hr = Make(shape, argument); FAILED(hr)) return hr;
         return PassMade(shape), S_OK;
     }
 
@@ -172,20 +94,15 @@ bool IsPut(const Function& function) {
 const Function* SelectFunction(const TypeEntry* entry, MEMBERID id, WORD flags) {
     for (; entry; entry = entry->base) {
         for (const Function& function : entry->functions) {
-            const bool callable = !(function.flags & FUNCFLAG_FRESTRICTED);
+            const bool answers = function.result.base == VT_HRESULT && function.result.pointers == 0;
+            const bool callable = answers && !(function.flags & FUNCFLAG_FRESTRICTED);
             if (function.id == id && callable && (function.kind & flags) != 0) return &function;
         }
     }
     return nullptr;
 }
 
-size_t RequiredArguments(const Function& function) {
-    return static_cast<size_t>(std::count_if(
-        function.parameters.begin(), function.parameters.end(),
-        [](const Parameter& parameter) { return (parameter.flags & (PARAMFLAG_FRETVAL | PARAMFLAG_FOPT)) == 0; }));
-}
-
-// Which argument goes to which parameter; null where none does.
+// Which argument goes to which parameter. Every parameter takes one.
 struct Arrangement {
     VARIANTARG* arguments[kMaxParameters] = {};
     size_t count = 0;  // parameters that take arguments
@@ -210,7 +127,7 @@ HRESULT Arrange(const Function& function, const DISPPARAMS& given, Arrangement& 
         hasValue = hasValue || isValue;
     }
     if (IsPut(function) && !hasValue) return DISP_E_PARAMNOTFOUND;
-    if (given.cArgs < RequiredArguments(function)) return DISP_E_BADPARAMCOUNT;
+    if (given.cArgs < arrangement.count) return DISP_E_BADPARAMCOUNT;
     const UINT positional = given.cArgs - given.cNamedArgs;
     if (positional > positions) return DISP_E_BADPARAMCOUNT;
     for (UINT i = 0; i < positional; ++i) {
@@ -220,19 +137,14 @@ HRESULT Arrange(const Function& function, const DISPPARAMS& given, Arrangement& 
     return S_OK;
 }
 
-bool IsMissing(const VARIANTARG* argument) {
-    return !argument || (argument->vt == VT_ERROR && argument->scode == DISP_E_PARAMNOTFOUND);
-}
-
 HRESULT GiveParameter(const Parameter& parameter, VARIANTARG* argument, Passage& passage) {
     const Shape shape = ShapeOf(parameter.type);
     if (shape.type == VT_EMPTY) return DISP_E_BADVARTYPE;
     if (parameter.IsResult()) return passage.GiveResultPlace(shape), S_OK;
-    if (IsMissing(argument)) {
-        if (parameter.flags & PARAMFLAG_FOPT) return passage.GiveMissing(shape, parameter.defaultValue.get());
-        if (!argument || shape.type != VT_VARIANT) return DISP_E_PARAMNOTOPTIONAL;
-    }
-    return passage.Give(shape, argument);
+    if (shape.type == VT_VARIANT) return passage.Give(shape, argument);
+    if (shape.byReference) return DISP_E_BADVARTYPE;
+    const bool missing = argument->vt == VT_ERROR && argument->scode == DISP_E_PARAMNOTFOUND;
+    return missing ? DISP_E_PARAMNOTOPTIONAL : passage.Give(shape, argument);
 }
 
 HRESULT ReportException(HRESULT code, EXCEPINFO* exception) {
@@ -264,21 +176,10 @@ HRESULT CallMember(const Function& function, void* instance, const Arrangement& 
         types[i] = passages[i].Type();
         values[i] = passages[i].Passed();
     }
-    VARIANT returned = {};
-    const bool isResult = function.result.base == VT_HRESULT && function.result.pointers == 0;
-    const VARTYPE returns = isResult                        ? static_cast<VARTYPE>(VT_ERROR)
-                            : function.result.pointers != 0 ? static_cast<VARTYPE>(VT_PTR)
-                                                            : function.result.base;
-    const ULONG_PTR offset = static_cast<ULONG_PTR>(function.slot) * sizeof(void*);
-    const HRESULT hr = DispCallFunc(instance, offset, CC_STDCALL, returns, count, types, values, &returned);
-    if (FAILED(hr)) return hr;
-    if (isResult && FAILED(returned.scode)) return ReportException(returned.scode, exception);
-    if (!result) return S_OK;
-    if (function.GivesResult()) {
-        passages[count - 1].TakeResult(result);
-    } else if (!isResult && returns != VT_PTR) {
-        *result = returned;
-    }
+    HRESULT answer = S_OK;
+    if (!CallMethod(instance, function.slot, count, types, values, answer)) return DISP_E_BADCALLEE;
+    if (FAILED(answer)) return ReportException(answer, exception);
+    if (result && function.GivesResult()) passages[count - 1].TakeResult(result);
     return S_OK;
 }
 
@@ -298,13 +199,3 @@ HRESULT InvokeMember(const TypeEntry& entry, void* instance, MEMBERID id, WORD f
 }
 
 }  // namespace platform
-
-WINOLEAUTAPI DispGetIDsOfNames(ITypeInfo* ptinfo, OLECHAR** rgszNames, UINT cNames, DISPID* rgdispid) {
-    return ptinfo ? ptinfo->GetIDsOfNames(rgszNames, cNames, rgdispid) : E_INVALIDARG;
-}
-
-WINOLEAUTAPI DispInvoke(void* _this, ITypeInfo* ptinfo, DISPID dispidMember, WORD wFlags, DISPPARAMS* pparams,
-                        VARIANT* pvarResult, EXCEPINFO* pexcepinfo, UINT* puArgErr) {
-    if (!ptinfo) return E_INVALIDARG;
-    return ptinfo->Invoke(_this, dispidMember, wFlags, pparams, pvarResult, pexcepinfo, puArgErr);
-}

@@ -34,12 +34,12 @@ void TakeBack(BSTR* out) {
 
 }  // namespace
 
-HRESULT GiveDocumentation(const Library& library, const std::u16string& name, const std::u16string& help,
-                          DWORD helpContext, BSTR* outName, BSTR* outHelp, DWORD* outContext, BSTR* outFile) {
+HRESULT GiveDocumentation(const Library& library, const std::u16string& name, const std::u16string& help, BSTR* outName,
+                          BSTR* outHelp, DWORD* outContext, BSTR* outFile) {
     for (BSTR* const out : {outName, outHelp, outFile}) {
         if (out) *out = nullptr;
     }
-    if (outContext) *outContext = helpContext;
+    if (outContext) *outContext = 0;
     HRESULT hr = GiveText(name, outName);
     if (SUCCEEDED(hr)) hr = GiveText(help, outHelp);
     if (SUCCEEDED(hr)) hr = GiveText(library.helpFile, outFile);
@@ -108,11 +108,11 @@ STDMETHODIMP TypeLibrary::GetTypeComp(ITypeComp** comp) {
 
 STDMETHODIMP TypeLibrary::GetDocumentation(INT index, BSTR* name, BSTR* help, DWORD* context, BSTR* file) {
     if (index < 0) {
-        return GiveDocumentation(*data_, data_->name, data_->help, data_->helpContext, name, help, context, file);
+        return GiveDocumentation(*data_, data_->name, data_->help, name, help, context, file);
     }
     if (static_cast<size_t>(index) >= data_->types.size()) return TYPE_E_ELEMENTNOTFOUND;
     const TypeEntry& entry = *data_->types[static_cast<size_t>(index)];
-    return GiveDocumentation(*data_, entry.name, entry.help, entry.helpContext, name, help, context, file);
+    return GiveDocumentation(*data_, entry.name, entry.help, name, help, context, file);
 }
 
 // Parameters count as names here, but not in FindName. The caller's spelling is replaced by the library's.

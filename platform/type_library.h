@@ -43,8 +43,8 @@ private:
 HRESULT LoadLibraryText(std::string_view text, ITypeLib** library);
 HRESULT LoadLibraryFile(const OLECHAR* file, ITypeLib** library);
 
-// Name, help string, help context and help file of one thing. Null pointers are left alone; all or nothing is given.
-HRESULT GiveDocumentation(const Library& library, const std::u16string& name, const std::u16string& help,
-                          DWORD helpContext, BSTR* outName, BSTR* outHelp, DWORD* outContext, BSTR* outFile);
+// Name, help string and help file of one thing; help contexts are not offered. Null pointers are left alone; all or nothing is given.
+HRESULT GiveDocumentation(const Library& library, const std::u16string& name, const std::u16string& help, BSTR* outName,
+                          BSTR* outHelp, DWORD* outContext, BSTR* outFile);
 
 }  // namespace platform

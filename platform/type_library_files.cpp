@@ -140,10 +140,6 @@ HRESULT LoadLibraryFile(const OLECHAR* file, ITypeLib** library) {
 
 }  // namespace platform
 
-WINOLEAUTAPI LoadTypeLib(const OLECHAR* szFile, ITypeLib** pptlib) {
-    return LoadTypeLibEx(szFile, REGKIND_DEFAULT, pptlib);
-}
-
 WINOLEAUTAPI LoadTypeLibEx(LPCOLESTR szFile, REGKIND regkind, ITypeLib** pptlib) {
     if (!szFile || !pptlib) return E_INVALIDARG;
     *pptlib = nullptr;

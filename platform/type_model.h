@@ -22,18 +22,10 @@ struct TypeUse {
     ULONG elements = 0;                 // not 0: a one-dimensional array of so many
 };
 
-struct VariantDeleter {
-    void operator()(VARIANT* value) const {
-        VariantClear(value);
-        delete value;
-    }
-};
-
 struct Parameter {
     std::u16string name;
     TypeUse type;
-    WORD flags = 0;                                              // PARAMFLAG_*
-    std::unique_ptr<VARIANT, VariantDeleter> defaultValue = {};  // with PARAMFLAG_FHASDEFAULT
+    WORD flags = 0;  // PARAMFLAG_*
 
     bool IsResult() const { return (flags & PARAMFLAG_FRETVAL) != 0; }
 };
@@ -41,12 +33,10 @@ struct Parameter {
 struct Function {
     std::u16string name;
     std::u16string help;
-    DWORD helpContext = 0;
     MEMBERID id = 0;
     INVOKEKIND kind = INVOKE_FUNC;
     WORD flags = 0;  // FUNCFLAG_*
     SHORT slot = 0;  // in the virtual table
-    SHORT optionalParameters = 0;
     TypeUse result;
     std::vector<Parameter> parameters;
 
@@ -77,7 +67,6 @@ struct TypeEntry {
     GUID guid = {};
     std::u16string name;
     std::u16string help;
-    DWORD helpContext = 0;
     WORD flags = 0;  // TYPEFLAG_*
     WORD majorVersion = 0;
     WORD minorVersion = 0;
@@ -104,7 +93,6 @@ struct Library {
     std::u16string name;
     std::u16string help;
     std::u16string helpFile;
-    DWORD helpContext = 0;
     std::vector<std::unique_ptr<TypeEntry>> storage;
     std::vector<TypeEntry*> types;            // what the library lists
     std::shared_ptr<const Library> standard;  // the library that the bases of all interfaces come from

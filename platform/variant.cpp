@@ -9,28 +9,6 @@ constexpr VARTYPE kExtra = VT_VECTOR | VT_ARRAY | VT_BYREF | VT_RESERVED;
 
 bool IsObject(VARTYPE vt) { return vt == VT_UNKNOWN || vt == VT_DISPATCH; }
 
-// What the bytes of a referenced plain value are worth.
-SIZE_T PlainSize(VARTYPE vt) {
-    switch (vt) {
-        case VT_I1:
-        case VT_UI1:
-            return 1;
-        case VT_I2:
-        case VT_UI2:
-        case VT_BOOL:
-            return 2;
-        case VT_I4:
-        case VT_UI4:
-        case VT_INT:
-        case VT_UINT:
-        case VT_R4:
-        case VT_ERROR:
-            return 4;
-        default:
-            return 8;
-    }
-}
-
 HRESULT CopyString(VARIANT* target, BSTR source) {
     target->bstrVal =
         source ? SysAllocStringByteLen(reinterpret_cast<LPCSTR>(source), SysStringByteLen(source)) : nullptr;
@@ -58,7 +36,8 @@ VARIANT Referenced(const VARIANT* source) {
     if (source->vt == (VT_BYREF | VT_DECIMAL)) {
         value.decVal = *source->pdecVal;  // fills the whole variant, so the type comes last
     } else {
-        memcpy(&value.llVal, source->byref, V_ISARRAY(source) ? sizeof(void*) : PlainSize(source->vt & VT_TYPEMASK));
+        memcpy(&value.llVal, source->byref,
+               V_ISARRAY(source) ? sizeof(void*) : platform::TypeSize(source->vt & VT_TYPEMASK));
     }
     value.vt = source->vt & static_cast<VARTYPE>(~VT_BYREF);
     return value;
@@ -76,6 +55,41 @@ HRESULT CopyReferenced(VARIANT* target, const VARIANT* source) {
 }  // namespace
 
 namespace platform {
+
+ULONG TypeSize(VARTYPE vt) {
+    switch (vt) {
+        case VT_I1:
+        case VT_UI1:
+            return 1;
+        case VT_I2:
+        case VT_UI2:
+        case VT_BOOL:
+            return 2;
+        case VT_I4:
+        case VT_UI4:
+        case VT_INT:
+        case VT_UINT:
+        case VT_R4:
+        case VT_ERROR:
+            return 4;
+        case VT_I8:
+        case VT_UI8:
+        case VT_R8:
+        case VT_CY:
+        case VT_DATE:
+            return 8;
+        case VT_BSTR:
+        case VT_UNKNOWN:
+        case VT_DISPATCH:
+            return sizeof(void*);
+        case VT_DECIMAL:
+            return sizeof(DECIMAL);
+        case VT_VARIANT:
+            return sizeof(VARIANT);
+        default:
+            return 0;
+    }
+}
 
 HRESULT CheckType(VARTYPE vt) {
     const VARTYPE base = vt & VT_TYPEMASK;

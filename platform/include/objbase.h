@@ -41,11 +41,9 @@ typedef enum tagCOINIT { COINIT_APARTMENTTHREADED = 0x2, COINIT_MULTITHREADED = 
 WINOLEAPI_(LPVOID) CoTaskMemAlloc(SIZE_T cb);
 WINOLEAPI_(LPVOID) CoTaskMemRealloc(LPVOID pv, SIZE_T cb);
 WINOLEAPI_(void) CoTaskMemFree(LPVOID pv);
-WINOLEAPI CoGetMalloc(DWORD dwMemContext, LPMALLOC* ppMalloc);
 WINOLEAPI CoRegisterMallocSpy(LPMALLOCSPY pMallocSpy);
 WINOLEAPI CoRevokeMallocSpy(void);
 
-WINOLEAPI StringFromCLSID(REFCLSID rclsid, LPOLESTR* lplpsz);
 WINOLEAPI CLSIDFromString(LPCOLESTR lpsz, LPCLSID pclsid);
 WINOLEAPI IIDFromString(LPCOLESTR lpsz, LPIID lpiid);
 WINOLEAPI_(int) StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax);

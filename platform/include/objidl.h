@@ -1,4 +1,4 @@
-// IMalloc and IMallocSpy: the task allocator and its observer.
+// IMallocSpy: the observer of the task allocator.
 #include <windows.h>
 #include <ole2.h>
 
@@ -6,20 +6,6 @@
 #define TALVO_PLATFORM_OBJIDL_H
 
 #include <unknwn.h>
-
-typedef interface IMalloc IMalloc;
-typedef IMalloc* LPMALLOC;
-DEFINE_OLEGUID(IID_IMalloc, 0x00000002, 0, 0);
-MIDL_INTERFACE("00000002-0000-0000-c000-000000000046")
-IMalloc : public IUnknown {
-    virtual void* STDMETHODCALLTYPE Alloc(SIZE_T cb) = 0;
-    virtual void* STDMETHODCALLTYPE Realloc(void* pv, SIZE_T cb) = 0;
-    virtual void STDMETHODCALLTYPE Free(void* pv) = 0;
-    virtual SIZE_T STDMETHODCALLTYPE GetSize(void* pv) = 0;
-    virtual int STDMETHODCALLTYPE DidAlloc(void* pv) = 0;
-    virtual void STDMETHODCALLTYPE HeapMinimize() = 0;
-};
-__CRT_UUID_DECL(IMalloc, 0x00000002, 0x0000, 0x0000, 0xc0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
 
 typedef interface IMallocSpy IMallocSpy;
 typedef IMallocSpy* LPMALLOCSPY;

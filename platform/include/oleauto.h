@@ -12,36 +12,23 @@
 #define WINOLEAUTAPI_(type) EXTERN_C DECLSPEC_IMPORT type WINAPI
 
 WINOLEAUTAPI_(BSTR) SysAllocString(const OLECHAR* psz);
-WINOLEAUTAPI_(INT) SysReAllocString(BSTR* pbstr, const OLECHAR* psz);
 WINOLEAUTAPI_(BSTR) SysAllocStringLen(const OLECHAR* strIn, UINT ui);
-WINOLEAUTAPI_(INT) SysReAllocStringLen(BSTR* pbstr, const OLECHAR* psz, UINT len);
 WINOLEAUTAPI_(void) SysFreeString(BSTR bstrString);
 WINOLEAUTAPI_(UINT) SysStringLen(BSTR bstr);
 WINOLEAUTAPI_(UINT) SysStringByteLen(BSTR bstr);
 WINOLEAUTAPI_(BSTR) SysAllocStringByteLen(LPCSTR psz, UINT len);
 
 WINOLEAUTAPI SafeArrayAllocDescriptor(UINT cDims, SAFEARRAY** ppsaOut);
-WINOLEAUTAPI SafeArrayAllocDescriptorEx(VARTYPE vt, UINT cDims, SAFEARRAY** ppsaOut);
-WINOLEAUTAPI SafeArrayAllocData(SAFEARRAY* psa);
 WINOLEAUTAPI_(SAFEARRAY*) SafeArrayCreate(VARTYPE vt, UINT cDims, SAFEARRAYBOUND* rgsabound);
 WINOLEAUTAPI_(SAFEARRAY*) SafeArrayCreateVector(VARTYPE vt, LONG lLbound, ULONG cElements);
-WINOLEAUTAPI SafeArrayDestroyDescriptor(SAFEARRAY* psa);
-WINOLEAUTAPI SafeArrayDestroyData(SAFEARRAY* psa);
 WINOLEAUTAPI SafeArrayDestroy(SAFEARRAY* psa);
 WINOLEAUTAPI_(UINT) SafeArrayGetDim(SAFEARRAY* psa);
 WINOLEAUTAPI_(UINT) SafeArrayGetElemsize(SAFEARRAY* psa);
 WINOLEAUTAPI SafeArrayGetUBound(SAFEARRAY* psa, UINT nDim, LONG* plUbound);
 WINOLEAUTAPI SafeArrayGetLBound(SAFEARRAY* psa, UINT nDim, LONG* plLbound);
-WINOLEAUTAPI SafeArrayLock(SAFEARRAY* psa);
-WINOLEAUTAPI SafeArrayUnlock(SAFEARRAY* psa);
 WINOLEAUTAPI SafeArrayAccessData(SAFEARRAY* psa, void** ppvData);
 WINOLEAUTAPI SafeArrayUnaccessData(SAFEARRAY* psa);
-WINOLEAUTAPI SafeArrayGetElement(SAFEARRAY* psa, LONG* rgIndices, void* pv);
-WINOLEAUTAPI SafeArrayPutElement(SAFEARRAY* psa, LONG* rgIndices, void* pv);
 WINOLEAUTAPI SafeArrayCopy(SAFEARRAY* psa, SAFEARRAY** ppsaOut);
-WINOLEAUTAPI SafeArraySetIID(SAFEARRAY* psa, REFGUID guid);
-WINOLEAUTAPI SafeArrayGetIID(SAFEARRAY* psa, GUID* pguid);
-WINOLEAUTAPI SafeArrayGetVartype(SAFEARRAY* psa, VARTYPE* pvt);
 
 #define VARIANT_NOVALUEPROP 0x01
 #define VARIANT_ALPHABOOL 0x02
@@ -60,17 +47,11 @@ WINOLEAUTAPI VariantChangeTypeEx(VARIANTARG* pvargDest, VARIANTARG* pvarSrc, LCI
 #define DISPATCH_PROPERTYPUT 0x4
 #define DISPATCH_PROPERTYPUTREF 0x8
 typedef enum tagREGKIND { REGKIND_DEFAULT, REGKIND_REGISTER, REGKIND_NONE } REGKIND;
-WINOLEAUTAPI LoadTypeLib(const OLECHAR* szFile, ITypeLib** pptlib);
 WINOLEAUTAPI LoadTypeLibEx(LPCOLESTR szFile, REGKIND regkind, ITypeLib** pptlib);
 WINOLEAUTAPI LoadRegTypeLib(REFGUID rguid, WORD wVerMajor, WORD wVerMinor, LCID lcid, ITypeLib** pptlib);
 WINOLEAUTAPI QueryPathOfRegTypeLib(REFGUID guid, USHORT wMaj, USHORT wMin, LCID lcid, LPBSTR lpbstrPathName);
 WINOLEAUTAPI RegisterTypeLib(ITypeLib* ptlib, OLECHAR* szFullPath, OLECHAR* szHelpDir);
 WINOLEAUTAPI UnRegisterTypeLib(REFGUID libID, WORD wVerMajor, WORD wVerMinor, LCID lcid, SYSKIND syskind);
-WINOLEAUTAPI DispGetIDsOfNames(ITypeInfo* ptinfo, OLECHAR** rgszNames, UINT cNames, DISPID* rgdispid);
-WINOLEAUTAPI DispInvoke(void* _this, ITypeInfo* ptinfo, DISPID dispidMember, WORD wFlags, DISPPARAMS* pparams,
-                        VARIANT* pvarResult, EXCEPINFO* pexcepinfo, UINT* puArgErr);
-WINOLEAUTAPI DispCallFunc(void* pvInstance, ULONG_PTR oVft, CALLCONV cc, VARTYPE vtReturn, UINT cActuals,
-                          VARTYPE* prgvt, VARIANTARG** prgpvarg, VARIANT* pvargResult);
 
 WINOLEAUTAPI SetErrorInfo(ULONG dwReserved, IErrorInfo* perrinfo);
 WINOLEAUTAPI GetErrorInfo(ULONG dwReserved, IErrorInfo** pperrinfo);

@@ -14,7 +14,6 @@ typedef const OLECHAR* LPCOLESTR;
 typedef LONG SCODE;
 typedef SCODE* PSCODE;
 
-typedef enum tagMEMCTX { MEMCTX_TASK = 1 } MEMCTX;
 typedef enum tagCLSCTX {
     CLSCTX_INPROC_SERVER = 0x1,
     CLSCTX_INPROC_HANDLER = 0x2,

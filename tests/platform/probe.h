@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <string>
 
-#include "tests/platform/registry_access.h"
+#include "tests/platform/values.h"
 
 namespace probe {
 
@@ -29,58 +29,17 @@ struct DProbe : public IDispatch {
     virtual HRESULT STDMETHODCALLTYPE putref_Friend(IDispatch* other) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_Colour(Colour* colour) = 0;
     virtual HRESULT STDMETHODCALLTYPE put_Colour(Colour colour) = 0;
-    virtual HRESULT STDMETHODCALLTYPE get_Item(LONG index, VARIANT* item) = 0;
     virtual HRESULT STDMETHODCALLTYPE put_Item(LONG index, VARIANT item) = 0;
     virtual HRESULT STDMETHODCALLTYPE put_WriteOnly(BSTR value) = 0;
-    virtual HRESULT STDMETHODCALLTYPE put_Whole(VARIANT whole) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Numbers(SHORT, LONG, BYTE, USHORT, ULONG, VARIANT_BOOL, BSTR* text) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Reals(double real, LONG between, FLOAT single, DATE day, double* sum) = 0;
     virtual HRESULT STDMETHODCALLTYPE Text(BSTR text, LONG* length) = 0;
     virtual HRESULT STDMETHODCALLTYPE Convert(VARIANT* source, VARIANT_BOOL end, VARIANT* more, VARIANT* result) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Exchange(LONG* number, BSTR* text, VARIANT_BOOL* done) = 0;
     virtual HRESULT STDMETHODCALLTYPE Many(BSTR, LONG, LONG, Colour, VARIANT_BOOL, BSTR, VARIANT_BOOL, VARIANT*,
                                            LONG*) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Choice(LONG first, VARIANT second, VARIANT* third, LONG fourth, BSTR fifth) = 0;
     virtual HRESULT STDMETHODCALLTYPE Fail(LONG code) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Same(DProbe* probe, DProbe** same) = 0;
     virtual HRESULT STDMETHODCALLTYPE Secret() = 0;
     virtual HRESULT STDMETHODCALLTYPE AboutBox() = 0;
     virtual HRESULT STDMETHODCALLTYPE Unnumbered() = 0;
 };
-
-inline std::string Show(BSTR text) { return text ? '"' + Narrow(text, SysStringLen(text)) + '"' : "null"; }
-
-// A value with its type, in a line.
-inline std::string Show(const VARIANT& value) {
-    switch (value.vt) {
-        case VT_EMPTY:
-            return "empty";
-        case VT_NULL:
-            return "null";
-        case VT_I2:
-            return "i2:" + std::to_string(value.iVal);
-        case VT_I4:
-            return "i4:" + std::to_string(value.lVal);
-        case VT_R8:
-            return "r8:" + std::to_string(value.dblVal);
-        case VT_BOOL:
-            return value.boolVal == VARIANT_TRUE ? "true" : value.boolVal == VARIANT_FALSE ? "false" : "?";
-        case VT_BSTR:
-            return Show(value.bstrVal);
-        case VT_DISPATCH:
-            return value.pdispVal ? "object" : "no object";
-        case VT_ERROR:
-            return value.scode == DISP_E_PARAMNOTFOUND ? "missing" : "error";
-        case VT_BYREF | VT_VARIANT:
-            return "ref " + Show(*value.pvarVal);
-        case VT_BYREF | VT_I4:
-            return "ref i4:" + std::to_string(*value.plVal);
-        case VT_BYREF | VT_BSTR:
-            return "ref " + Show(*value.pbstrVal);
-        default:
-            return "vt" + std::to_string(value.vt);
-    }
-}
 
 // Counts its references, so that a test sees what was not given back.
 class Probe final : public DProbe {
@@ -110,26 +69,10 @@ public:
     }
     STDMETHODIMP get_Colour(Colour* colour) override { return Log("get_Colour"), *colour = pcCold, S_OK; }
     STDMETHODIMP put_Colour(Colour colour) override { return Log("put_Colour " + std::to_string(colour)); }
-    STDMETHODIMP get_Item(LONG index, VARIANT* item) override {
-        item->vt = VT_I2;
-        item->iVal = static_cast<SHORT>(index + 1);
-        return Log("get_Item " + std::to_string(index));
-    }
     STDMETHODIMP put_Item(LONG index, VARIANT item) override {
         return Log("put_Item " + std::to_string(index) + ' ' + Show(item));
     }
     STDMETHODIMP put_WriteOnly(BSTR value) override { return Log("put_WriteOnly " + Show(value)); }
-    STDMETHODIMP put_Whole(VARIANT whole) override { return Log("put_Whole " + Show(whole)); }
-    STDMETHODIMP Numbers(SHORT a, LONG b, BYTE c, USHORT d, ULONG e, VARIANT_BOOL f, BSTR* text) override {
-        *text = SysAllocString(OLESTR("told"));
-        Log("Numbers " + std::to_string(a) + ' ' + std::to_string(b) + ' ' + std::to_string(c) + ' ' +
-            std::to_string(d) + ' ' + std::to_string(e) + ' ' + std::to_string(f));
-        return *text ? S_OK : E_OUTOFMEMORY;
-    }
-    STDMETHODIMP Reals(double real, LONG between, FLOAT single, DATE day, double* sum) override {
-        *sum = real + between + static_cast<double>(single) + day;
-        return Log("Reals");
-    }
     STDMETHODIMP Text(BSTR text, LONG* length) override {
         return *length = static_cast<LONG>(SysStringLen(text)), Log("Text " + Show(text));
     }
@@ -142,14 +85,6 @@ public:
         result->bstrVal = SysAllocString(OLESTR("converted"));
         return result->bstrVal ? S_OK : E_OUTOFMEMORY;
     }
-    STDMETHODIMP Exchange(LONG* number, BSTR* text, VARIANT_BOOL* done) override {
-        Log("Exchange " + std::to_string(*number) + ' ' + Show(*text));
-        *number = -*number;
-        SysFreeString(*text);
-        *text = SysAllocString(OLESTR("exchanged"));
-        *done = VARIANT_TRUE;
-        return *text ? S_OK : E_OUTOFMEMORY;
-    }
     STDMETHODIMP Many(BSTR s1, LONG l2, LONG l3, Colour e4, VARIANT_BOOL b5, BSTR s6, VARIANT_BOOL b7, VARIANT* va8,
                       LONG* pl9) override {
         Log("Many " + Show(s1) + ' ' + std::to_string(l2) + ' ' + std::to_string(l3) + ' ' + std::to_string(e4) + ' ' +
@@ -158,10 +93,6 @@ public:
         va8->lVal = 8;
         *pl9 = 9;
         return S_OK;
-    }
-    STDMETHODIMP Choice(LONG first, VARIANT second, VARIANT* third, LONG fourth, BSTR fifth) override {
-        return Log("Choice " + std::to_string(first) + ' ' + Show(second) + ' ' + Show(*third) + ' ' +
-                   std::to_string(fourth) + ' ' + Show(fifth));
     }
     STDMETHODIMP Fail(LONG code) override {
         ICreateErrorInfo* create = nullptr;
@@ -181,11 +112,6 @@ public:
         }
         create->Release();
         return code;
-    }
-    STDMETHODIMP Same(DProbe* probe, DProbe** same) override {
-        *same = probe;
-        if (probe) probe->AddRef();
-        return Log(probe == this ? "Same me" : probe ? "?" : "Same null");
     }
     STDMETHODIMP Secret() override { return Log("Secret"); }
     STDMETHODIMP AboutBox() override { return Log("AboutBox"); }

@@ -65,7 +65,7 @@ TEST(TypeLibraryNative, EveryFailingAllocation) {
                 UINT count = 0;
                 HRESULT hr = LoadTypeLibEx(file.c_str(), REGKIND_NONE, &library);
                 if (SUCCEEDED(hr)) hr = library->GetTypeInfoOfGuid(probe::kDual, &info);
-                if (SUCCEEDED(hr)) hr = info->GetFuncDesc(7 + 16, &member);
+                if (SUCCEEDED(hr)) hr = info->GetFuncDesc(7 + 9, &member);
                 if (SUCCEEDED(hr)) hr = info->GetNames(13, names, 8, &count);
                 // The allocator's own notes may fail without harm to the block that they are about.
                 const bool harmless = kind == FaultKind::New && hr == S_OK;
