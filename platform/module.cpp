@@ -170,8 +170,7 @@ DWORD CopyOut(const Text& text, Unit* buffer, DWORD size) {
 }
 
 // A resource name or type as a number, if it is one; "#12" is one too.
-template <class Unit>
-std::optional<WORD> Number(const Unit* name) {
+std::optional<WORD> Number(const char16_t* name) {
     if (IS_INTRESOURCE(name)) return static_cast<WORD>(reinterpret_cast<ULONG_PTR>(name));
     if (*name != '#') return std::nullopt;
     unsigned value = 0;
@@ -180,30 +179,13 @@ std::optional<WORD> Number(const Unit* name) {
     return static_cast<WORD>(value);
 }
 
-template <class Unit>
-bool SameType(const char16_t* own, const Unit* wanted) {
+bool SameType(const char16_t* own, const char16_t* wanted) {
     const std::optional<WORD> number = Number(wanted);
     if (number || IS_INTRESOURCE(own)) return number == Number(own);
     for (;; ++own, ++wanted) {
-        const auto unit = static_cast<char16_t>(*wanted);
-        if (platform::FoldCase(*own) != platform::FoldCase(unit)) return false;
-        if (!unit) return true;
+        if (platform::FoldCase(*own) != platform::FoldCase(*wanted)) return false;
+        if (!*wanted) return true;
     }
-}
-
-template <class Unit>
-HRSRC FindIn(HMODULE module, const Unit* name, const Unit* type) {
-    const PlatformImage* image = ImageOf(module);
-    if (!image) return Fail(ERROR_RESOURCE_DATA_NOT_FOUND), nullptr;
-    const std::optional<WORD> id = Number(name);
-    DWORD error = ERROR_RESOURCE_TYPE_NOT_FOUND;
-    for (uint32_t i = 0; i < image->count; ++i) {
-        const PlatformResource* resource = &image->resources[i];
-        if (!SameType(resource->type, type)) continue;
-        if (id == resource->id) return reinterpret_cast<HRSRC>(const_cast<PlatformResource*>(resource));
-        error = ERROR_RESOURCE_NAME_NOT_FOUND;
-    }
-    return Fail(error), nullptr;
 }
 
 }  // namespace
@@ -232,11 +214,6 @@ int platform_is_unloading(void) { return unloading; }
 HMODULE GetModuleHandleA(LPCSTR lpModuleName) {
     if (!lpModuleName) return HandleOf(ObjectOf(nullptr));
     return Guarded(HMODULE{}, [&] { return Find(lpModuleName); });
-}
-
-HMODULE GetModuleHandleW(LPCWSTR lpModuleName) {
-    if (!lpModuleName) return HandleOf(ObjectOf(nullptr));
-    return WithNarrow(lpModuleName, Find);
 }
 
 DWORD GetModuleFileNameA(HMODULE hModule, LPSTR lpFilename, DWORD nSize) {
@@ -269,9 +246,19 @@ BOOL DisableThreadLibraryCalls(HMODULE hLibModule) {
     return hLibModule && ObjectOf(hLibModule) ? TRUE : Fail(ERROR_INVALID_HANDLE);
 }
 
-HRSRC FindResourceA(HMODULE hModule, LPCSTR lpName, LPCSTR lpType) { return FindIn(hModule, lpName, lpType); }
-
-HRSRC FindResourceW(HMODULE hModule, LPCWSTR lpName, LPCWSTR lpType) { return FindIn(hModule, lpName, lpType); }
+HRSRC FindResourceW(HMODULE hModule, LPCWSTR lpName, LPCWSTR lpType) {
+    const PlatformImage* image = ImageOf(hModule);
+    if (!image) return Fail(ERROR_RESOURCE_DATA_NOT_FOUND), nullptr;
+    const std::optional<WORD> id = Number(lpName);
+    DWORD error = ERROR_RESOURCE_TYPE_NOT_FOUND;
+    for (uint32_t i = 0; i < image->count; ++i) {
+        const PlatformResource* resource = &image->resources[i];
+        if (!SameType(resource->type, lpType)) continue;
+        if (id == resource->id) return reinterpret_cast<HRSRC>(const_cast<PlatformResource*>(resource));
+        error = ERROR_RESOURCE_NAME_NOT_FOUND;
+    }
+    return Fail(error), nullptr;
+}
 
 HGLOBAL LoadResource(HMODULE, HRSRC hResInfo) { return hResInfo; }
 

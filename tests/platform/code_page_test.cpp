@@ -1,5 +1,5 @@
 // Narrow and wide text, for the code pages that both sides have: UTF-8 and 1252.
-#include <windows.h>
+#include "tests/platform/last_error.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,6 @@
 #include <string_view>
 
 namespace {
-
-LONG LastError() { return static_cast<LONG>(GetLastError()); }
 
 using Wide = std::basic_string<WCHAR>;
 

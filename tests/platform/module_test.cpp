@@ -1,17 +1,14 @@
-// Modules by name, their functions and file names; environment and time.
-#include <windows.h>
+// Modules by name, their functions and file names, and the message texts of the system.
+#include "tests/platform/last_error.h"
 
 #include <oleauto.h>
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 namespace {
-
-LONG LastError() { return static_cast<LONG>(GetLastError()); }
 
 TEST(Module, SystemLibrariesAreLoaded) {
     for (const char* name : {"oleaut32.dll", "OLEAUT32.DLL", "OleAut32", "ole32.dll", "kernel32.dll", "advapi32.dll"}) {
@@ -41,7 +38,7 @@ TEST(Module, WhatIsNotThere) {
     EXPECT_FALSE(LoadLibraryW(OLESTR("no_such_folder\\no_such_module.dll")));
     EXPECT_EQ(LastError(), ERROR_MOD_NOT_FOUND);
     EXPECT_FALSE(FreeLibrary(nullptr));
-    EXPECT_FALSE(FindResourceA(GetModuleHandleA(nullptr), "NONE", "NONE"));
+    EXPECT_FALSE(FindResourceW(GetModuleHandleA(nullptr), OLESTR("NONE"), OLESTR("NONE")));
     EXPECT_EQ(LastError(), ERROR_RESOURCE_DATA_NOT_FOUND);
 }
 
@@ -59,6 +56,40 @@ TEST(Module, FileNameOfTheProgram) {
     EXPECT_EQ(LastError(), ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(GetModuleFileNameA(nullptr, name, length), length);
     EXPECT_EQ(LastError(), ERROR_INSUFFICIENT_BUFFER);
+}
+
+// The wording is the system's, so only the form is checked.
+TEST(Messages, SystemTexts) {
+    constexpr DWORD kSystem = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
+    const auto format = [](DWORD flags, HMODULE module, DWORD id, char* text, DWORD size) {
+        return FormatMessageA(flags, module, id, 0, text, size, nullptr);
+    };
+    char text[512], exact[512];
+    for (const HRESULT code : {HRESULT{ERROR_FILE_NOT_FOUND}, HRESULT{ERROR_BAD_EXE_FORMAT}, E_FAIL, E_INVALIDARG,
+                               E_OUTOFMEMORY, E_NOTIMPL, HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION)}) {
+        SCOPED_TRACE(code);
+        const auto id = static_cast<DWORD>(code);
+        const DWORD length = format(kSystem, nullptr, id, text, sizeof text);
+        ASSERT_GT(length, 2u);
+        EXPECT_EQ(std::string(text).size(), length);
+        EXPECT_EQ(std::string(text + length - 2), "\r\n");
+        EXPECT_EQ(format(kSystem, nullptr, id, exact, length + 1), length);
+        EXPECT_EQ(format(kSystem, nullptr, id, exact, length), 0u);
+        EXPECT_EQ(LastError(), ERROR_INSUFFICIENT_BUFFER);
+    }
+    const HMODULE kernel = GetModuleHandleA("kernel32.dll");
+    constexpr DWORD kBoth = kSystem | FORMAT_MESSAGE_FROM_HMODULE;  // the module first
+    const struct {
+        DWORD flags;
+        DWORD id;
+        LONG error;
+    } rows[] = {{kSystem, 0x80041234, ERROR_MR_MID_NOT_FOUND},
+                {kBoth, 0x80041234, ERROR_MR_MID_NOT_FOUND},
+                {FORMAT_MESSAGE_IGNORE_INSERTS, 5, ERROR_INVALID_PARAMETER},
+                {kBoth, ERROR_ACCESS_DENIED, 0}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(Error(format(row.flags, kernel, row.id, text, sizeof text) != 0), row.error) << row.id;
+    }
 }
 
 }  // namespace

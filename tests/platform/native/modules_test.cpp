@@ -1,5 +1,5 @@
 // Modules of this system: loading, entry, resources, message tables.
-#include <windows.h>
+#include "tests/platform/last_error.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,6 @@
 #include <string>
 
 namespace {
-
-LONG LastError() { return static_cast<LONG>(GetLastError()); }
 
 namespace fs = std::filesystem;
 
@@ -68,30 +66,25 @@ TEST_F(Modules, NamesAndHandles) {
 
 TEST_F(Modules, Resources) {
     const struct {
-        const char* name;
-        const char* type;
+        const char16_t* name;
+        const char16_t* type;
         std::string content;
         LONG error;
     } rows[] = {
-        {MAKEINTRESOURCEA(102), "REGISTRY", "script", 0},
-        {"#102", "registry", "script", 0},
-        {MAKEINTRESOURCEA(1), "TYPELIB", "scr", 0},
-        {MAKEINTRESOURCEA(103), "REGISTRY", "", ERROR_RESOURCE_NAME_NOT_FOUND},
-        {"text", "REGISTRY", "", ERROR_RESOURCE_NAME_NOT_FOUND},
-        {MAKEINTRESOURCEA(1), "REGISTR", "", ERROR_RESOURCE_TYPE_NOT_FOUND},
-        {MAKEINTRESOURCEA(1), RT_VERSION, "", ERROR_RESOURCE_TYPE_NOT_FOUND},
+        {MAKEINTRESOURCEW(102), u"REGISTRY", "script", 0},
+        {u"#102", u"registry", "script", 0},
+        {MAKEINTRESOURCEW(1), u"TYPELIB", "scr", 0},
+        {MAKEINTRESOURCEW(103), u"REGISTRY", "", ERROR_RESOURCE_NAME_NOT_FOUND},
+        {u"text", u"REGISTRY", "", ERROR_RESOURCE_NAME_NOT_FOUND},
+        {MAKEINTRESOURCEW(1), u"REGISTR", "", ERROR_RESOURCE_TYPE_NOT_FOUND},
+        {MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(16), "", ERROR_RESOURCE_TYPE_NOT_FOUND},
     };
     for (const auto& row : rows) {
-        const HRSRC found = FindResourceA(module_, row.name, row.type);
-        EXPECT_EQ(found == nullptr, row.error != 0);
-        if (!found) {
-            EXPECT_EQ(LastError(), row.error);
-            continue;
-        }
+        const HRSRC found = FindResourceW(module_, row.name, row.type);
+        EXPECT_EQ(Error(found != nullptr), row.error);
         const auto* data = static_cast<const char*>(LockResource(LoadResource(module_, found)));
-        EXPECT_EQ(std::string(data, SizeofResource(module_, found)), row.content);
+        EXPECT_EQ(std::string(data ? data : "", SizeofResource(module_, found)), row.content);
     }
-    EXPECT_TRUE(FindResourceW(module_, MAKEINTRESOURCEW(1), u"typelib"));
 }
 
 TEST_F(Modules, MessageTable) {
