@@ -25,14 +25,7 @@ HRESULT FindClassId(std::u16string_view name, CLSID* clsid) {
 
 HRESULT FindProgId(REFCLSID clsid, LPOLESTR* result) {
     std::u16string name;
-    switch (ReadClassesText({u"CLSID", GuidText(clsid), u"ProgID"}, name)) {
-        case ERROR_SUCCESS:
-            break;
-        case ERROR_FILE_NOT_FOUND:
-            return REGDB_E_CLASSNOTREG;
-        default:
-            return REGDB_E_READREGDB;
-    }
+    if (const HRESULT hr = ReadClassEntry(clsid, u"ProgID", name); FAILED(hr)) return hr;
     const size_t size = (name.size() + 1) * sizeof(OLECHAR);
     *result = static_cast<LPOLESTR>(CoTaskMemAlloc(size));
     if (!*result) return E_OUTOFMEMORY;
@@ -46,19 +39,11 @@ HRESULT FindProgId(REFCLSID clsid, LPOLESTR* result) {
 WINOLEAPI CLSIDFromProgID(LPCOLESTR lpszProgID, LPCLSID lpclsid) {
     if (!lpszProgID || !lpclsid) return E_INVALIDARG;
     *lpclsid = GUID_NULL;
-    try {
-        return platform::FindClassId(lpszProgID, lpclsid);
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
+    return platform::OrOutOfMemory([&] { return platform::FindClassId(lpszProgID, lpclsid); });
 }
 
 WINOLEAPI ProgIDFromCLSID(REFCLSID clsid, LPOLESTR* lplpszProgID) {
     if (!lplpszProgID) return E_INVALIDARG;
     *lplpszProgID = nullptr;
-    try {
-        return platform::FindProgId(clsid, lplpszProgID);
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
+    return platform::OrOutOfMemory([&] { return platform::FindProgId(clsid, lplpszProgID); });
 }

@@ -101,14 +101,7 @@ private:
 HRESULT FindClassObject(REFCLSID clsid, DWORD context, REFIID riid, void** object, std::shared_ptr<Server>& server) {
     if (!(context & CLSCTX_INPROC_SERVER)) return REGDB_E_CLASSNOTREG;
     std::u16string path;
-    switch (ReadClassesText({u"CLSID", GuidText(clsid), u"InprocServer32"}, path)) {
-        case ERROR_SUCCESS:
-            break;
-        case ERROR_FILE_NOT_FOUND:
-            return REGDB_E_CLASSNOTREG;
-        default:
-            return REGDB_E_READREGDB;
-    }
+    if (const HRESULT hr = ReadClassEntry(clsid, u"InprocServer32", path); FAILED(hr)) return hr;
     server = Servers::Instance().Get(path);
     if (const HRESULT hr = server->Load(); FAILED(hr)) return hr;
     return server->ClassObject(clsid, riid, object);
@@ -122,15 +115,6 @@ HRESULT Create(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid, void
     hr = factory->CreateInstance(outer, riid, object);
     factory->Release();
     return hr;
-}
-
-template <class Work>
-HRESULT OrOutOfMemory(Work work) {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
 }
 
 }  // namespace

@@ -134,4 +134,36 @@ void CheckFlags(const Attributes& attributes, DWORD allowed, const char* place) 
     throw IdlError{attributes.line, std::string(known->name) + " does not apply to " + place};
 }
 
+WORD TypeFlags(const Attributes& attributes) {
+    WORD flags = 0;
+    if (attributes.Has(kHidden)) flags |= TYPEFLAG_FHIDDEN;
+    if (attributes.Has(kRestricted)) flags |= TYPEFLAG_FRESTRICTED;
+    if (attributes.Has(kControl)) flags |= TYPEFLAG_FCONTROL;
+    if (attributes.Has(kNonExtensible)) flags |= TYPEFLAG_FNONEXTENSIBLE;
+    if (attributes.Has(kOleAutomation)) flags |= TYPEFLAG_FOLEAUTOMATION;
+    if (attributes.Has(kDual)) flags |= TYPEFLAG_FDUAL | TYPEFLAG_FOLEAUTOMATION;
+    return flags;
+}
+
+WORD FunctionFlags(const Attributes& attributes) {
+    WORD flags = 0;
+    if (attributes.Has(kRestricted)) flags |= FUNCFLAG_FRESTRICTED;
+    if (attributes.Has(kHidden)) flags |= FUNCFLAG_FHIDDEN;
+    return flags;
+}
+
+WORD ParameterFlags(const Attributes& attributes) {
+    WORD flags = 0;
+    if (attributes.Has(kIn)) flags |= PARAMFLAG_FIN;
+    if (attributes.Has(kOut)) flags |= PARAMFLAG_FOUT;
+    if (attributes.Has(kRetval)) flags |= PARAMFLAG_FRETVAL;
+    return flags;
+}
+
+INVOKEKIND KindOf(const Attributes& attributes) {
+    if (attributes.Has(kPropGet)) return INVOKE_PROPERTYGET;
+    if (attributes.Has(kPropPut)) return INVOKE_PROPERTYPUT;
+    return attributes.Has(kPropPutRef) ? INVOKE_PROPERTYPUTREF : INVOKE_FUNC;
+}
+
 }  // namespace platform

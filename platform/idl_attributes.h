@@ -50,4 +50,10 @@ struct Attributes {
 Attributes ReadAttributes(IdlLexer& lexer);
 void CheckFlags(const Attributes& attributes, DWORD allowed, const char* place);
 
+// What attributes mean for a type, a member and a parameter.
+WORD TypeFlags(const Attributes& attributes);
+WORD FunctionFlags(const Attributes& attributes);
+WORD ParameterFlags(const Attributes& attributes);
+INVOKEKIND KindOf(const Attributes& attributes);
+
 }  // namespace platform

@@ -8,7 +8,6 @@
 
 #include "platform/idl_attributes.h"
 #include "platform/idl_types.h"
-#include "platform/variant.h"
 #include "platform/wide_text.h"
 
 namespace platform {
@@ -21,46 +20,6 @@ constexpr ULONG kMaxElements = 0xFFFF;
 constexpr MEMBERID kGivenIds = 0x60000000;
 constexpr MEMBERID kVariableIds = 0x40000000;
 constexpr DWORD kTypeFlags = kHidden | kRestricted;
-
-WORD TypeFlags(const Attributes& attributes) {
-    WORD flags = 0;
-    if (attributes.Has(kHidden)) flags |= TYPEFLAG_FHIDDEN;
-    if (attributes.Has(kRestricted)) flags |= TYPEFLAG_FRESTRICTED;
-    if (attributes.Has(kControl)) flags |= TYPEFLAG_FCONTROL;
-    if (attributes.Has(kNonExtensible)) flags |= TYPEFLAG_FNONEXTENSIBLE;
-    if (attributes.Has(kOleAutomation)) flags |= TYPEFLAG_FOLEAUTOMATION;
-    if (attributes.Has(kDual)) flags |= TYPEFLAG_FDUAL | TYPEFLAG_FOLEAUTOMATION;
-    return flags;
-}
-
-WORD FunctionFlags(const Attributes& attributes) {
-    WORD flags = 0;
-    if (attributes.Has(kRestricted)) flags |= FUNCFLAG_FRESTRICTED;
-    if (attributes.Has(kHidden)) flags |= FUNCFLAG_FHIDDEN;
-    return flags;
-}
-
-WORD ParameterFlags(const Attributes& attributes) {
-    WORD flags = 0;
-    if (attributes.Has(kIn)) flags |= PARAMFLAG_FIN;
-    if (attributes.Has(kOut)) flags |= PARAMFLAG_FOUT;
-    if (attributes.Has(kRetval)) flags |= PARAMFLAG_FRETVAL;
-    return flags;
-}
-
-INVOKEKIND KindOf(const Attributes& attributes) {
-    if (attributes.Has(kPropGet)) return INVOKE_PROPERTYGET;
-    if (attributes.Has(kPropPut)) return INVOKE_PROPERTYPUT;
-    return attributes.Has(kPropPutRef) ? INVOKE_PROPERTYPUTREF : INVOKE_FUNC;
-}
-
-ULONG SizeOf(const TypeUse& use) {
-    if (use.pointers != 0) return sizeof(void*);
-    if (use.base == VT_USERDEFINED) return use.target->size;
-    if (use.base == VT_HRESULT) return sizeof(HRESULT);
-    const ULONG size = TypeSize(use.base);
-    return size != 0 ? size : ULONG{sizeof(void*)};
-}
 
 class Parser {
 public:

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "platform/variant.h"
 #include "platform/wide_text.h"
 
 namespace platform {
@@ -60,6 +61,14 @@ VARTYPE NumberType(const NumberWords& words) {
 }
 
 }  // namespace
+
+ULONG SizeOf(const TypeUse& use) {
+    if (use.pointers != 0) return sizeof(void*);
+    if (use.base == VT_USERDEFINED) return use.target->size;
+    if (use.base == VT_HRESULT) return sizeof(HRESULT);
+    const ULONG size = TypeSize(use.base);
+    return size != 0 ? size : ULONG{sizeof(void*)};
+}
 
 IdlSymbol& IdlTypes::Declare(Library& library, IdlLexer& lexer, std::string_view name, TYPEKIND kind) {
     const auto found = symbols_.find(name);

@@ -18,6 +18,9 @@ struct IdlSymbol {
     bool listed = false;
 };
 
+// The bytes of a value of that type.
+ULONG SizeOf(const TypeUse& use);
+
 class IdlTypes {
 public:
     explicit IdlTypes(const Library* standard) : standard_(standard) {}

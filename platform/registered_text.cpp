@@ -58,4 +58,10 @@ LONG ReadClassesText(NameList path, std::u16string& text) {
     });
 }
 
+HRESULT ReadClassEntry(REFCLSID clsid, std::u16string_view name, std::u16string& text) {
+    const LONG code = ReadClassesText({u"CLSID", GuidText(clsid), name}, text);
+    if (code == ERROR_SUCCESS) return S_OK;
+    return code == ERROR_FILE_NOT_FOUND ? REGDB_E_CLASSNOTREG : REGDB_E_READREGDB;
+}
+
 }  // namespace platform

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <initializer_list>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,5 +28,17 @@ void SetText(RegistryTree& tree, NameList path, std::u16string_view text, std::u
 
 // The default value of a key, for a caller that needs no more. ERROR_FILE_NOT_FOUND also for an empty one.
 LONG ReadClassesText(NameList path, std::u16string& text);
+// The same of a class's entry: S_OK, REGDB_E_CLASSNOTREG without one, REGDB_E_READREGDB where nothing can be read.
+HRESULT ReadClassEntry(REFCLSID clsid, std::u16string_view name, std::u16string& text);
+
+// No exception leaves a call of the system.
+template <class Work>
+HRESULT OrOutOfMemory(Work work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
 
 }  // namespace platform

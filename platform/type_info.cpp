@@ -19,9 +19,11 @@ const TypeEntry* StandardDispatch(const TypeEntry* entry) {
     return entry;
 }
 
-// Parameters that a caller can name: seen as a dispatch member, what is given back is not one of them.
+// Parameters that a caller can name: the value of a property is not one of them, nor, seen as a dispatch member, is what
+// is given back.
 size_t NamedParameters(const Function& function, bool dispatch) {
-    return function.parameters.size() - (dispatch && function.GivesResult() ? 1 : 0);
+    const bool puts = function.kind == INVOKE_PROPERTYPUT || function.kind == INVOKE_PROPERTYPUTREF;
+    return function.parameters.size() - (puts || (dispatch && function.GivesResult()) ? 1 : 0);
 }
 
 // The first member of that name, its own ones first.

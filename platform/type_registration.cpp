@@ -223,15 +223,6 @@ HRESULT QueryPath(REFGUID guid, WORD majorVersion, WORD minorVersion, LCID local
     return code == ERROR_SUCCESS ? S_OK : TYPE_E_LIBNOTREGISTERED;
 }
 
-template <class Work>
-HRESULT OrOutOfMemory(Work work) {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
-}
-
 }  // namespace
 }  // namespace platform
 

@@ -15,39 +15,6 @@ namespace {
 using probe::Counted;
 using probe::Text;
 
-// Lets `allowed` allocations pass and fails those after it.
-class FailingSpy final : public IMallocSpy {
-public:
-    int allowed = 0;
-    int live = 0;
-    int references = 0;
-
-    STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
-        *object = riid == IID_IMallocSpy || riid == IID_IUnknown ? this : nullptr;
-        return *object ? (AddRef(), S_OK) : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(++references); }
-    STDMETHODIMP_(ULONG) Release() override { return static_cast<ULONG>(--references); }
-    STDMETHODIMP_(SIZE_T) PreAlloc(SIZE_T size) override { return Admit(size); }
-    STDMETHODIMP_(void*) PostAlloc(void* block) override { return live += block != nullptr, block; }
-    STDMETHODIMP_(void*) PreFree(void* block, BOOL known) override { return live -= known ? 1 : 0, block; }
-    STDMETHODIMP_(void) PostFree(BOOL) override {}
-    STDMETHODIMP_(SIZE_T) PreRealloc(void* block, SIZE_T size, void** request, BOOL) override {
-        *request = block;
-        return Admit(size);
-    }
-    STDMETHODIMP_(void*) PostRealloc(void* block, BOOL) override { return block; }
-    STDMETHODIMP_(void*) PreGetSize(void* block, BOOL) override { return block; }
-    STDMETHODIMP_(SIZE_T) PostGetSize(SIZE_T size, BOOL) override { return size; }
-    STDMETHODIMP_(void*) PreDidAlloc(void* block, BOOL) override { return block; }
-    STDMETHODIMP_(int) PostDidAlloc(void*, BOOL, int answer) override { return answer; }
-    STDMETHODIMP_(void) PreHeapMinimize() override {}
-    STDMETHODIMP_(void) PostHeapMinimize() override {}
-
-private:
-    SIZE_T Admit(SIZE_T size) { return allowed-- > 0 ? size : 0; }
-};
-
 TEST(TaskMemory, SizesAndContent) {
     auto* block = static_cast<char*>(CoTaskMemAlloc(3));
     ASSERT_TRUE(block);
@@ -64,26 +31,22 @@ TEST(TaskMemory, SizesAndContent) {
     EXPECT_FALSE(CoTaskMemAlloc(static_cast<SIZE_T>(-1) / 2));
 }
 
-TEST(TaskMemory, ObserverComesAndGoes) {
-    FailingSpy spy;
-    spy.allowed = 2;
-    void* before = CoTaskMemAlloc(1);
+TEST(TaskMemory, ObserverSeesAndRefuses) {
     EXPECT_EQ(CoRevokeMallocSpy(), CO_E_OBJNOTREG);
     EXPECT_EQ(CoRegisterMallocSpy(nullptr), E_INVALIDARG);
-    ASSERT_EQ(CoRegisterMallocSpy(&spy), S_OK);
-    EXPECT_EQ(CoRegisterMallocSpy(&spy), CO_E_OBJISREG);
-    void* during = CoTaskMemAlloc(1);
-    during = CoTaskMemRealloc(during, 1000);
-    ASSERT_TRUE(during);
-    EXPECT_FALSE(CoTaskMemAlloc(1));
-    EXPECT_FALSE(CoTaskMemRealloc(before, 2000));  // the old block stays
-    CoTaskMemFree(before);
-    EXPECT_EQ(spy.live, 1);
-    EXPECT_EQ(CoRevokeMallocSpy(), E_ACCESSDENIED);  // leaves with the last block it knows
-    EXPECT_EQ(spy.references, 1);
-    CoTaskMemFree(during);
-    EXPECT_EQ(spy.live, 0);
-    EXPECT_EQ(spy.references, 0);
+    void* before = CoTaskMemAlloc(1);
+    {
+        talvo::test::AllocationFaults faults;
+        void* during = CoTaskMemRealloc(CoTaskMemAlloc(1), 1000);
+        ASSERT_TRUE(during);
+        EXPECT_EQ(faults.Live(), 1u);
+        faults.FailNth(1, true);
+        EXPECT_FALSE(CoTaskMemAlloc(1));
+        EXPECT_FALSE(CoTaskMemRealloc(before, 2000));  // the old block stays
+        CoTaskMemFree(before);
+        EXPECT_EQ(faults.Live(), 1u) << "blocks from before are not its own";
+        CoTaskMemFree(during);
+    }
     EXPECT_EQ(CoRevokeMallocSpy(), CO_E_OBJNOTREG);
 }
 

@@ -41,7 +41,6 @@ TEST(NativeFiles, NamesThatCannotExistHere) {
 
 TEST(NativeFiles, FullDevice) {
     const HANDLE full = CreateFileA("/dev/full", GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    ASSERT_NE(full, INVALID_HANDLE_VALUE);
     DWORD count = 77;
     EXPECT_EQ(Error(WriteFile(full, "x", 1, &count, nullptr)), ERROR_DISK_FULL);
     EXPECT_EQ(count, 0u);
