@@ -4,10 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/engine/binhex_oracle.h"
-#include "tests/engine/uuxx_text.h"
+#include "tests/engine/oracles.h"
 #include "tests/support/allocation_faults.h"
-#include "tests/support/splits.h"
 
 namespace talvo::test {
 namespace {
@@ -28,14 +26,12 @@ Fed Convert(EncodingSession& session, Direction direction, std::string_view inpu
 
 TEST(Failures, OfAConversion) {
     const std::string bytes = "any bytes will do, as long as they take more than one line of Base64 text";
-    const std::string text = Wrapped(NaiveEncode(bytes), 76, "\r\n");
-    const std::string lines = "begin 0444 a.txt\r\n" + NaiveLines(kUU, bytes, 45, "\r\n") + "\r\n`\r\nend";
+    const std::string text = NaiveText(kBase64, bytes, 76, "\r\n");
+    const std::string lines = "begin 0444 a.txt\r\n" + NaiveText(kUU, bytes, 61, "\r\n") + "\r\n`\r\nend";
     // The lines that announce much and carry nothing come when the first block is full.
     const std::string shortLines = lines.substr(0, lines.size() - 3) + "_\r\n_\r\n`\r\nend";
     const std::string blanks(4000, ' ');
     const BinHexFile file{"name", bytes, blanks};
-    constexpr auto kBase64 = FormatKind::Base64, kHexa = FormatKind::Hexa, kQP = FormatKind::QuotedPrintable,
-                   kBinHex = FormatKind::BinHex;
     constexpr auto kEncode = Direction::Encode, kDecode = Direction::Decode;
     const struct {
         const char* name;
@@ -87,29 +83,41 @@ TEST(Failures, OfAConversion) {
     }
 }
 
+// Work buffers have their whole size from the start, and go when the conversion ends, however it ends.
 TEST(Failures, OfOpening) {
     const struct {
         FormatKind kind;
         Direction direction;
-        size_t blocks;
-    } kRows[] = {{FormatKind::UU, Direction::Encode, 1},     {FormatKind::XX, Direction::Encode, 1},
-                 {FormatKind::UU, Direction::Decode, 1},     {FormatKind::QuotedPrintable, Direction::Decode, 1},
-                 {FormatKind::BinHex, Direction::Decode, 2}, {FormatKind::Base64, Direction::Decode, 0}};
+        uint32_t work, headerBlock;
+    } kRows[] = {{kUU, Direction::Encode, 60, 0},    {kXX, Direction::Encode, 76, 0},
+                 {kBase64, Direction::Encode, 0, 0}, {kQP, Direction::Encode, 0, 0},
+                 {kUU, Direction::Decode, 1024, 0},  {kXX, Direction::Decode, 1024, 0},
+                 {kBase64, Direction::Decode, 0, 0}, {kHexa, Direction::Decode, 0, 0},
+                 {kQP, Direction::Decode, 1024, 0},  {kBinHex, Direction::Decode, 1024, 277}};
     for (const auto& row : kRows) {
-        size_t failures = 0;
-        ForEachFailingAllocation([&](AllocationFaults& faults) {
-            EncodingSession session;
-            ASSERT_EQ(session.SelectFormat(row.kind), S_OK);
-            session.IncludeHeaderFooter = false;
-            const HRESULT hr = Feed(session, row.direction, {}, false).Code;
-            EXPECT_EQ(CodeName(hr), faults.Struck() ? "E_OUTOFMEMORY" : "S_OK");
-            if (FAILED(hr)) {
-                ++failures;
-                EXPECT_EQ(session.State, SessionState::Idle);
-                EXPECT_EQ(faults.Live(), 0u) << "released at once, not with the session";
-            }
-        });
-        EXPECT_EQ(failures, 2 * row.blocks) << static_cast<int>(row.kind);
+        const size_t blocks = (row.work ? 1u : 0u) + (row.headerBlock ? 1u : 0u);
+        for (const char* const end : {"reset", "end of data", "destruction"}) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(row.kind) << ", " << end);
+            size_t failures = 0;
+            ForEachFailingAllocation([&](AllocationFaults& faults) {
+                {
+                    EncodingSession session;
+                    ASSERT_EQ(session.SelectFormat(row.kind), S_OK);
+                    session.IncludeHeaderFooter = false;
+                    const HRESULT hr = Feed(session, row.direction, {}, false).Code;
+                    EXPECT_EQ(CodeName(hr), faults.Struck() ? "E_OUTOFMEMORY" : "S_OK");
+                    failures += FAILED(hr) ? 1 : 0;
+                    EXPECT_EQ(faults.Live(), FAILED(hr) ? 0 : blocks) << "released at once, not with the session";
+                    if (row.work && SUCCEEDED(hr)) std::memset(session.WorkBuffer.Get(), 0xEE, row.work);
+                    if (row.headerBlock && SUCCEEDED(hr)) std::memset(session.HeaderBlock.Get(), 0xEE, row.headerBlock);
+                    if (*end == 'r') session.ResetSession();
+                    if (*end == 'e' && SUCCEEDED(hr)) static_cast<void>(Feed(session, row.direction, {}, true));
+                    EXPECT_TRUE(*end == 'd' || (session.State == SessionState::Idle && faults.Live() == 0));
+                }
+                EXPECT_EQ(faults.Live(), 0u);
+            });
+            EXPECT_EQ(failures, 2 * blocks);
+        }
     }
 }
 

@@ -5,47 +5,34 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/engine/defect_rows.h"
+#include "tests/engine/sessions.h"
 
 namespace talvo::test {
 namespace {
 
 using namespace std::string_literals;
 
-constexpr auto kQP = FormatKind::QuotedPrintable;
-
 TEST(QuotedPrintableDecode, Defects) {
-    constexpr HRESULT kCharacter = berInvalidCharacterInData, kLeft = berRemainingData;
     const DefectRow kRows[] = {
-        {"nothing", "", S_OK, S_OK, ""},
-        {"both cases", "=41=3d=3D", S_OK, S_OK, "A=="},
-        {"blanks in an escape", "=\f 4\t1", S_OK, S_OK, "A"},
-        {"copied unchecked", "\xFF\x01\f\x7F~"s, S_OK, S_OK, "\xFF\x01\f\x7F~"s},
-        {"blanks before a break", "ab \t\r\ncd  ", S_OK, S_OK, "ab\r\ncd"},
-        {"blanks before a soft break", "a = \t\r\nb", S_OK, S_OK, "a b"},
-        {"an escaped blank stays", "a=20 \r\n=09", S_OK, S_OK, "a \r\n\t"},
-        {"blanks before an escape", "a  =3D", S_OK, S_OK, "a  ="},
-        {"CR LF, LF, CR", "a\r\nb\nc\rd", S_OK, S_OK, "a\r\nb\r\nc\r\nd"},
-        {"breaks at the end", "a\r\r\n\n\r", S_OK, S_OK, "a\r\n\r\n\r\n\r\n"},
-        {"blanks between CR and LF", "a\r \nb", S_OK, S_OK, "a\r\nb"},
-        {"blanks after CR", "a\r b\r \r=3D", S_OK, S_OK, "a\r\n b\r\n\r\n="},
-        {"soft, by CR LF, LF, CR", "a=\r\nb=\nc=\rd", S_OK, S_OK, "abcd"},
-        {"soft, then hard", "a=\r\n\r\nb=\n\nc=\r\rd", S_OK, S_OK, "a\r\nb\r\nc\r\nd"},
-        {"soft by LF, further on hard", "abc=\ndef\nghi", S_OK, S_OK, "abcdef\r\nghi"},
-        {"soft, then soft", "a=\r=\n=\r\nb", S_OK, S_OK, "ab"},
-        {"= at the end", "a =", S_OK, S_OK, "a "},
-        {"soft break at the end", "a=\r", S_OK, S_OK, "a"},
+        {"blanks before a break", "ab \t\r\ncd  ", S_OK, "ab\r\ncd"},
+        {"blanks before a soft break", "a = \t\r\nb", S_OK, "a b"},
+        {"an escaped blank stays", "a=20 \r\n=09", S_OK, "a \r\n\t"},
+        {"breaks at the end", "a\r\r\n\n\r", S_OK, "a\r\n\r\n\r\n\r\n"},
+        {"blanks between CR and LF", "a\r \nb", S_OK, "a\r\nb"},
+        {"blanks after CR", "a\r b\r \r=3D", S_OK, "a\r\n b\r\n\r\n="},
+        {"soft, then hard", "a=\r\n\r\nb=\n\nc=\r\rd", S_OK, "a\r\nb\r\nc\r\nd"},
+        {"soft, then soft", "a=\r=\n=\r\nb", S_OK, "ab"},
+        {"soft break at the end", "a=\r", S_OK, "a"},
 
-        {"no digit", "=G1", kCharacter, kCharacter, "=G1"},
-        {"no second digit", "=aG", kCharacter, kCharacter, "=AG"},
-        {"no escape in an escape", "==41", kCharacter, kCharacter, "==41"},
-        {"nor behind a digit", "=4=41", kCharacter, kCharacter, "=4=41"},
-        {"break behind a digit", "=4\r\nb", kCharacter, kCharacter, "=4\r\nb"},
-        {"LF behind a digit", "=4\nb", kCharacter, kCharacter, "=4b"},
-        {"blanks are lost", "= 4 G", kCharacter, kCharacter, "=4G"},
-        {"digit left", "=a", kLeft, kLeft, "=A"},
-        {"digit and blank left", "=4 ", kLeft, kLeft, "=4"},
-        {"invalid stays", "=x=4", kCharacter, kCharacter, "=x=4"},
+        {"no second digit", "=aG", kCharacter, "=AG"},
+        {"no escape in an escape", "==41", kCharacter, "==41"},
+        {"nor behind a digit", "=4=41", kCharacter, "=4=41"},
+        {"break behind a digit", "=4\r\nb", kCharacter, "=4\r\nb"},
+        {"LF behind a digit", "=4\nb", kCharacter, "=4b"},
+        {"blanks are lost", "= 4 G", kCharacter, "=4G"},
+        {"digit left", "=a", kLeft, "=A"},
+        {"digit and blank left", "=4 ", kLeft, "=4"},
+        {"invalid stays", "=x=4", kCharacter, "=x=4"},
     };
     for (const DefectRow& row : kRows) CheckDefect(kQP, row);
 }
@@ -64,10 +51,10 @@ TEST(QuotedPrintableDecode, LineBreaksWritten) {
     for (const auto& row : kRows) {
         for (const auto& [type, lineBreak] : {std::pair{kCrLf, "\r\n"}, {kLf, "\n"}, {kCr, "\r"}}) {
             const std::string bytes = std::regex_replace(row.bytes, std::regex("\\|"), lineBreak);
-            CheckEverySplit(row.name, TextDecoder(kQP, false, type), Direction::Decode, row.text, S_OK, bytes);
+            CheckEverySplit(row.name, Decoder(kQP, false, true, type), Direction::Decode, row.text, S_OK, bytes);
         }
         for (const bool tolerant : {false, true}) {
-            CheckEverySplit(row.name, TextDecoder(kQP, tolerant, kNoBreak), Direction::Decode, row.text,
+            CheckEverySplit(row.name, Decoder(kQP, tolerant, true, kNoBreak), Direction::Decode, row.text,
                             row.withoutBreaks, row.withoutBreaks == S_OK ? row.bytes : "");
         }
     }
@@ -77,9 +64,9 @@ TEST(QuotedPrintableDecode, LineBreaksWritten) {
 TEST(QuotedPrintableDecode, ManyBlanks) {
     for (const size_t count : {1023, 1024, 1025, 5000}) {
         const std::string blanks(count, '\t');
-        CheckEverySplit("kept", TextDecoder(kQP, false), Direction::Decode, "a" + blanks + "b" + blanks + "=", S_OK,
+        CheckEverySplit("kept", Decoder(kQP, false), Direction::Decode, "a" + blanks + "b" + blanks + "=", S_OK,
                         "a" + blanks + "b" + blanks);
-        CheckEverySplit("dropped", TextDecoder(kQP, false), Direction::Decode, blanks + "\n" + blanks, S_OK, "\r\n");
+        CheckEverySplit("dropped", Decoder(kQP, false), Direction::Decode, blanks + "\n" + blanks, S_OK, "\r\n");
     }
 }
 
@@ -126,7 +113,7 @@ TEST(QuotedPrintableDecode, GarbageLikeThePlainDecoder) {
         for (const auto& [type, lineBreak] : {std::pair{kCrLf, "\r\n"}, {kCr, "\r"}, {kNoBreak, ""}}) {
             for (const bool tolerant : {false, true}) {
                 const Fed expected = NaiveDecode(text, tolerant, lineBreak);
-                SplitChecker("garbage", TextDecoder(kQP, tolerant, type), Direction::Decode, text, expected.Code,
+                SplitChecker("garbage", Decoder(kQP, tolerant, true, type), Direction::Decode, text, expected.Code,
                              expected.Bytes)
                     .CheckRandom(1);
             }

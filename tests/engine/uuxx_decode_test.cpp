@@ -5,16 +5,12 @@
 #include <gtest/gtest.h>
 
 #include "com/lock.h"
-#include "tests/engine/base64_oracle.h"
-#include "tests/engine/defect_rows.h"
-#include "tests/engine/uuxx_text.h"
+#include "tests/engine/oracles.h"
 
 namespace talvo::test {
 namespace {
 
 using namespace std::string_literals;
-
-Setup Decoder(FormatKind kind, bool header, bool tolerant) { return TextDecoder(kind, tolerant, kCrLf, header); }
 
 const std::string kEndLine = "\xCE\x90" + std::string(40, '\0');  // what the XX line "end++" stands for
 
@@ -25,119 +21,91 @@ std::string Times(size_t count, std::string_view text) {
     return all;
 }
 
-constexpr HRESULT kCharacter = berInvalidCharacterInData, kLength = berInvalidLineLengthInData,
-                  kLeft = berRemainingData, kLine = berInvalidNumberOfCharacterOnLine;
-
-TEST(UuXxDecode, UuLines) {
+TEST(UuXxDecode, Lines) {
     const std::string full = "M" + Times(15, "0V%T");
     const DefectRow kRows[] = {
-        {"nothing", "", S_OK, S_OK, ""},
-        {"a line at the end", "#0V%T", S_OK, S_OK, "Cat"},
-        {"lines with every break", "#0V%T\r\n#0V%T\n#0V%T\r\r\n#0V%T\n\n", S_OK, S_OK, "CatCatCatCat"},
-        {"full lines", full + "\r\n" + full + "\n" + full + "\r" + full, S_OK, S_OK, Times(60, "Cat")},
-        {"blank is zero, as the accent", "#    \n#````\n#`` !\n", S_OK, S_OK, "\0\0\0\0\0\0\0\0\1"s},
-        {"tab and form feed are nothing", "\t#\f0V\t%T\f\n\t`\n", S_OK, S_OK, "Cat"},
-        {"part of the last group", "!0V%T\n\"0V%T\n$0V%T0V%T", S_OK, S_OK, "CCaCatC"},
-        {"two bytes more than announced", "K" + Times(15, "0V%T") + "\n`", S_OK, S_OK, Times(14, "Cat") + "C"},
-        {"lines of length zero", "`\n \n#0V%T\n`\n`\n#0V%T", S_OK, S_OK, "CatCat"},
+        {"lines with every break", "#0V%T\r\n#0V%T\n#0V%T\r\r\n#0V%T\n\n", S_OK, "CatCatCatCat"},
+        {"blank is zero, as the accent", "#    \n#````\n#`` !\n", S_OK, "\0\0\0\0\0\0\0\0\1"s},
+        {"tab and form feed are nothing", "\t#\f0V\t%T\f\n\t`\n", S_OK, "Cat"},
+        {"part of the last group", "!0V%T\n\"0V%T\n$0V%T0V%T", S_OK, "CCaCatC"},
+        {"two bytes more than announced", "K" + Times(15, "0V%T") + "\n`", S_OK, Times(14, "Cat") + "C"},
 
-        {"fewer bytes than announced", "%0V%T\n`", S_OK, S_OK, "Cat\0\0"s},
-        {"nothing on the line", "_\n`\n", S_OK, S_OK, Zeros(63)},
-        {"nothing of an earlier line", full + "\n$0V%T\nM\n_0V%T", S_OK, S_OK,
+        {"fewer bytes than announced", "%0V%T\n`", S_OK, "Cat\0\0"s},
+        {"nothing of an earlier line", full + "\n$0V%T\nM\n_0V%T", S_OK,
          Times(15, "Cat") + "Cat\0"s + Zeros(45) + "Cat" + Zeros(60)},
 
-        {"three bytes more than announced", "#0V%T0V%T\n#0V%T", kLength, kLength, "CatCat"},
-        {"three bytes more on the last line", "#0V%T0V%T", S_OK, S_OK, "Cat"},
-        {"more on a line of length zero", "`0V%T\n#0V%T\n`", kLength, kLength, "Cat"},
-        {"63 bytes", "_" + Times(21, "0V%T") + "\n`", S_OK, S_OK, Times(21, "Cat")},
-        {"66 bytes", "_" + Times(22, "0V%T"), kLength, kLength, Times(21, "Cat")},
-        {"many more", "#" + Times(60, "0V%T") + "\n#0V%T\n", kLength, kLength, "CatCat"},
+        {"three bytes more than announced", "#0V%T0V%T\n#0V%T", kLength, "CatCat"},
+        {"more on a line of length zero", "`0V%T\n#0V%T\n`", kLength, "Cat"},
+        {"63 bytes", "_" + Times(21, "0V%T") + "\n`", S_OK, Times(21, "Cat")},
+        {"66 bytes", "_" + Times(22, "0V%T"), kLength, Times(21, "Cat")},
+        {"many more", "#" + Times(60, "0V%T") + "\n#0V%T\n", kLength, "CatCat"},
 
-        {"break in a group", "#0V\n#0V%T\n", kLine, kLine, "C`\0Cat"s},
-        {"CR LF in a group is one defect", "#0V%T0\r\n`", kLine, kLine, "Cat"},
-        {"a blank behind the line", "#0V%T \n`", kLine, kLine, "Cat"},
-        {"blanks gone from the end of the line", "&0V%T 0\n`", kLine, kLine, "Cat\1\0\0"s},
+        {"break in a group", "#0V\n#0V%T\n", kLine, "C`\0Cat"s},
+        {"CR LF in a group is one defect", "#0V%T0\r\n`", kLine, "Cat"},
+        {"a blank behind the line", "#0V%T \n`", kLine, "Cat"},
+        {"blanks gone from the end of the line", "&0V%T 0\n`", kLine, "Cat\1\0\0"s},
 
-        {"outside the alphabet", "#0Va%T\n`", kCharacter, kCharacter, "Cat"},
-        {"in front of the line", "z#0V%T\n`", kCharacter, kCharacter, "Cat"},
-        {"zero, control, high bytes", "#0\0V\x0B\x7F%\x80T\xFF\n`"s, kCharacter, kCharacter, "Cat"},
-        {"\"end\" is nothing special", "#0V%T\nend\n#0V%T", kCharacter, kCharacter, "CatCat"},
+        {"zero, control, high bytes", "#0\0V\x0B\x7F%\x80T\xFF\n`"s, kCharacter, "Cat"},
+        {"\"end\" is nothing special", "#0V%T\nend\n#0V%T", kCharacter, "CatCat"},
 
-        {"one character left", "#0V%T0", kLeft, kLeft, "Cat"},
-        {"three characters left", "&0V%T0V%", kLeft, kLeft, "Cat\0\0\0"s},
+        {"three characters left", "&0V%T0V%", kLeft, "Cat\0\0\0"s},
 
-        {"first warning stays", "#0V\n#0V%T0V%T\n#0V%T0", kLine, kLine, "C`\0CatCat"s},
-        {"invalid character replaces it", "#0V\n#0Va%T\n#0V%T0", kLine, kCharacter, "C`\0CatCat"s},
-        {"and stays", "a#0V%T0", kCharacter, kCharacter, "Cat"},
+        {"invalid character replaces it", "#0V\n#0Va%T\n#0V%T0", kLine, "C`\0CatCat"s, kCharacter},
     };
     for (const DefectRow& row : kRows) CheckDefect(kUU, row, false);
-}
-
-TEST(UuXxDecode, XxLines) {
-    const std::string full = "t" + Times(19, "Eq3o");
-    const DefectRow kRows[] = {
-        {"a line at the end", "1Eq3o", S_OK, S_OK, "Cat"},
-        {"full lines", full + "\r\n" + full + "\n" + full, S_OK, S_OK, Times(57, "Cat")},
-        {"63 bytes", "z" + Times(21, "Eq3o") + "\n+", S_OK, S_OK, Times(21, "Cat")},
-        {"blanks are nothing", " 1 E\tq3\fo \n +", S_OK, S_OK, "Cat"},
-        {"only blanks and breaks", " \t\f\r\n \n", S_OK, S_OK, ""},
-        {"fewer bytes than announced", "4Eq3o  \n+", S_OK, S_OK, "Cat\0\0\0"s},
-        {"outside the alphabet", "1Eq*3o\n`\n+", kCharacter, kCharacter, "Cat"},
-        {"\"end\" is data", "1Eq3o\nend++\n+\nend++", S_OK, S_OK, "Cat" + kEndLine + kEndLine},
+    const DefectRow kXxRows[] = {
+        {"63 bytes", "z" + Times(21, "Eq3o") + "\n+", S_OK, Times(21, "Cat")},
+        {"blanks are nothing", " 1 E\tq3\fo \n +", S_OK, "Cat"},
+        {"fewer bytes than announced", "4Eq3o  \n+", S_OK, "Cat\0\0\0"s},
+        {"\"end\" is data", "1Eq3o\nend++\n+\nend++", S_OK, "Cat" + kEndLine + kEndLine},
     };
-    for (const DefectRow& row : kRows) CheckDefect(kXX, row, false);
+    for (const DefectRow& row : kXxRows) CheckDefect(kXX, row, false);
 }
 
 // Behind a header. Where the text says "end" in some form, and whether that is the end.
 TEST(UuXxDecode, TheEnd) {
     const DefectRow kUuRows[] = {
-        {"usual", "#0V%T\n`\nend\n", S_OK, S_OK, "Cat"},
-        {"no break behind", "#0V%T\n`\nend", S_OK, S_OK, "Cat"},
-        {"CR LF", "#0V%T\r\n`\r\nend\r\n\r\n", S_OK, S_OK, "Cat"},
-        {"no line of length zero", "#0V%T\n#0V%T\nend\n", S_OK, S_OK, "Cat"},
-        {"neither", "#0V%T\n#0V%T\nend", S_OK, S_OK, "Cat"},
-        {"first of all", "end\n#0V%T", S_OK, S_OK, ""},
-        {"what follows is ignored", "#0V%T\n`\nend\r\n#0V%T\nzz\n{", S_OK, S_OK, "Cat"},
-        {"blank lines in front", "#0V%T\n`\n\r\n\nend\n#0V%T", S_OK, S_OK, "Cat"},
-        {"missing", "#0V%T\n#0V%T\n", S_OK, S_OK, "CatCat"},
-        {"missing, a character left", "#0V%T\n#0V%T0", kLeft, kLeft, "CatCat"},
-        {"in the middle of a line", "#0V%T\n#0Vend%T\n`", kCharacter, kCharacter, "CatCat"},
+        {"usual", "#0V%T\n`\nend\n", S_OK, "Cat"},
+        {"no break behind", "#0V%T\n`\nend", S_OK, "Cat"},
+        {"CR LF", "#0V%T\r\n`\r\nend\r\n\r\n", S_OK, "Cat"},
+        {"no line of length zero", "#0V%T\n#0V%T\nend\n", S_OK, "Cat"},
+        {"neither", "#0V%T\n#0V%T\nend", S_OK, "Cat"},
+        {"first of all", "end\n#0V%T", S_OK, ""},
+        {"what follows is ignored", "#0V%T\n`\nend\r\n#0V%T\nzz\n{", S_OK, "Cat"},
+        {"blank lines in front", "#0V%T\n`\n\r\n\nend\n#0V%T", S_OK, "Cat"},
+        {"missing", "#0V%T\n#0V%T\n", S_OK, "CatCat"},
+        {"missing, a character left", "#0V%T\n#0V%T0", kLeft, "CatCat"},
+        {"in the middle of a line", "#0V%T\n#0Vend%T\n`", kCharacter, "CatCat"},
 
         // A blank behind "end" is a line of length zero. The letters are then what they are elsewhere, which shows when
         // the next line begins.
-        {"a blank behind", "#0V%T\n`\nend ", S_OK, S_OK, "Cat"},
-        {"a blank and a break", "#0V%T\n`\nend \n", S_OK, S_OK, "Cat"},
-        {"a blank and two breaks", "#0V%T\n`\nend \r\n", kCharacter, kCharacter, "Cat"},
-        {"a blank and more lines", "#0V%T\n`\nend \n#0V%T\n`\n", kCharacter, kCharacter, "CatCat"},
-        {"a tab behind", "#0V%T\n`\nend\t\n#0V%T", kCharacter, kCharacter, "CatCat"},
-        {"a digit behind", "#0V%T\n`\nend#0V%T\n`\n", kCharacter, kCharacter, "CatCat"},
-        {"a letter behind", "#0V%T\n`\nendz\n`\n", kCharacter, kCharacter, "Cat"},
-        {"the end behind a false one", "#0V%T\n`\nendz\nend\n#0V%T", S_OK, S_OK, "Cat"},
-        {"a blank in front", "#0V%T\n`\n end\n", kCharacter, kCharacter, "Cat"},
-        {"broken off", "#0V%T\n`\nen\n#0V%T\n", kCharacter, kCharacter, "CatCat"},
-        {"broken off at the end of data", "#0V%T\n`\nen", S_OK, S_OK, "Cat"},
-        {"not quite", "#0V%T\n`\nene\n`\n", kCharacter, kCharacter, "Cat"},
-        {"doubled letter", "#0V%T\n`\neend\n`\n", kCharacter, kCharacter, "Cat"},
-        {"an end behind it all", "#0V%T\nen\nend\n", kCharacter, kCharacter, ""},
+        {"a blank behind", "#0V%T\n`\nend ", S_OK, "Cat"},
+        {"a blank and two breaks", "#0V%T\n`\nend \r\n", kCharacter, "Cat"},
+        {"a blank and more lines", "#0V%T\n`\nend \n#0V%T\n`\n", kCharacter, "CatCat"},
+        {"a tab behind", "#0V%T\n`\nend\t\n#0V%T", kCharacter, "CatCat"},
+        {"a digit behind", "#0V%T\n`\nend#0V%T\n`\n", kCharacter, "CatCat"},
+        {"the end behind a false one", "#0V%T\n`\nendz\nend\n#0V%T", S_OK, "Cat"},
+        {"a blank in front", "#0V%T\n`\n end\n", kCharacter, "Cat"},
+        {"broken off", "#0V%T\n`\nen\n#0V%T\n", kCharacter, "CatCat"},
+        {"not quite", "#0V%T\n`\nene\n`\n", kCharacter, "Cat"},
     };
-    for (DefectRow row : kUuRows) {
-        row.text.insert(0, "begin 644 n\n");
-        CheckDefect(kUU, row, true);
-    }
     // The letters are digits: the first is a length character, which brings out the line before it.
     const DefectRow kXxRows[] = {
-        {"usual", "1Eq3o\n+\nend\n", S_OK, S_OK, "Cat"},
-        {"no line of length zero", "1Eq3o\nend\r\n1Eq3o", S_OK, S_OK, "Cat"},
-        {"neither", "1Eq3o\nend", S_OK, S_OK, "Cat"},
-        {"digits behind", "1Eq3o\nend++\n+\n", S_OK, S_OK, "Cat" + kEndLine},
-        {"a blank behind", "1Eq3o\n+\nend \n", kLine, kLine, "Cat" + kEndLine},
-        {"an invalid character behind", "1Eq3o\nend*++\n+\n", kCharacter, kCharacter, "Cat" + kEndLine},
-        {"and no further line", "1Eq3o\nend*++", S_OK, S_OK, "Cat" + kEndLine},
+        {"no line of length zero", "1Eq3o\nend\r\n1Eq3o", S_OK, "Cat"},
+        {"neither", "1Eq3o\nend", S_OK, "Cat"},
+        {"digits behind", "1Eq3o\nend++\n+\n", S_OK, "Cat" + kEndLine},
+        {"a blank behind", "1Eq3o\n+\nend \n", kLine, "Cat" + kEndLine},
+        {"an invalid character behind", "1Eq3o\nend*++\n+\n", kCharacter, "Cat" + kEndLine},
+        {"and no further line", "1Eq3o\nend*++", S_OK, "Cat" + kEndLine},
     };
-    for (DefectRow row : kXxRows) {
-        row.text.insert(0, "begin 644 n\n");
-        CheckDefect(kXX, row, true);
-    }
+    const auto check = [](FormatKind kind, const auto& rows) {
+        for (DefectRow row : rows) {
+            row.text.insert(0, "begin 644 n\n");
+            CheckDefect(kind, row);
+        }
+    };
+    check(kUU, kUuRows);
+    check(kXX, kXxRows);
 }
 
 TEST(UuXxDecode, TheHeader) {
@@ -167,9 +135,9 @@ TEST(UuXxDecode, TheHeader) {
         {"a second one is not looked for", "begin 2 y\n#0V%T\n`\nend\nbegin 3 z", u"y", 02},
     };
     for (const auto& row : kRows) {
-        CheckEverySplit(row.name, Decoder(kUU, true, false), Direction::Decode, row.text + data, S_OK, "Cat");
+        CheckEverySplit(row.name, Decoder(kUU, false), Direction::Decode, row.text + data, S_OK, "Cat");
         EncodingSession session;
-        Decoder(kUU, true, false)(session);
+        Decoder(kUU, false)(session);
         com::CriticalSection lock;
         session.HeaderLock = &lock;
         static_cast<void>(Feed(session, Direction::Decode, row.text + data, true));
@@ -177,14 +145,14 @@ TEST(UuXxDecode, TheHeader) {
         EXPECT_EQ(session.HeaderPermissions, row.permissions) << row.name;
     }
     for (const char* text : {"", "begin 644 a", "begin 644 a\r\n\n", "#0V%T\n`\nend\n", "begin \n#0V%T\n"}) {
-        CheckEverySplit("no header", Decoder(kUU, true, false), Direction::Decode, text, S_OK, "");
+        CheckEverySplit("no header", Decoder(kUU, false), Direction::Decode, text, S_OK, "");
     }
 }
 
 // A header counts once the first character of a later line is there, in whatever call.
 TEST(UuXxDecode, TheHeaderWaitsForTheNextLine) {
     EncodingSession session;
-    Decoder(kUU, true, false)(session);
+    Decoder(kUU, false)(session);
     EXPECT_EQ(Feed(session, Direction::Decode, {}, false), Fed{});
     for (const char* chunk : {"begin 644 ", "a", ".txt", "\r", "\n", "\n", "#"}) {
         EXPECT_TRUE(!session.HeaderFilename && session.HeaderPermissions == 0) << "before " << chunk;
@@ -216,8 +184,8 @@ TEST(UuXxDecode, GarbageAndDamagedTexts) {
     std::mt19937 random(3);
     const std::string alphabets[] = {"#0V%T`\n", "#0V%T\r\n e", "end\n #", "1Eq3o+\nend", "M_`\n\xFF\0\t"s};
     const std::string texts[] = {
-        "begin 644 n\r\n" + NaiveLines(kUU, RandomBytes(random, 150), 45, "\r\n") + "\r\n`\r\nend\r\n",
-        "begin 644 n\n" + NaiveLines(kXX, RandomBytes(random, 150), 30, "\n") + "\n+\nend\n"};
+        "begin 644 n\r\n" + NaiveText(kUU, RandomBytes(random, 150), 61, "\r\n") + "\r\n`\r\nend\r\n",
+        "begin 644 n\n" + NaiveText(kXX, RandomBytes(random, 150), 41, "\n") + "\n+\nend\n"};
     for (int i = 0; i < 1500 && !HasFailure(); ++i) {
         std::string text = i % 3 == 0 ? texts[random() % 2] : i % 3 == 1 ? "begin 644 n\n" : "";
         const std::string& alphabet = alphabets[random() % std::size(alphabets)];
@@ -230,7 +198,7 @@ TEST(UuXxDecode, GarbageAndDamagedTexts) {
             text.insert(random() % text.size(), 1, random() % 2 ? static_cast<char>(random()) : "\n e"[random() % 3]);
         }
         for (int options = 0; options < 8; ++options) {
-            const auto setup = Decoder(options & 1 ? kUU : kXX, options & 2, options & 4);
+            const auto setup = Decoder(options & 1 ? kUU : kXX, options & 4, options & 2);
             EncodingSession session;
             setup(session);
             const Fed whole = Feed(session, Direction::Decode, text, true);
