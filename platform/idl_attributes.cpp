@@ -29,7 +29,6 @@ const struct {
     {"retval", kRetval},
     {"default", kDefault},
     {"v1_enum", kV1Enum},
-    {"source", kSource},
     {"noncreatable", kNonCreatable},
     // About marshalling, which in-process calls do without.
     {"unique", 0},

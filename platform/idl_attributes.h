@@ -28,8 +28,7 @@ enum AttributeFlag : DWORD {
     kRetval = 1 << 13,
     kDefault = 1 << 14,
     kV1Enum = 1 << 15,
-    kSource = 1 << 16,
-    kNonCreatable = 1 << 17,
+    kNonCreatable = 1 << 16,
 };
 
 struct Attributes {

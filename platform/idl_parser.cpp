@@ -211,13 +211,11 @@ private:
         lexer_.Expect("{");
         while (!lexer_.Accept("}")) {
             const Attributes member = ReadAttributes(lexer_);
-            CheckFlags(member, kDefault | kSource | kRestricted, "an interface of a class");
+            CheckFlags(member, kDefault, "an interface of a class");
             lexer_.Expect("interface");
             Implementation implementation;
             implementation.type = TakeInterface();
             if (member.Has(kDefault)) implementation.flags |= IMPLTYPEFLAG_FDEFAULT;
-            if (member.Has(kSource)) implementation.flags |= IMPLTYPEFLAG_FSOURCE;
-            if (member.Has(kRestricted)) implementation.flags |= IMPLTYPEFLAG_FRESTRICTED;
             if (entry.implementations.size() == kMaxVariables) lexer_.Fail("too many interfaces");
             entry.implementations.push_back(implementation);
             lexer_.Expect(";");
