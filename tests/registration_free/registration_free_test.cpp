@@ -37,40 +37,30 @@ protected:
     void TearDown() override { CoUninitialize(); }
 };
 
-bool IsKey(const std::wstring& path) {
+bool IsRegistered(const std::wstring& name) {
     HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return false;
-    RegCloseKey(key);
-    return true;
+    const bool found = RegOpenKeyExW(HKEY_CLASSES_ROOT, name.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS;
+    if (found) RegCloseKey(key);
+    return found;
 }
 
-std::wstring Text(REFGUID guid) {
-    wchar_t text[64] = {};
-    StringFromGUID2(guid, text, 64);
-    return text;
-}
-
-TEST_F(RegistrationFree, ClassesAreFoundByTheirNames) {
+TEST_F(RegistrationFree, ClassesAreFoundAndServeLateBoundCalls) {
+    const CLSID automation = {0x00020424, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
     for (const auto& row : kClasses) {
         SCOPED_TRACE(testing::Message() << std::string(row.Name.begin(), row.Name.end()));
-        EXPECT_FALSE(IsKey(L"Talvo." + row.Name)) << "registered: this proves nothing";
-        EXPECT_FALSE(IsKey(L"CLSID\\" + Text(row.Class))) << "registered: this proves nothing";
+        wchar_t guid[64] = {};
+        StringFromGUID2(row.Class, guid, 64);
+        EXPECT_FALSE(IsRegistered(L"Talvo." + row.Name)) << "this proves nothing";
+        EXPECT_FALSE(IsRegistered(L"CLSID\\" + std::wstring(guid))) << "this proves nothing";
+        com::ComPtr<IDispatch> object;
         for (const std::wstring version : {L"", L".1"}) {
             // The system makes up a class identifier for a name of a manifest; it is good for creating.
             CLSID found{};
-            com::ComPtr<IDispatch> object;
             EXPECT_EQ(CLSIDFromProgID((L"Talvo." + row.Name + version).c_str(), &found), S_OK);
             EXPECT_EQ(CoCreateInstance(found, nullptr, CLSCTX_INPROC_SERVER, row.Dual, object.PutVoid()), S_OK);
         }
-    }
-}
-
-// Served from the type library, which the manifest places in the module.
-TEST_F(RegistrationFree, LateBoundCallsWork) {
-    for (const auto& row : kClasses) {
-        SCOPED_TRACE(testing::Message() << std::string(row.Name.begin(), row.Name.end()));
-        com::ComPtr<IDispatch> object;
         ASSERT_EQ(CoCreateInstance(row.Class, nullptr, CLSCTX_INPROC_SERVER, row.Dual, object.PutVoid()), S_OK);
+        // Served from the type library, which the manifest places in the module.
         auto* name = const_cast<wchar_t*>(row.Member);
         DISPID member = 0;
         ASSERT_EQ(object->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_NEUTRAL, &member), S_OK);
@@ -81,15 +71,9 @@ TEST_F(RegistrationFree, LateBoundCallsWork) {
             object->Invoke(member, IID_NULL, LOCALE_NEUTRAL, DISPATCH_PROPERTYGET, &none, &value, nullptr, nullptr),
             S_OK);
         VariantClear(&value);
-    }
-}
-
-TEST_F(RegistrationFree, ProxiesAreTheAutomationOnes) {
-    const CLSID automation = {0x00020424, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-    for (const auto& row : kClasses) {
         CLSID proxy{};
-        EXPECT_EQ(CoGetPSClsid(row.Dual, &proxy), S_OK) << std::string(row.Name.begin(), row.Name.end());
-        EXPECT_TRUE(IsEqualGUID(proxy, automation)) << std::string(row.Name.begin(), row.Name.end());
+        EXPECT_EQ(CoGetPSClsid(row.Dual, &proxy), S_OK);
+        EXPECT_TRUE(IsEqualGUID(proxy, automation));
     }
 }
 

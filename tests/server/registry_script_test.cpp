@@ -99,7 +99,7 @@ TEST_F(RegistryScript, TheMarksOfKeys) {
     WriteKey("TalvoTest\\Forced\\Foreign", "b");
     EXPECT_EQ(Unregister(script), "S_OK");
     tree = ReadTree(kRoot);
-    tree.erase("TalvoTest\\Stays");  // whether it keeps its text is nobody's business here
+    EXPECT_EQ(tree.erase("TalvoTest\\Stays"), 1u);  // whether it keeps its text is nobody's business here
     EXPECT_EQ(tree, (RegistryTree{{"TalvoTest", "-"},
                                   {"TalvoTest\\Other", "c"},
                                   {"TalvoTest\\Plain", "-"},

@@ -4,16 +4,13 @@
 #include <shellapi.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <thread>
 #include <utility>
 
-#include <gtest/gtest.h>
-
-#include "tests/windows/user_interface.h"
+#include "tests/windows/control.h"
 
 namespace talvo::test {
 namespace {
@@ -25,12 +22,12 @@ constexpr LPARAM kOnLabel = MAKELPARAM(10, 5);
 // What the shell was asked for; it answers as told.
 std::mutex g_shellLock;
 std::string g_opened;
-std::atomic<INT_PTR> g_shellAnswer;
+INT_PTR g_shellAnswer = 42;
 
 HINSTANCE WINAPI FakeShellExecute(HWND, const char* verb, const char* target, const char*, const char*, INT show) {
     std::lock_guard hold(g_shellLock);
     g_opened += std::string(verb) + " " + target + (show == SW_SHOWNORMAL ? ";" : " in another way;");
-    return reinterpret_cast<HINSTANCE>(g_shellAnswer.load());
+    return reinterpret_cast<HINSTANCE>(g_shellAnswer);
 }
 
 std::string TakeOpened() {
@@ -47,8 +44,6 @@ HWND FindBox() {
 
 class AboutBox : public testing::Test {
 protected:
-    AboutBox() { g_shellAnswer = 42; }
-
     // Shows the box; `drive` runs meanwhile on another thread.
     void Show(const std::function<void(HWND)>& drive) {
         std::thread driver([&] {
@@ -143,18 +138,15 @@ void ExpectAsDesigned(HWND box, HWND control, const BoxControl& row) {
     EXPECT_EQ((GetWindowLongA(control, GWL_EXSTYLE) & WS_EX_TRANSPARENT) != 0, isPicture);
 
     RECT place = ScreenPlace(control);
-    if (isPicture) {
-        EXPECT_EQ(ScreenPixels({place.left, place.top, place.left + 32, place.top + 32}), Picture());
-        place.right = place.left, place.bottom = place.top;
-    }
+    const Pixels seen = ScreenPixels({place.left, place.top, place.left + 32, place.top + 32});
     MapWindowPoints(nullptr, box, reinterpret_cast<POINT*>(&place), 2);
     const RECT expected = Pixel(box, row.place);
-    EXPECT_EQ(place.left, expected.left);
-    EXPECT_EQ(place.top, expected.top);
-    EXPECT_EQ(place.right - place.left, expected.right);
-    EXPECT_EQ(place.bottom - place.top, expected.bottom);
-
-    if (isPicture) return;
+    EXPECT_EQ(Show({place.left, place.top}), Show({expected.left, expected.top}));
+    if (isPicture) {
+        EXPECT_EQ(seen, Picture());
+        return;
+    }
+    EXPECT_EQ(Show({place.right - place.left, place.bottom - place.top}), Show({expected.right, expected.bottom}));
     EXPECT_EQ(Text(control), row.text);
     LOGFONTA font{};
     GetObjectA(reinterpret_cast<HFONT>(SendMessageA(control, WM_GETFONT, 0, 0)), sizeof font, &font);
@@ -203,21 +195,19 @@ TEST_F(AboutBox, Layout) {
 }
 
 TEST_F(AboutBox, InTheMiddle) {
-    RECT over{};
-    SystemParametersInfoA(SPI_GETWORKAREA, 0, &over, 0);
-    HWND owner = nullptr;
-    const auto isCentred = [&](HWND box) {
-        const RECT place = ScreenPlace(box);
-        EXPECT_EQ(GetWindow(box, GW_OWNER), owner);
-        EXPECT_LE(std::abs((place.left + place.right) - (over.left + over.right)), 2);
-        EXPECT_LE(std::abs((place.top + place.bottom) - (over.top + over.bottom)), 2);
-    };
-    Show(isCentred);
-    owner =
-        CreateWindowA("Static", "owner", WS_POPUP | WS_VISIBLE, 300, 200, 500, 400, nullptr, nullptr, nullptr, nullptr);
-    SetActiveWindow(owner);
-    over = ScreenPlace(owner);
-    Show(isCentred);
+    const HWND owner =
+        CreateWindowA("Static", "owner", WS_POPUP, 300, 200, 500, 400, nullptr, nullptr, nullptr, nullptr);
+    for (const bool owned : {false, true}) {
+        if (owned) ShowWindow(owner, SW_SHOW), SetActiveWindow(owner);
+        Show([&](HWND box) {
+            RECT over = ScreenPlace(owner);
+            if (!owned) SystemParametersInfoA(SPI_GETWORKAREA, 0, &over, 0);
+            const RECT place = ScreenPlace(box);
+            EXPECT_EQ(GetWindow(box, GW_OWNER), owned ? owner : nullptr);
+            EXPECT_LE(std::abs((place.left + place.right) - (over.left + over.right)), 2);
+            EXPECT_LE(std::abs((place.top + place.bottom) - (over.top + over.bottom)), 2);
+        });
+    }
     DestroyWindow(owner);
 }
 
@@ -359,6 +349,7 @@ TEST_F(AboutBox, ColoursBeforeAndAfterTheVisit) {
             EXPECT_TRUE(Shows(GetDlgItem(box, kEmail), row.before));  // each link has a visit of its own
         });
     }
+    g_shellAnswer = 42;
     RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
     RegCloseKey(own);
     RegDeleteTreeA(HKEY_CURRENT_USER, kOwn);
