@@ -39,24 +39,6 @@ TEST(QuotedPrintableEncode, Rows) {
     }
 }
 
-// Calls whose output is long beside their input.
-TEST(QuotedPrintableEncode, WhatACallOwes) {
-    const struct {
-        const char *name, *first, *second, *text;  // of the second call, which is the last
-        int32_t type;
-    } kRows[] = {
-        {"eighteen for one byte", "a=\r", "=", "=\r\n=3D=\r\n=0D=\r\n=3D", kCrLf},
-        {"and a blank at the end", "aaa \n", " ", "=\r\n\r\n =\r\n", kLf},
-        {"hard break after a full line", "aaaa\r\n", "", "a\r\n", kCrLf},
-    };
-    for (const auto& row : kRows) {
-        EncodingSession session;
-        Encoder(kQP, 4, row.type)(session);
-        static_cast<void>(Feed(session, Direction::Encode, row.first, false));
-        EXPECT_EQ(Feed(session, Direction::Encode, row.second, true), (Fed{S_OK, row.text})) << row.name;
-    }
-}
-
 // What is wrong with `text` as the encoding of `bytes`, or nothing.
 class LineChecker {
 public:
