@@ -10,8 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/fuse.h"
-
 namespace talvo::test {
 namespace {
 
@@ -39,8 +37,6 @@ public:
         blocks_.erase(block);
         return block;
     }
-    STDMETHODIMP_(void) PostFree(BOOL) override {}
-
     STDMETHODIMP_(SIZE_T) PreRealloc(void* block, SIZE_T size, void** request, BOOL) override {
         *request = block;
         ++asked_;
@@ -58,6 +54,7 @@ public:
         return known ? Remember(moved) : moved;
     }
 
+    STDMETHODIMP_(void) PostFree(BOOL) override {}
     STDMETHODIMP_(void*) PreGetSize(void* block, BOOL) override { return block; }
     STDMETHODIMP_(SIZE_T) PostGetSize(SIZE_T size, BOOL) override { return size; }
     STDMETHODIMP_(void*) PreDidAlloc(void* block, BOOL) override { return block; }

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <functional>
 
+#include "tests/support/fuse.h"
+
 namespace talvo::test {
 
 enum class FaultKind { TaskMemory, New };
@@ -33,23 +35,18 @@ public:
     size_t Asked() const;
 };
 
+template <int Step>
+class FaultScope {
+public:
+    FaultScope() { g_faultsPaused += Step; }
+    ~FaultScope() { g_faultsPaused -= Step; }
+    FaultScope(const FaultScope&) = delete;
+    FaultScope& operator=(const FaultScope&) = delete;
+};
 // Lets everything that its thread allocates succeed, uncounted by FailNth: for what a story allocates for itself.
-class FaultPause {
-public:
-    FaultPause();
-    ~FaultPause();
-    FaultPause(const FaultPause&) = delete;
-    FaultPause& operator=(const FaultPause&) = delete;
-};
-
+using FaultPause = FaultScope<1>;
 // Within a pause: faults again, for the call that a story is about.
-class FaultsHere {
-public:
-    FaultsHere();
-    ~FaultsHere();
-    FaultsHere(const FaultsHere&) = delete;
-    FaultsHere& operator=(const FaultsHere&) = delete;
-};
+using FaultsHere = FaultScope<-1>;
 
 // Runs `story` once untouched (what is loaded once and kept is loaded then), then again and again with its first,
 // second, ... allocation failing, alone and with all that follow, until a run meets no failure. After each run nothing

@@ -6,7 +6,7 @@
 
 namespace talvo::test {
 
-// Allocations of a thread are let through while this is above 0.
+// Allocations of a thread are let through while this is not 0.
 inline thread_local int g_faultsPaused = 0;
 
 class Fuse {
