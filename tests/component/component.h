@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tests/component/variants.h"
+#include "tests/support/allocation_faults.h"
 
 namespace talvo::test {
 
@@ -23,5 +24,30 @@ struct Component {
         return As<ITalvoBase64EncodingFormat>(format);
     }
 };
+
+// The automation form takes VARIANTs.
+enum class Form { Native, Dual };
+constexpr Form kForms[] = {Form::Native, Form::Dual};
+
+// A conversion through the component. What is to fail fails within the call only.
+inline Converted Convert(const Component& component, Form form, bool decode, std::string_view bytes, bool end) {
+    BYTE* block = nullptr;
+    DWORD size = 0;
+    Variant source = Variant::Bytes(bytes);
+    Variant result;
+    const auto native = decode ? &ITalvoBinaryEncoding::Decode : &ITalvoBinaryEncoding::Encode;
+    const auto dual = decode ? &DTalvoBinaryEncoding::Decode : &DTalvoBinaryEncoding::Encode;
+    HRESULT hr = S_OK;
+    {
+        const FaultsHere here;
+        hr = form == Form::Native
+                 ? (component.Native.Get()->*native)(reinterpret_cast<const BYTE*>(bytes.data()),
+                                                     static_cast<DWORD>(bytes.size()), end, &block, &size)
+                 : (component.Dual.Get()->*dual)(source.Get(), end ? VARIANT_TRUE : VARIANT_FALSE, result.Put());
+    }
+    EXPECT_EQ(V_ARRAY(source.Get())->cLocks, 0u);
+    const std::string shown = result.Show();
+    return {Name(hr), shown == "(empty)" ? TakeBlock(block, size) : shown.substr(6)};
+}
 
 }  // namespace talvo::test

@@ -29,8 +29,6 @@ inline std::string Sample(size_t size) {
     return bytes;
 }
 
-enum class Form { Native, Dual };
-constexpr Form kForms[] = {Form::Native, Form::Dual};
 enum class Method { Read, Write, Process };
 
 struct FileCall {
@@ -72,21 +70,22 @@ inline FileResult CallFileMethod(const Component& component, Method method, cons
     Variant result = Variant::Text("released");
     const auto data = reinterpret_cast<const BYTE*>(call.Data.data());
     const auto dataSize = static_cast<DWORD>(call.Data.size());
-    HRESULT hr = S_OK;
+    auto* const count = reinterpret_cast<LONG*>(&written);
     LeaveStaleError();
-    if (method == Method::Read) {
-        hr = native ? n.ReadFile(from.Get(), call.Offset, call.Size, action, end, &read, &block, &blockSize)
-                    : d.ReadFile(from.Get(), offset, size, action, end, number.Get(), result.Get());
-    } else if (method == Method::Write) {
-        auto* const count = reinterpret_cast<LONG*>(&written);
-        hr = native ? n.WriteFile(data, dataSize, action, end, to.Get(), append, &written)
-                    : d.WriteFile(given.Get(), action, end, to.Get(), append, count);
-        EXPECT_EQ(V_ARRAY(given.Get())->cLocks, 0u);
-    } else {
-        auto* const count = reinterpret_cast<LONG*>(&written);
-        hr = native ? n.ProcessFile(from.Get(), call.Offset, call.Size, action, end, to.Get(), append, &read, &written)
-                    : d.ProcessFile(from.Get(), offset, size, action, end, to.Get(), append, number.Get(), count);
-    }
+    const auto ask = [&] {
+        const FaultsHere here;  // what is to fail fails within the call only
+        if (method == Method::Read)
+            return native ? n.ReadFile(from.Get(), call.Offset, call.Size, action, end, &read, &block, &blockSize)
+                          : d.ReadFile(from.Get(), offset, size, action, end, number.Get(), result.Get());
+        if (method == Method::Write)
+            return native ? n.WriteFile(data, dataSize, action, end, to.Get(), append, &written)
+                          : d.WriteFile(given.Get(), action, end, to.Get(), append, count);
+        return native
+                   ? n.ProcessFile(from.Get(), call.Offset, call.Size, action, end, to.Get(), append, &read, &written)
+                   : d.ProcessFile(from.Get(), offset, size, action, end, to.Get(), append, number.Get(), count);
+    };
+    const HRESULT hr = ask();
+    EXPECT_EQ(V_ARRAY(given.Get())->cLocks, 0u);
     if (!native && method != Method::Write) {
         EXPECT_EQ(V_VT(number.Get()), VT_I4);
         read = static_cast<DWORD>(V_I4(number.Get()));
@@ -102,20 +101,19 @@ inline void Expect(const FileResult& result, HRESULT code, DWORD read, DWORD wri
     EXPECT_EQ(result.Error, ErrorOf(kProgId, code));
 }
 
-// A folder of its own as the current one, with a folder "folder" in it, and a component that holds a Base64 object
-// without line breaks. In the end no file may be open: who holds one keeps others from opening it for themselves alone.
-class FileMethods : public testing::Test {
+// A folder of its own as the current one, with a folder "folder" in it. In the end no file may be open: who holds one
+// keeps others from opening it for themselves alone.
+class OwnFolder : public testing::Test {
 protected:
-    FileMethods() {
-        fs::create_directories(folder_ / "folder");
-        fs::current_path(folder_);
-        format_->put_EndOfLineType(bltNone);
+    OwnFolder() {
+        fs::create_directories(own_ / "folder");
+        fs::current_path(own_);
     }
-    ~FileMethods() override {
+    ~OwnFolder() override {
         ExpectNothingOpen();
         fs::current_path(before_);
         std::error_code ignored;
-        fs::remove_all(folder_, ignored);
+        fs::remove_all(own_, ignored);
     }
     static void ExpectNothingOpen() {
         for (const auto& entry : fs::recursive_directory_iterator(".")) {
@@ -125,6 +123,16 @@ protected:
             EXPECT_TRUE(file) << entry.path();
         }
     }
+
+private:
+    const fs::path before_ = fs::current_path();
+    const fs::path own_ = fs::temp_directory_path() / ("talvo_methods_" + std::to_string(GetTickCount64()));
+};
+
+// With a component that holds a Base64 object without line breaks.
+class FileMethods : public OwnFolder {
+protected:
+    FileMethods() { format_->put_EndOfLineType(bltNone); }
     FileResult Ask(Method method, const FileCall& call, Form form = Form::Native) const {
         return CallFileMethod(component_, method, call, form);
     }
@@ -135,8 +143,6 @@ protected:
         return Narrow({name.Get(), SysStringLen(name.Get())});
     }
 
-    const fs::path before_ = fs::current_path();
-    const fs::path folder_ = fs::temp_directory_path() / ("talvo_methods_" + std::to_string(GetTickCount64()));
     const Component component_;
     const com::ComPtr<ITalvoBase64EncodingFormat> format_ = component_.UseBase64();
 };

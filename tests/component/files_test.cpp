@@ -1,21 +1,12 @@
-// The file methods, on every platform: ranges, slices, names, sessions that go on, and what files do wrong.
+// The file methods, on every platform: ranges, slices, names, and what files do wrong. Sessions over several calls are
+// played by tests/formats/model_test.cpp.
 #include <functional>
-#include <memory>
 
 #include "tests/component/file_calls.h"
 #include "tests/formats/client_processor.h"
-#include "tests/support/allocation_faults.h"
 
 namespace talvo::test {
 namespace {
-
-std::string Encoded(const Component& component, std::string_view bytes) {
-    BYTE* block = nullptr;
-    DWORD size = 0;
-    const auto* const data = reinterpret_cast<const BYTE*>(bytes.data());
-    EXPECT_EQ(component.Native->Encode(data, static_cast<DWORD>(bytes.size()), 1, &block, &size), S_OK);
-    return TakeBlock(block, size);
-}
 
 TEST_F(FileMethods, Ranges) {
     const struct {
@@ -28,7 +19,6 @@ TEST_F(FileMethods, Ranges) {
         {100, 0, 0, S_OK, 100},
         {100, 10, 0, S_OK, 90},
         {100, 10, 20, S_OK, 20},
-        {100, 10, 500, S_OK, 90},
         {100, 10, 0xFFFFFFFF, S_OK, 90},
         {100, 99, 0, S_OK, 1},
         {100, 100, 0, berInvalidFileOffset, 0},
@@ -42,7 +32,8 @@ TEST_F(FileMethods, Ranges) {
         const std::string content = Sample(row.File);
         Save("in", content);
         FileCall call = {.Offset = row.Offset, .Size = row.Size};
-        const std::string text = row.Read ? Encoded(component_, content.substr(row.Offset, row.Read)) : "";
+        const std::string text =
+            row.Read ? Convert(component_, Form::Native, false, content.substr(row.Offset, row.Read), true).Bytes : "";
         const auto size = static_cast<DWORD>(text.size());
         for (const Form form : kForms) {
             const FileResult read = Ask(Method::Read, call, form);
@@ -109,7 +100,6 @@ TEST_F(FileMethods, Slices) {
         EXPECT_EQ(told(Method::Read, 0), end ? "300000. " : "300000 ");
         EXPECT_EQ(told(Method::Write, 0), end ? "0. " : "");
     }
-    format_->putref_SubProcessing(nullptr);  // the component resets what it still holds when it goes
 }
 
 TEST_F(FileMethods, WhatFilesDoWrong) {
@@ -189,29 +179,6 @@ TEST_F(FileMethods, HeaderNamesFromSources) {
     }
 }
 
-TEST_F(FileMethods, FoldersAsDestinations) {
-    PutName("named");
-    FileCall call = {.Destination = "folder\\", .Action = bfpDecode};
-    const auto write = [&](Form form, const char* data, bool end) {
-        call.Data = data;
-        call.End = end;
-        return Ask(Method::Write, call, form);
-    };
-    for (const Form form : kForms) {
-        Expect(write(form, "QUJD", true), S_OK, 0, 3);
-        EXPECT_EQ(Load("folder/named"), "ABC");
-        // Nothing comes: no file, and that is told, except where nothing was asked for.
-        fs::remove("folder/named");
-        Expect(write(form, "", true), S_FALSE, 0, 0);
-        Expect(write(form, "Q", false), S_FALSE, 0, 0);
-        Expect(write(form, "", false), S_OK, 0, 0);
-        EXPECT_TRUE(fs::is_empty("folder"));
-        component_.Native->Reset();
-    }
-    PutName("");  // and the folder itself would be written
-    EXPECT_EQ(write(Form::Native, "QUJD", true).Line, "berAccessDenied 0 0");
-}
-
 // The name goes from the source into the text, and from there to the file in the folder.
 TEST_F(FileMethods, NamesThatTravelInTexts) {
     const std::string content = Sample(300000);
@@ -228,41 +195,6 @@ TEST_F(FileMethods, NamesThatTravelInTexts) {
         EXPECT_EQ(Load("folder/in"), content);
         fs::remove("folder/in");
     }
-}
-
-TEST_F(FileMethods, AConversionOverSeveralCalls) {
-    const std::string content = Sample(1000);
-    const std::string text = Encoded(component_, content);
-    Save("in", content);
-    for (const Form form : kForms) {
-        Save("out", "old content");
-        for (const DWORD offset : {0u, 100u, 500u}) {
-            const DWORD size = offset == 0 ? 100 : offset == 100 ? 400 : 0;
-            const FileCall call = {.Offset = offset, .Size = size, .End = false, .Append = offset != 0};
-            EXPECT_EQ(Ask(Method::Process, call, form).Error, "none");
-        }
-        // What is held comes with the flush; a second one has nothing and leaves the destination alone.
-        const auto held = static_cast<DWORD>(text.size() - Load("out").size());
-        FileCall flush = {.Source = "", .Append = true};
-        Expect(Ask(Method::Process, flush, form), S_OK, 0, held);
-        flush.Append = false;
-        Expect(Ask(Method::Process, flush, form), S_OK, 0, 0);
-        EXPECT_EQ(Load("out"), text);
-        // The same in memory; and into a file that cannot be opened.
-        const FileCall open = {.End = false, .Data = "AB"};
-        Expect(Ask(Method::Write, open, form), S_OK, 0, 0);
-        EXPECT_EQ(Ask(Method::Read, flush, form).Data, "QUI=");
-        Expect(Ask(Method::Write, open, form), S_OK, 0, 0);
-        flush.Destination = "none\\out";
-        Expect(Ask(Method::Process, flush, form), berPathNotFound, 0, 0);
-    }
-    // Creating, emptying and appending without any data.
-    Save("out", "old");
-    Expect(Ask(Method::Write, {.End = false, .Append = true}), S_OK, 0, 0);
-    Expect(Ask(Method::Write, {.Append = true, .Data = "ABC"}), S_OK, 0, 4);
-    EXPECT_EQ(Load("out"), "oldQUJD");
-    Expect(Ask(Method::Write, {.End = false}), S_OK, 0, 0);
-    EXPECT_EQ(Load("out"), "");
 }
 
 TEST_F(FileMethods, ConversionsThatFailOrWarn) {
@@ -299,12 +231,6 @@ TEST_F(FileMethods, ConversionsThatFailOrWarn) {
     Expect(Ask(Method::Write, {.Data = "ABC"}), S_OK, 0, 4);
     Expect(inner, berBusy, 0, 0);
     EXPECT_TRUE(fs::exists("nested"));
-
-    component_.Native->putref_EncodingFormat(nullptr);
-    Expect(Ask(Method::Process, call), berNoEncodingFormat, 0, 0);
-    EXPECT_EQ(fs::file_size("out"), 0u);
-    Expect(Ask(Method::Read, call), berNoEncodingFormat, 131173, 0);
-    Expect(Ask(Method::Write, call), berNoEncodingFormat, 0, 0);
 }
 
 TEST_F(FileMethods, WrongArguments) {
@@ -347,45 +273,6 @@ TEST_F(FileMethods, WrongArguments) {
         EXPECT_EQ(TakeError(), ErrorOf(kProgId, E_POINTER));
     }
     EXPECT_EQ(Load("in"), "ABC");
-}
-
-TEST_F(FileMethods, EveryAllocationFailsOnce) {
-    Save("in", "ABC");
-    const com::UniqueBstr in = Bstr("in");
-    const com::UniqueBstr text = Bstr("text");
-    const com::UniqueBstr folder = Bstr("folder\\");
-    const auto story = [&](AllocationFaults& faults) {
-        const auto component = [] {
-            const FaultPause pause;
-            auto made = std::make_unique<Component>();
-            made->UseBase64();
-            return made;
-        }();
-        ITalvoBinaryEncoding& native = *component->Native.Get();
-        const auto expect = [&](HRESULT hr) {
-            if (hr == S_OK) return;
-            const FaultPause pause;
-            EXPECT_EQ(Name(hr), "E_OUTOFMEMORY");
-            EXPECT_NE(faults.Struck(), 0u);
-            native.Reset();
-        };
-        DWORD n = 0;
-        com::UniqueTaskBytes data;
-        Variant number;
-        Variant result;
-        // The first one also names the header, which the last one needs.
-        expect(native.ReadFile(in.Get(), 0, 0, bfpEncode, 1, &n, data.Put(), &n));
-        expect(component->Dual->ReadFile(in.Get(), 0, 0, bfpEncode, VARIANT_TRUE, number.Get(), result.Get()));
-        expect(native.WriteFile(reinterpret_cast<const BYTE*>("ABC"), 3, bfpEncode, 1, text.Get(), 0, &n));
-        if (faults.Struck() == 0) expect(native.ProcessFile(text.Get(), 0, 0, bfpDecode, 1, folder.Get(), 0, &n, &n));
-        faults.Disarm();
-        ExpectNothingOpen();
-        EXPECT_EQ(native.ProcessFile(in.Get(), 0, 0, bfpEncode, 1, text.Get(), 0, &n, &n), S_OK);
-        EXPECT_EQ(native.ProcessFile(text.Get(), 0, 0, bfpDecode, 1, folder.Get(), 0, &n, &n), S_OK);
-        EXPECT_EQ(Load("folder/in"), "ABC");
-        SetErrorInfo(0, nullptr);
-    };
-    for (const FaultKind kind : {FaultKind::TaskMemory, FaultKind::New}) ForEachFailingAllocation(story, kind);
 }
 
 }  // namespace

@@ -3,12 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-
 #include "tests/component/variants.h"
 
 namespace talvo::test {
 namespace {
+
+using namespace std::string_literals;
 
 std::string Seen(const VARIANT* variant) {
     const VariantByteView view(variant);
@@ -17,70 +17,64 @@ std::string Seen(const VARIANT* variant) {
                             : std::string(reinterpret_cast<const char*>(view.Data()), view.Size());
 }
 
+VARIANT Of(int type, const void* content) {
+    VARIANT variant;
+    V_VT(&variant) = static_cast<VARTYPE>(type);
+    V_BYREF(&variant) = const_cast<void*>(content);
+    return variant;
+}
+
 // The sixteen bytes that every scalar is a piece of.
 alignas(16) const char kBytes[] = "abcdefghijklmnop";
 
 const struct {
-    VARTYPE Type;
     size_t Size;
+    std::vector<int> Types;  // 15 and 0xFFF are no types
 } kScalars[] = {
-    {VT_EMPTY, 0},       {VT_NULL, 0},    {VT_I1, 1},      {VT_UI1, 1},    {VT_I2, 2},        {VT_UI2, 2},
-    {VT_BOOL, 2},        {VT_I4, 4},      {VT_UI4, 4},     {VT_R4, 4},     {VT_ERROR, 4},     {VT_INT, 4},
-    {VT_UINT, 4},        {VT_I8, 8},      {VT_UI8, 8},     {VT_R8, 8},     {VT_CY, 8},        {VT_DATE, 8},
-    {VT_DECIMAL, 16},    {VT_VOID, 0},    {VT_HRESULT, 0}, {VT_PTR, 0},    {VT_SAFEARRAY, 0}, {VT_CARRAY, 0},
-    {VT_USERDEFINED, 0}, {VT_LPSTR, 0},   {VT_LPWSTR, 0},  {VT_RECORD, 0}, {VT_FILETIME, 0},  {VT_CLSID, 0},
-    {VT_DISPATCH, 0},    {VT_UNKNOWN, 0}, {15, 0},         {0xFFF, 0},
+    {0, {VT_EMPTY, VT_NULL, VT_VOID, VT_HRESULT, VT_PTR, VT_SAFEARRAY, VT_CARRAY, VT_USERDEFINED, VT_LPSTR, VT_LPWSTR}},
+    {0, {VT_RECORD, VT_FILETIME, VT_CLSID, VT_DISPATCH, VT_UNKNOWN, 15, 0xFFF}},
+    {1, {VT_I1, VT_UI1}},
+    {2, {VT_I2, VT_UI2, VT_BOOL}},
+    {4, {VT_I4, VT_UI4, VT_R4, VT_ERROR, VT_INT, VT_UINT}},
+    {8, {VT_I8, VT_UI8, VT_R8, VT_CY, VT_DATE}},
+    {16, {VT_DECIMAL}},
 };
 
 TEST(VariantByteView, ScalarsByValueAndByReference) {
     for (const auto& row : kScalars) {
-        SCOPED_TRACE(row.Type);
-        VARIANT byReference;
-        V_VT(&byReference) = static_cast<VARTYPE>(row.Type | VT_BYREF);
-        V_BYREF(&byReference) = const_cast<char*>(kBytes);
-        EXPECT_EQ(Seen(&byReference), std::string(kBytes, row.Size));
-        V_BYREF(&byReference) = nullptr;
-        EXPECT_EQ(Seen(&byReference), "");
+        for (const int type : row.Types) {
+            SCOPED_TRACE(type);
+            const VARIANT byReference = Of(type | VT_BYREF, kBytes);
+            EXPECT_EQ(Seen(&byReference), std::string(kBytes, row.Size));
+            const VARIANT null = Of(type | VT_BYREF, nullptr);
+            EXPECT_EQ(Seen(&null), "");
 
-        VARIANT value;
-        std::memset(&value, '-', sizeof(value));
-        if (row.Type == VT_DECIMAL) {  // it fills the whole VARIANT, its type word too
-            std::memcpy(&value, kBytes, sizeof(DECIMAL));
-            V_VT(&value) = VT_DECIMAL;
-            const std::string expected(reinterpret_cast<const char*>(&value), sizeof(DECIMAL));
-            EXPECT_EQ(Seen(&value), expected);
-            continue;
+            VARIANT value;
+            std::memset(&value, '-', sizeof(value));
+            const bool decimal = type == VT_DECIMAL;  // it fills the whole VARIANT, its type word too
+            std::memcpy(decimal ? static_cast<void*>(&value) : &V_UI1(&value), kBytes, decimal ? sizeof(DECIMAL) : 8);
+            V_VT(&value) = static_cast<VARTYPE>(type);
+            EXPECT_EQ(Seen(&value), std::string(decimal ? reinterpret_cast<const char*>(&value) : kBytes, row.Size));
         }
-        V_VT(&value) = row.Type;
-        std::memcpy(&V_UI1(&value), kBytes, 8);
-        EXPECT_EQ(Seen(&value), std::string(kBytes, row.Size));
     }
     EXPECT_EQ(Seen(nullptr), "");
-    VARIANT inner;  // no valid content: read as nothing
-    V_VT(&inner) = VT_VARIANT;
-    V_VARIANTREF(&inner) = &inner;
+    VARIANT inner = Of(VT_VARIANT, &inner);  // no valid content: read as nothing
     EXPECT_EQ(Seen(&inner), "");
 }
 
 TEST(VariantByteView, StringsGiveTheirStoredBytes) {
-    using namespace std::string_literals;
-    Variant text = Variant::Text("ab");
-    EXPECT_EQ(Seen(text.Get()), "a\0b\0"s);
-    VARIANT reference;
-    V_VT(&reference) = VT_BSTR | VT_BYREF;
-    V_BSTRREF(&reference) = &V_BSTR(text.Get());
-    EXPECT_EQ(Seen(&reference), "a\0b\0"s);
-
-    Variant odd;  // three bytes, a zero among them
-    V_VT(odd.Get()) = VT_BSTR;
-    V_BSTR(odd.Get()) = SysAllocStringByteLen("x\0y", 3);
-    EXPECT_EQ(Seen(odd.Get()), "x\0y"s);
-    EXPECT_EQ(Seen(Variant::Text("").Get()), "");
-    Variant null;
-    V_VT(null.Get()) = VT_BSTR;
-    V_BSTR(null.Get()) = nullptr;
-    EXPECT_EQ(Seen(null.Get()), "");
-    V_BSTRREF(&reference) = &V_BSTR(null.Get());
+    const std::string texts[] = {"a\0b\0"s, "x\0y"s, ""s};
+    for (const std::string& bytes : texts) {
+        Variant text;
+        V_VT(text.Get()) = VT_BSTR;
+        V_BSTR(text.Get()) = SysAllocStringByteLen(bytes.data(), static_cast<UINT>(bytes.size()));
+        EXPECT_EQ(Seen(text.Get()), bytes);
+        const VARIANT reference = Of(VT_BSTR | VT_BYREF, &V_BSTR(text.Get()));
+        EXPECT_EQ(Seen(&reference), bytes);
+    }
+    const VARIANT null = Of(VT_BSTR, nullptr);
+    EXPECT_EQ(Seen(&null), "");
+    const VARIANT reference = Of(VT_BSTR | VT_BYREF, &V_BSTR(&null));
     EXPECT_EQ(Seen(&reference), "");
 }
 
@@ -108,10 +102,7 @@ TEST(VariantByteView, ArraysAreLockedWhileTheyAreSeen) {
         ASSERT_TRUE(array);
         const std::string content = std::string(kBytes).append(32, 'z').substr(0, row.Bytes);
         if (row.Bytes != 0) std::memcpy(array->pvData, content.data(), row.Bytes);
-        VARIANT variant;
-        for (const VARTYPE byReference : {VARTYPE{0}, VARTYPE{VT_BYREF}}) {
-            V_VT(&variant) = static_cast<VARTYPE>(VT_ARRAY | row.Type | byReference);
-            byReference ? void(V_ARRAYREF(&variant) = &array) : void(V_ARRAY(&variant) = array);
+        for (const VARIANT& variant : {Of(VT_ARRAY | row.Type, array), Of(VT_ARRAY | VT_BYREF | row.Type, &array)}) {
             {
                 const VariantByteView view(&variant);
                 EXPECT_EQ(array->cLocks, row.Bytes != 0 ? 1u : 0u);
@@ -122,9 +113,7 @@ TEST(VariantByteView, ArraysAreLockedWhileTheyAreSeen) {
         }
         EXPECT_EQ(SafeArrayDestroy(array), S_OK);
     }
-    VARIANT null;
-    V_VT(&null) = VT_ARRAY | VT_UI1;
-    V_ARRAY(&null) = nullptr;
+    const VARIANT null = Of(VT_ARRAY | VT_UI1, nullptr);
     EXPECT_EQ(Seen(&null), "");
 }
 
@@ -138,9 +127,7 @@ TEST(VariantByteView, ArraysTooLargeToCountGiveNothing) {
         array.cbElements = 4;
         array.pvData = &byte;
         array.rgsabound[0] = {elements, 0};
-        VARIANT variant;
-        V_VT(&variant) = VT_ARRAY | VT_I4;
-        V_ARRAY(&variant) = &array;
+        const VARIANT variant = Of(VT_ARRAY | VT_I4, &array);
         EXPECT_EQ(Seen(&variant), "");
         EXPECT_EQ(array.cLocks, 0u);
     }
@@ -149,10 +136,8 @@ TEST(VariantByteView, ArraysTooLargeToCountGiveNothing) {
 TEST(VariantByteView, ReferencesToVariantsAreFollowedButNotForEver) {
     Variant bytes = Variant::Bytes("deep");
     VARIANT chain[12];
-    for (size_t i = 0; i < std::size(chain); ++i) {
-        V_VT(&chain[i]) = VT_VARIANT | VT_BYREF;
-        V_VARIANTREF(&chain[i]) = i + 1 < std::size(chain) ? &chain[i + 1] : bytes.Get();
-    }
+    for (size_t i = 0; i < std::size(chain); ++i)
+        chain[i] = Of(VT_VARIANT | VT_BYREF, i + 1 < std::size(chain) ? &chain[i + 1] : bytes.Get());
     EXPECT_EQ(Seen(&chain[11]), "deep");
     EXPECT_EQ(Seen(&chain[0]), "deep");
     V_VARIANTREF(&chain[11]) = &chain[0];
@@ -172,26 +157,18 @@ TEST(MakeByteArrayVariant, CopiesOrAdopts) {
         EXPECT_EQ(V_ARRAY(made.Get())->pvData == block, adopted);
         EXPECT_EQ(V_ARRAY(made.Get())->fFeatures & (FADF_AUTO | FADF_STATIC | FADF_EMBEDDED), 0);
         if (!adopted) CoTaskMemFree(block);
-
-        // The client may copy, grow and clear it like any other array.
+        // The client may copy and clear it like any other array.
         Variant copy(made);
-        EXPECT_EQ(copy.Show(), "bytes wxyz");
         EXPECT_EQ(VariantClear(made.Get()), S_OK);
-        EXPECT_EQ(made.Show(), "(empty)");
         EXPECT_EQ(copy.Show(), "bytes wxyz");
-    }
-}
-
-TEST(MakeByteArrayVariant, WithoutBytesOrResult) {
-    BYTE byte = 'x';
-    for (const ByteArrayMode mode : {ByteArrayMode::Copy, ByteArrayMode::Adopt}) {
-        VARIANT made;
-        std::memset(&made, 0xCC, sizeof(made));  // earlier content is not looked at
-        EXPECT_EQ(MakeByteArrayVariant(0, &byte, &made, mode), S_OK);
-        EXPECT_EQ(V_VT(&made), VT_EMPTY);
-        std::memset(&made, 0xCC, sizeof(made));
-        EXPECT_EQ(MakeByteArrayVariant(1, nullptr, &made, mode), S_OK);
-        EXPECT_EQ(V_VT(&made), VT_EMPTY);
+        // Without bytes or a result; what the result held before is not looked at.
+        BYTE byte = 'x';
+        for (const DWORD size : {0u, 1u}) {
+            VARIANT none;
+            std::memset(&none, 0xCC, sizeof(none));
+            EXPECT_EQ(MakeByteArrayVariant(size, size == 0 ? &byte : nullptr, &none, mode), S_OK);
+            EXPECT_EQ(V_VT(&none), VT_EMPTY);
+        }
         EXPECT_EQ(MakeByteArrayVariant(1, &byte, nullptr, mode), E_UNEXPECTED);
     }
 }

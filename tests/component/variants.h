@@ -175,4 +175,23 @@ inline Outcome CallMethod(IDispatch* object, const char* member, const std::vect
     return Call(object, member, DISPATCH_METHOD, arguments);
 }
 
+// Which interfaces report errors, which do not, and which the object does not have.
+inline void ExpectInterfaces(IUnknown* object, const std::vector<IID>& reporting, const std::vector<IID>& silent,
+                             const std::vector<IID>& missing) {
+    com::ComPtr<ISupportErrorInfo> support;
+    ASSERT_EQ(object->QueryInterface(IID_ISupportErrorInfo, support.PutVoid()), S_OK);
+    const auto expect = [&](const std::vector<IID>& interfaces, HRESULT reports, HRESULT there) {
+        for (const IID& iid : interfaces) {
+            com::ComPtr<IUnknown> found;
+            EXPECT_EQ(Name(object->QueryInterface(iid, found.PutVoid())), Name(there)) << GuidText(iid);
+            EXPECT_EQ(found.Get() != nullptr, there == S_OK);
+            EXPECT_EQ(support->InterfaceSupportsErrorInfo(iid), reports) << GuidText(iid);
+        }
+    };
+    expect(reporting, S_OK, S_OK);
+    expect(silent, S_FALSE, S_OK);
+    expect(missing, S_FALSE, E_NOINTERFACE);
+    EXPECT_EQ(Name(object->QueryInterface(IID_IUnknown, nullptr)), "E_POINTER");
+}
+
 }  // namespace talvo::test

@@ -1,5 +1,5 @@
-// Processors of the client's own: one that answers what the test tells it to and notes what it is asked, and the ways in
-// which such a processor may behave. With IDispatch a script can hold it and hand it on.
+// A processor of the client's own, which answers what the test tells it to. With IDispatch a script can hold it and hand it
+// on.
 #pragma once
 
 #include <atomic>
@@ -17,11 +17,12 @@ namespace talvo::test {
 struct Reply {
     HRESULT Code = S_OK;
     std::optional<std::string> Bytes = std::nullopt;  // without: no buffer
+    DWORD Lie = 0;                                    // the size that is told without a buffer
 };
 
 class ClientProcessor final : public IDispatch, public ITalvoProcessData {
 public:
-    // `operation` is "Process", "Revert" or, answered with nothing, "Reset".
+    // `operation` is "Process" or "Revert".
     using Answer = std::function<Reply(const char* operation, std::string_view source, LONG end)>;
 
     // Without IDispatch, or without ITalvoProcessData on QueryInterface, when told so.
@@ -34,7 +35,8 @@ public:
         return New([=](const char*, std::string_view, LONG) { return reply; }, dispatch);
     }
 
-    std::atomic<int> Resets = 0;
+    // Apart from the answer, as a Reset may still come when the test has let go of everything.
+    std::function<void()> OnReset;
     ITalvoProcessData* Data() { return this; }
     ULONG References() const { return references_; }
 
@@ -66,8 +68,7 @@ public:
     }
     STDMETHODIMP Reset() override {
         const FaultPause pause;
-        ++Resets;
-        answer_("Reset", {}, 0);
+        if (OnReset) OnReset();
         return E_FAIL;  // nobody may care
     }
     STDMETHODIMP get_CanDetectEndOfData(LONG*) override { return E_NOTIMPL; }
@@ -86,10 +87,10 @@ private:
 
     HRESULT Convert(const char* operation, const BYTE* source, DWORD size, LONG end, BYTE** out, DWORD* outSize) {
         *out = nullptr;
-        *outSize = 0;
         const FaultPause pause;  // what a client has made fail is for the server
         const Reply reply =
             answer_(operation, std::string(reinterpret_cast<const char*>(source), source ? size : 0), end);
+        *outSize = reply.Lie;
         if (reply.Bytes) {
             *out = static_cast<BYTE*>(CoTaskMemAlloc(reply.Bytes->size() + 1));
             if (!*out) return E_OUTOFMEMORY;
@@ -103,51 +104,6 @@ private:
     bool dispatch_;
     bool processor_;
     std::atomic<ULONG> references_ = 1;
-};
-
-// What a processor does with its bytes. One that holds back gives all of them at the end of the data.
-enum class Manner {
-    PassesThrough,
-    PassesThroughWithBuffer,
-    Converts,
-    Warns,
-    IsSilent,
-    HoldsBack,
-    Fails,
-    IsBusy,
-    Count
-};
-
-class MannerOfProcessor {
-public:
-    Manner Is = Manner::PassesThrough;
-
-    Reply operator()(std::string_view source, LONG end) {
-        switch (Is) {
-            case Manner::PassesThroughWithBuffer:
-                return {S_PASSTHROUGH, "to be disregarded"};
-            case Manner::Converts:
-                return {S_OK, "<" + std::string(source) + ">"};
-            case Manner::Warns:
-                return {berWarningInvalidChecksum, std::string(source)};
-            case Manner::IsSilent:
-                return {S_OK};
-            case Manner::Fails:
-                return {berInvalidChecksum, "to be freed"};
-            case Manner::IsBusy:
-                return {berBusy};
-            case Manner::HoldsBack:
-                held_ += source;
-                if (!end || held_.empty()) return {S_OK};
-                return {S_OK, std::exchange(held_, {})};
-            default:
-                return {S_PASSTHROUGH};
-        }
-    }
-    void Reset() { held_.clear(); }
-
-private:
-    std::string held_;
 };
 
 }  // namespace talvo::test

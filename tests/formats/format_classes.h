@@ -46,10 +46,6 @@ struct FormatObject {
     std::function<HRESULT(IDispatch**)> LinkedDual;
 
     bool Header() const { return BeginLine || FileInformation; }
-    std::vector<IID> Interfaces() const {
-        return {IID_IUnknown,         Dual, Native, IID_IDispatch, IID_ITalvoEncodeData, IID_ITalvoProcessData,
-                IID_ISupportErrorInfo};
-    }
     const Property& Number(const char* name) const { return Numbers.at(name); }
 };
 

@@ -1,11 +1,13 @@
-// Every property of every class on both of its interfaces: defaults, values kept, refusals, error information. And the
-// interface table: what QueryInterface answers, and ISupportErrorInfo.
+// Every property of every class on both of its interfaces: defaults, values kept, refusals, error information; and
+// the interfaces.
 #include "tests/component/variants.h"
 #include "tests/formats/format_classes.h"
 #include "tests/support/allocation_faults.h"
 
 namespace talvo::test {
 namespace {
+
+using namespace std::string_literals;
 
 constexpr int64_t kMaxUnsigned = 0xFFFFFFFF;
 
@@ -60,11 +62,11 @@ void ExpectReading(const Property& property, const Reading& expected) {
     EXPECT_EQ(property.Dual.Value(), expected.Dual);
 }
 
-// What a call must answer and leave behind; `reports` is false where nothing but the code is told.
-void Expect(const char* progId, HRESULT expected, const std::function<HRESULT()>& call, bool reports = true) {
+// What a call must answer and leave behind; without a class, nothing but the code is told.
+void Expect(const char* progId, HRESULT expected, const std::function<HRESULT()>& call) {
     LeaveStaleError();
     EXPECT_EQ(Name(call()), Name(expected));
-    EXPECT_EQ(TakeError(), reports ? ErrorOf(progId, expected) : "stale");
+    EXPECT_EQ(TakeError(), progId ? ErrorOf(progId, expected) : "stale");
 }
 
 TEST(Properties, DefaultsAndNullPointers) {
@@ -109,17 +111,23 @@ TEST(Properties, ValuesReadBackOnBothInterfacesWhicheverTookThem) {
 // A name is a counted string: a zero character in it is kept. One pair of accessors serves all three interfaces.
 TEST(Properties, HeaderFilename) {
     ForEachFormat([](const FormatObject& format) {
-        const WCHAR name[] = {'a', 0, 0xE9, 0x4E2D};
-        const com::UniqueBstr put(SysAllocStringLen(name, 4));
+        const WideText name = {'a', 0, 0xE9, 0x4E2D};
+        const com::UniqueBstr put(SysAllocStringLen(name.data(), 4));
         com::UniqueBstr read;
-        Expect(
-            format.ProgId, E_POINTER, [&] { return format.Data->get_HeaderFilename(nullptr); }, format.Header());
-        Expect(
-            format.ProgId, S_OK, [&] { return format.Data->put_HeaderFilename(put.Get()); }, format.Header());
-        Expect(
-            format.ProgId, S_OK, [&] { return format.Data->get_HeaderFilename(read.Put()); }, format.Header());
-        EXPECT_EQ(WideText(read.Get(), SysStringLen(read.Get())), WideText(name, 4));
+        const char* const reporter = format.Header() ? format.ProgId : nullptr;
+        Expect(reporter, E_POINTER, [&] { return format.Data->get_HeaderFilename(nullptr); });
+        Expect(reporter, S_OK, [&] { return format.Data->put_HeaderFilename(put.Get()); });
+        Expect(reporter, S_OK, [&] { return format.Data->get_HeaderFilename(read.Put()); });
+        EXPECT_EQ(WideText(read.Get(), SysStringLen(read.Get())), name);
         EXPECT_NE(read.Get(), put.Get());
+        LeaveStaleError();
+        {
+            com::UniqueBstr none;
+            AllocationFaults faults;
+            faults.FailNth(1);
+            EXPECT_EQ(Name(format.Data->get_HeaderFilename(none.Put())), "E_OUTOFMEMORY");
+        }
+        EXPECT_EQ(TakeError(), "stale");
         if (format.Header()) {
             const auto dual = As<IDispatch>(format.Data);
             EXPECT_EQ(Call(dual.Get(), "HeaderFilename", DISPATCH_PROPERTYPUT, {Variant::Text("b")}).Code, "S_OK");
@@ -131,39 +139,34 @@ TEST(Properties, HeaderFilename) {
     });
 }
 
-// What the header of a text will supply is cleared when its decoding opens, and nothing else is.
-TEST(Properties, ADecodingClearsTheHeaderValuesItWillReplace) {
-    for (const bool header : {true, false}) {
-        ForEachFormat([&](const FormatObject& format) {
+// What the header of a text will supply is cleared when its decoding opens, and nothing else is. What a decoded text
+// says about its file is read as properties, and written back by the next encoding.
+TEST(Properties, HeadersOfTexts) {
+    ForEachFormat([](const FormatObject& format) {
+        ITalvoEncodeData* const data = format.Data.Get();
+        const auto values = [&] {
+            std::string all = FilenameOf(data);
+            for (const auto& [name, property] : format.Numbers) all += " " + std::to_string(property.Native.Value());
+            return all;
+        };
+        for (const bool header : {false, true}) {
             for (const auto& [name, property] : format.Numbers)
                 property.Native.Put(name == "IncludeHeaderFooter" ? header : 3);
-            format.Data->put_HeaderFilename(Bstr("set.bin").Get());
-            ASSERT_EQ(Revert(format.Data.Get(), "", false).Code, "S_OK");
-            const bool cleared = format.FileInformation || (format.BeginLine && header);
-            EXPECT_EQ(FilenameOf(format.Data.Get()), cleared ? "" : "set.bin");
-            for (const auto& [name, property] : format.Numbers) {
-                const bool supplied = name.starts_with("Header");
-                const bool flag = name == "ContinueOnInvalidData" || name == "IncludeHeaderFooter";
-                const int64_t set = name == "IncludeHeaderFooter" ? header : flag ? 1 : name == "MaxLineLength" ? 5 : 3;
-                if (name == "MaxLineLength" && !format.Header()) continue;
-                EXPECT_EQ(property.Native.Value(), supplied && cleared ? 0 : set) << name;
-            }
-        });
-    }
-}
-
-// What a decoded text says about its file is read as properties, and written back by the next encoding.
-TEST(Properties, ADecodedHeaderIsReadAndWrittenBack) {
-    ForEachFormat([](const FormatObject& format) {
+            data->put_HeaderFilename(Bstr("set.bin").Get());
+            const std::string before = values();
+            EXPECT_EQ(Revert(data, "", false).Code, "S_OK");
+            const bool cleared = format.FileInformation || (format.BeginLine && header);  // in the order of the names
+            EXPECT_EQ(values(), !cleared           ? before
+                                : format.BeginLine ? " 1 3 0 1 5"
+                                : header           ? " 1 3 0 0 0 1 5"
+                                                   : " 1 3 0 0 0 0 5");
+            EXPECT_EQ(Name(data->Reset()), "S_OK");
+        }
         if (!format.BeginLine) return;
-        ITalvoEncodeData* const data = format.Data.Get();
-        data->put_HeaderFilename(Bstr("set.bin").Get());
         EXPECT_EQ(Revert(data, "begin 644 a.txt\n", false).Code, "S_OK");
         EXPECT_EQ(Revert(data, "+", true).Code, "S_OK");
-        EXPECT_EQ(FilenameOf(data), "a.txt");
-        ExpectReading(format.Number("HeaderPermissions"), {420, 420});
-        EXPECT_EQ(Process(data, "", true).Bytes.substr(0, 18), "begin 0644 a.txt\r\n");
-
+        EXPECT_EQ(values(), "a.txt 1 3 420 1 5");
+        EXPECT_EQ(Process(data, "", true).Bytes.substr(0, 17), "begin 0644 a.txt\r");
         EXPECT_EQ(Revert(data, "no header", true).Bytes, "");
         EXPECT_EQ(Process(data, "", true).Code, "berEmptyFileNameInHeader");
     });
@@ -171,63 +174,33 @@ TEST(Properties, ADecodedHeaderIsReadAndWrittenBack) {
 
 // The file information goes into a text and comes out of it; while it is not read yet, there is none.
 TEST(Properties, FileInformationTravelsInABinHexText) {
-    constexpr std::string_view kStart = "(This file must be converted with BinHex 4.0)\r\n:\"h,TFbjdH(3!39\"36%0\"8N";
-    constexpr std::string_view kRest = "q\"!3#3!`3!N!-'&8eNBA4KKf*bCA13!*!$cT8:\r\n";
-    constexpr std::string_view kForks = "datares\x90\x90\x90";
     const WCHAR name[] = {'r', 0xE9, 's', '.', 't', 'x', 't'};
     const FormatObject format = New(kBinHex);
-    const auto native = As<ITalvoBinHexEncodingFormat>(format.Data);
     ITalvoEncodeData* const data = format.Data.Get();
-    ASSERT_EQ(data->put_HeaderFilename(com::UniqueBstr(SysAllocStringLen(name, 7)).Get()), S_OK);
-    ASSERT_EQ(native->put_HeaderType(reinterpret_cast<const BYTE*>("APPL")), S_OK);
-    ASSERT_EQ(native->put_HeaderCreator(reinterpret_cast<const BYTE*>("CARO")), S_OK);
-    const std::map<std::string, Reading> numbers = {
-        {"HeaderFlags", {0x8101, -0x7EFF}}, {"HeaderDataForkLength", {4, 4}}, {"HeaderResourceForkLength", {6, 6}}};
-    for (const auto& [property, value] : numbers) ASSERT_EQ(format.Number(property.c_str()).Dual.Put(value.Dual), S_OK);
-    EXPECT_EQ(Process(data, kForks, true).Bytes, std::string(kStart) + std::string(kRest));
-
-    // The object that has written reads: nothing of what was set remains.
-    const auto values = [&] {
-        BYTE* type = nullptr;
-        BYTE* creator = nullptr;
-        native->get_HeaderType(&type);
-        native->get_HeaderCreator(&creator);
-        return FilenameOf(data) + TakeBlock(type, 4) + TakeBlock(creator, 4);
-    };
-    EXPECT_EQ(Revert(data, kStart, false).Code, "S_OK");
-    EXPECT_EQ(values(), std::string(8, '\0'));
-    for (const auto& [property, value] : numbers) ExpectReading(format.Number(property.c_str()), {0, 0});
-    EXPECT_EQ(Revert(data, kRest, false).Bytes, kForks);
-    for (const auto& [property, value] : numbers) ExpectReading(format.Number(property.c_str()), value);
-    EXPECT_EQ(Name(data->Reset()), "S_OK");
-    EXPECT_EQ(values(), "r?s.txtAPPLCARO");
-}
-
-// An accessor without memory says so; only the get of a name leaves the error information as it was.
-TEST(Properties, WithoutMemory) {
-    const FormatObject format = NewNamed(kBinHex);
-    const auto native = As<ITalvoBinHexEncodingFormat>(format.Data);
     const auto dual = As<DTalvoBinHexEncodingFormat>(format.Data);
-    const com::UniqueBstr name = Bstr("name");
-    com::UniqueBstr read;
-    BYTE* four = nullptr;
-    VARIANT bytes;
-    const struct {
-        std::function<HRESULT()> Call;
-        bool Reports;
-    } rows[] = {{[&] { return native->get_HeaderFilename(read.Put()); }, false},
-                {[&] { return native->put_HeaderFilename(name.Get()); }, true},
-                {[&] { return native->get_HeaderType(&four); }, true},
-                {[&] { return dual->get_HeaderCreator(&bytes); }, true}};
-    for (const auto& row : rows) {
-        ASSERT_EQ(format.Data->put_HeaderFilename(name.Get()), S_OK);
-        LeaveStaleError();
-        AllocationFaults faults;
-        faults.FailNth(1);
-        EXPECT_EQ(Name(row.Call()), "E_OUTOFMEMORY");
-        EXPECT_EQ(TakeError(), row.Reports ? ErrorOf(format.ProgId, E_OUTOFMEMORY) : "stale");
-    }
-    EXPECT_FALSE(four);
+    const auto values = [&] {
+        Variant type, creator;
+        dual->get_HeaderType(type.Put());
+        dual->get_HeaderCreator(creator.Put());
+        std::string all = FilenameOf(data) + type.Show() + creator.Show();
+        for (const char* const number : {"HeaderFlags", "HeaderDataForkLength", "HeaderResourceForkLength"})
+            all += " " + std::to_string(format.Number(number).Native.Value());
+        return all;
+    };
+    ASSERT_EQ(data->put_HeaderFilename(com::UniqueBstr(SysAllocStringLen(name, 7)).Get()), S_OK);
+    ASSERT_EQ(dual->put_HeaderType(*Variant::Bytes("APPL").Get()), S_OK);
+    ASSERT_EQ(dual->put_HeaderCreator(*Variant::Bytes("CARO").Get()), S_OK);
+    ASSERT_EQ(format.Number("HeaderFlags").Dual.Put(-0x7EFF), S_OK);
+    ASSERT_EQ(format.Number("HeaderDataForkLength").Dual.Put(4), S_OK);
+    ASSERT_EQ(format.Number("HeaderResourceForkLength").Dual.Put(6), S_OK);
+    const std::string text = Process(data, "datares\x90\x90\x90", true).Bytes;
+    // The object that has written reads: nothing of what was set remains.
+    EXPECT_EQ(Revert(data, text.substr(0, 75), false).Code, "S_OK");
+    EXPECT_EQ(values(), "bytes \0\0\0\0bytes \0\0\0\0 0 0 0"s);
+    EXPECT_EQ(Revert(data, text.substr(75), false).Bytes, "datares\x90\x90\x90");
+    EXPECT_EQ(values(), "r?s.txtbytes APPLbytes CARO 33025 4 6");
+    EXPECT_EQ(Name(data->Reset()), "S_OK");
+    EXPECT_EQ(values(), "r?s.txtbytes APPLbytes CARO 33025 4 6");
 }
 
 // Options refused only when a conversion opens: the object is as before, and converts when they are put right.
@@ -253,7 +226,6 @@ TEST(Properties, WhatAConversionCannotOpenWith) {
 
 template <class GetNative, class PutNative>
 void CheckFourBytes(const char* member, GetNative get, PutNative put) {
-    using namespace std::string_literals;
     const FormatObject format = NewNamed(kBinHex);
     const auto native = As<ITalvoBinHexEncodingFormat>(format.Data);
     const auto dual = As<IDispatch>(format.Data);
@@ -300,44 +272,14 @@ TEST(Properties, HeaderTypeAndCreator) {
         Expect("Talvo.BinHexEncoding.1", E_POINTER, [&] { return (dual.Get()->*get)(nullptr); });
 }
 
-// --- The interface table
-
-// From every interface every other one is reached, always at the same pointer; no other class's interface is.
-TEST(Identity, EveryInterfaceLeadsToEveryOther) {
+TEST(Properties, Interfaces) {
     ForEachFormat([](const FormatObject& format) {
-        const auto ask = [](IUnknown* object, REFIID iid) {
-            com::ComPtr<IUnknown> found;
-            EXPECT_EQ(object->QueryInterface(iid, found.PutVoid()), S_OK) << GuidText(iid);
-            return found;
-        };
-        const auto table = format.Interfaces();
-        for (const IID& from : table) {
-            const auto start = ask(format.Data.Get(), from);
-            for (const IID& to : table) EXPECT_EQ(ask(start.Get(), to).Get(), ask(format.Data.Get(), to).Get());
-            for (const IID& missing : {IID_ITalvoBinaryEncoding, IID_IClassFactory, CLSID_TalvoUUEncodingFormat,
-                                       format.BeginLine ? IID_ITalvoHexaEncodingFormat : IID_ITalvoXXEncodingFormat}) {
-                void* found = &found;
-                EXPECT_EQ(Name(start->QueryInterface(missing, &found)), "E_NOINTERFACE");
-                EXPECT_EQ(found, nullptr);
-            }
-            EXPECT_EQ(Name(start->QueryInterface(IID_IUnknown, nullptr)), "E_POINTER");
-        }
-        EXPECT_EQ(ask(format.Data.Get(), IID_ITalvoProcessData).Get(),
-                  ask(format.Data.Get(), IID_ITalvoEncodeData).Get());
-        EXPECT_EQ(ask(format.Data.Get(), IID_IDispatch).Get(), ask(format.Data.Get(), format.Dual).Get());
+        ExpectInterfaces(format.Data.Get(), {format.Dual, format.Native, IID_IDispatch},
+                         {IID_IUnknown, IID_ITalvoEncodeData, IID_ITalvoProcessData, IID_ISupportErrorInfo},
+                         {IID_ITalvoBinaryEncoding, IID_IClassFactory, CLSID_TalvoUUEncodingFormat,
+                          format.BeginLine ? IID_ITalvoHexaEncodingFormat : IID_ITalvoXXEncodingFormat});
         EXPECT_EQ(format.Data->AddRef(), 2u);
         EXPECT_EQ(As<IDispatch>(format.Data)->Release(), 2u);
-
-        const auto support = As<ISupportErrorInfo>(format.Data);
-        for (const IID& iid : {format.Dual, format.Native, IID_IDispatch, IID_ITalvoEncodeData, IID_ITalvoProcessData,
-                               IID_ISupportErrorInfo, IID_IUnknown, IID_DTalvoBinaryEncoding}) {
-            const bool reports = iid == format.Dual || iid == format.Native || iid == IID_IDispatch;
-            EXPECT_EQ(support->InterfaceSupportsErrorInfo(iid), reports ? S_OK : S_FALSE) << GuidText(iid);
-        }
-        LONG detects = 77;
-        Expect(
-            format.ProgId, berNoEncodingFormat, [&] { return format.Data->get_CanDetectEndOfData(&detects); }, false);
-        EXPECT_EQ(detects, 77);
     });
 }
 

@@ -4,10 +4,8 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <vector>
 
 #include "tests/component/file_calls.h"
@@ -17,17 +15,23 @@
 namespace talvo::test {
 namespace {
 
-size_t OpenFiles() {
-    const fs::directory_iterator files("/proc/self/fd");
-    return static_cast<size_t>(std::distance(begin(files), end(files)));
-}
+// As many files are open after a test as before it.
+class NativeFiles : public FileMethods {
+protected:
+    ~NativeFiles() override { EXPECT_EQ(OpenFiles(), open_); }
+
+private:
+    static ptrdiff_t OpenFiles() {
+        const fs::directory_iterator files("/proc/self/fd");
+        return std::distance(begin(files), end(files));
+    }
+    const ptrdiff_t open_ = OpenFiles();
+};
 
 // One call goes through every kind of file call: a range, in two slices, appended.
-TEST_F(FileMethods, EveryFileCallFailsOnce) {
+TEST_F(NativeFiles, EveryFileCallFailsOnce) {
     Save("in", Sample(131072 + 30 + 3));
-    FileCall call;
-    call.Offset = 5;
-    call.Append = true;
+    const FileCall call = {.Offset = 5, .Append = true};
     const struct {
         const char* Name;
         HRESULT Code;    // for an error that the table does not know
@@ -41,7 +45,6 @@ TEST_F(FileMethods, EveryFileCallFailsOnce) {
         {"WriteFile", berWriteFile, berWriteFile, 0, 87380},   {"ReadFile", berReadFile, berReadFile, 174760},
         {"WriteFile", berWriteFile, berWriteFile, 174760, 20},
     };
-    const size_t open = OpenFiles();
     unsigned n = 0;
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << "file call " << ++n << ", " << row.Name);
@@ -65,7 +68,6 @@ TEST_F(FileMethods, EveryFileCallFailsOnce) {
             EXPECT_STREQ(FailedFileCall(), row.Name);
             Expect(result, fault.Code, 0, fault.Written);
             EXPECT_EQ(fs::file_size("out"), 6 + fault.Written);
-            EXPECT_EQ(OpenFiles(), open);
             component_.Native->Reset();
         }
     }
@@ -75,7 +77,7 @@ TEST_F(FileMethods, EveryFileCallFailsOnce) {
 }
 
 // What every error of the system becomes, by its number.
-TEST_F(FileMethods, SystemErrors) {
+TEST_F(NativeFiles, SystemErrors) {
     const struct {
         HRESULT Code;
         std::vector<DWORD> Errors;
@@ -102,7 +104,7 @@ TEST_F(FileMethods, SystemErrors) {
 }
 
 // Files and folders that are not ours, as an ordinary user sees them.
-TEST_F(FileMethods, WithoutPermission) {
+TEST_F(NativeFiles, WithoutPermission) {
     for (const char* const name : {"in", "secret", "writable"}) Save(name, "ABC");
     fs::create_directory("closed");
     Save("closed/in", "ABC");
@@ -124,23 +126,17 @@ TEST_F(FileMethods, WithoutPermission) {
         {"in", "secret", berAccessDenied},       {"in", "folder/new", berAccessDenied},
         {"in", "closed/new", berAccessDenied},
     };
-    const size_t open = OpenFiles();
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.Source << " to " << row.Destination);
-        FileCall call;
-        call.Source = row.Source;
-        call.Destination = row.Destination;
-        Expect(Ask(Method::Process, call), row.Code, 0, 0);
-        EXPECT_EQ(OpenFiles(), open);
+        Expect(Ask(Method::Process, {.Source = row.Source, .Destination = row.Destination}), row.Code, 0, 0);
     }
     EXPECT_TRUE(!root || seteuid(0) == 0);
     for (const char* const name : {".", "secret", "closed", "writable", "folder"})
         fs::permissions(name, fs::perms::owner_all);
 }
 
-TEST_F(FileMethods, FullDevices) {
+TEST_F(NativeFiles, FullDevices) {
     Save("in", Sample(131072 * 3));
-    const size_t open = OpenFiles();
     Expect(Ask(Method::Process, {.Destination = "/dev/full"}), berDiskFull, 0, 0);
     Expect(Ask(Method::Write, {.Destination = "/dev/full", .Data = "ABC"}), berDiskFull, 0, 0);
     // A device that is no file cannot be a source.
@@ -157,11 +153,10 @@ TEST_F(FileMethods, FullDevices) {
     signal(SIGXFSZ, handler);
     Expect(result, berWriteFile, 0, 200000);
     EXPECT_EQ(fs::file_size("out"), 200000u);
-    EXPECT_EQ(OpenFiles(), open);
 }
 
 // The reader of a pipe leaves between two slices: no signal, and what it has taken is counted.
-TEST_F(FileMethods, InterruptedDestination) {
+TEST_F(NativeFiles, InterruptedDestination) {
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     const int reader = open("pipe", O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     fcntl(reader, F_SETPIPE_SZ, 1 << 20);
@@ -174,38 +169,10 @@ TEST_F(FileMethods, InterruptedDestination) {
     Save("in", Sample(131072 * 3));
     Expect(Ask(Method::Process, {.Destination = "pipe"}), berWriteFile, 0, 174760);
     EXPECT_EQ(slices, 2);
-    component_.Native->Reset();              // the conversion is still open
-    format_->putref_SubProcessing(nullptr);  // the component resets what it still holds when it goes
-}
-
-TEST_F(FileMethods, AnotherProcessHoldsTheFile) {
-    Save("in", "ABC");
-    Save("out", "kept");
-    int toChild[2];
-    int toUs[2];
-    ASSERT_TRUE(pipe(toChild) == 0 && pipe(toUs) == 0);
-    char byte = 0;
-    const pid_t child = fork();
-    if (child == 0) {
-        const HANDLE file = CreateFileA("out", GENERIC_READ, 7, nullptr, OPEN_EXISTING, 0, nullptr);
-        byte = file != INVALID_HANDLE_VALUE ? 'y' : 'n';
-        const bool told = write(toUs[1], &byte, 1) == 1 && read(toChild[0], &byte, 1) == 1;
-        _exit(told ? 0 : 1);
-    }
-    ASSERT_EQ(read(toUs[0], &byte, 1), 1);
-    EXPECT_EQ(byte, 'y');
-    Expect(Ask(Method::Process, {}), berAlreadyInUse, 0, 0);
-    EXPECT_EQ(Load("out"), "kept");
-    ASSERT_EQ(write(toChild[1], &byte, 1), 1);
-    int status = 1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-    for (const int end : {toChild[0], toChild[1], toUs[0], toUs[1]}) close(end);
-    EXPECT_EQ(Ask(Method::Process, {}).Line, "S_OK 3 4");
 }
 
 // Here a slash separates too.
-TEST_F(FileMethods, SlashesInNames) {
+TEST_F(NativeFiles, SlashesInNames) {
     Save("folder/in", "ABC");
     EXPECT_EQ(Ask(Method::Process, {.Source = "folder/in"}).Line, "S_OK 3 4");
     EXPECT_EQ(Ask(Method::Process, {.Source = "out", .Destination = "./", .Action = bfpDecode}).Line, "S_OK 4 3");
