@@ -238,7 +238,10 @@ TEST(Threads, EveryAnswerUnderLoadIsAnAllowedOne) {
         EXPECT_EQ(Name(format.Data->Reset()), "S_OK");
         EXPECT_EQ(Name(format.Link(nullptr)), "S_OK");
         EXPECT_EQ(Name(format.Data->put_HeaderFilename(Bstr(kNames[0]).Get())), "S_OK");
-        if (format.FileInformation) format.Number("HeaderDataForkLength").Native.Put(3);
+        if (format.FileInformation) {  // or what a text has said
+            format.Number("HeaderDataForkLength").Native.Put(3);
+            format.Number("HeaderResourceForkLength").Native.Put(0);
+        }
         const Converted text = Process(format.Data.Get(), "ABC", true);
         EXPECT_EQ(Revert(format.Data.Get(), text.Bytes, true).Bytes, "ABC") << format.Class;
     }
