@@ -112,7 +112,6 @@ struct Arrangement {
 HRESULT Arrange(const Function& function, const DISPPARAMS& given, Arrangement& arrangement, UINT* wrongArgument) {
     arrangement.count = function.parameters.size() - (function.GivesResult() ? 1 : 0);
     if (given.cArgs > arrangement.count) return DISP_E_BADPARAMCOUNT;
-    size_t positions = arrangement.count;
     bool hasValue = false;
     for (UINT i = 0; i < given.cNamedArgs; ++i) {
         const DISPID id = given.rgdispidNamedArgs[i];
@@ -123,13 +122,11 @@ HRESULT Arrange(const Function& function, const DISPPARAMS& given, Arrangement& 
             return DISP_E_PARAMNOTFOUND;
         }
         arrangement.arguments[position] = &given.rgvarg[i];
-        if (isValue) --positions;
         hasValue = hasValue || isValue;
     }
     if (IsPut(function) && !hasValue) return DISP_E_PARAMNOTFOUND;
     if (given.cArgs < arrangement.count) return DISP_E_BADPARAMCOUNT;
     const UINT positional = given.cArgs - given.cNamedArgs;
-    if (positional > positions) return DISP_E_BADPARAMCOUNT;
     for (UINT i = 0; i < positional; ++i) {
         if (arrangement.arguments[i]) return DISP_E_BADPARAMCOUNT;
         arrangement.arguments[i] = &given.rgvarg[given.cArgs - 1 - i];
