@@ -5,6 +5,8 @@
 
 #include <string.h>
 
+#include <string_view>
+
 #include "platform/last_error.h"
 #include "platform/system_messages.h"
 
@@ -45,11 +47,11 @@ const char* FindMessage(DWORD flags, LPCVOID source, DWORD id) {
 
 DWORD FormatMessageA(DWORD dwFlags, LPCVOID lpSource, DWORD dwMessageId, DWORD, LPSTR lpBuffer, DWORD nSize, va_list*) {
     if (!lpBuffer || !(dwFlags & kSources) || (dwFlags & ~kOffered)) return Fail(ERROR_INVALID_PARAMETER), 0;
-    const char* text = FindMessage(dwFlags, lpSource, dwMessageId);
-    if (!text) return 0;
-    const size_t length = strlen(text);
-    if (nSize < length + sizeof kLineEnd) return Fail(ERROR_INSUFFICIENT_BUFFER), 0;
-    memcpy(lpBuffer, text, length);
-    memcpy(lpBuffer + length, kLineEnd, sizeof kLineEnd);
-    return static_cast<DWORD>(length + sizeof kLineEnd - 1);
+    const char* found = FindMessage(dwFlags, lpSource, dwMessageId);
+    if (!found) return 0;
+    const std::string_view text = found;
+    if (nSize < text.size() + sizeof kLineEnd) return Fail(ERROR_INSUFFICIENT_BUFFER), 0;
+    text.copy(lpBuffer, text.size());
+    memcpy(lpBuffer + text.size(), kLineEnd, sizeof kLineEnd);
+    return static_cast<DWORD>(text.size() + sizeof kLineEnd - 1);
 }
