@@ -94,26 +94,6 @@ HRESULT LoadFile(const OLECHAR* file, ITypeLib** library) {
     return isText && !onlyModule ? LoadLibraryText(content, library) : TYPE_E_CANTLOADLIBRARY;
 }
 
-// As it is registered: found again from whatever folder is the current one then.
-std::u16string FullPath(const OLECHAR* file) {
-    std::string name;
-    std::u16string full;
-    if (!Narrow(SystemPath(file), name)) return file;
-    char real[PATH_MAX];
-    return realpath(name.c_str(), real) && Widen(real, full) ? full : std::u16string(file);
-}
-
-HRESULT RegisterFile(ITypeLib* library, const OLECHAR* file) {
-    try {
-        return RegisterTypeLib(library, FullPath(file).data(), nullptr);
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
-}
-
-// A bare name registers what it finds, a path does not.
-bool IsBareName(std::u16string_view file) { return file.find_first_of(u"/\\:") == std::u16string_view::npos; }
-
 }  // namespace
 
 HRESULT LoadLibraryText(std::string_view text, ITypeLib** library) {
@@ -140,19 +120,9 @@ HRESULT LoadLibraryFile(const OLECHAR* file, ITypeLib** library) {
 
 }  // namespace platform
 
+// Loads without registering: that is RegisterTypeLib's.
 WINOLEAUTAPI LoadTypeLibEx(LPCOLESTR szFile, REGKIND regkind, ITypeLib** pptlib) {
     if (!szFile || !pptlib) return E_INVALIDARG;
     *pptlib = nullptr;
-    ITypeLib* library = nullptr;
-    HRESULT hr = platform::LoadLibraryFile(szFile, &library);
-    if (FAILED(hr)) return hr;
-    if (regkind == REGKIND_REGISTER || (regkind == REGKIND_DEFAULT && platform::IsBareName(szFile))) {
-        hr = platform::RegisterFile(library, szFile);
-        if (FAILED(hr)) {
-            library->Release();
-            return hr;
-        }
-    }
-    *pptlib = library;
-    return S_OK;
+    return regkind == REGKIND_NONE ? platform::LoadLibraryFile(szFile, pptlib) : E_NOTIMPL;
 }
