@@ -1,5 +1,4 @@
-// The file methods, on every platform: ranges, slices, names, and what files do wrong. Sessions over several calls are
-// played by tests/formats/model_test.cpp.
+// The file methods, on every platform: ranges, slices, names, sessions that go on, and what files do wrong.
 #include <functional>
 
 #include "tests/component/file_calls.h"
@@ -195,6 +194,24 @@ TEST_F(FileMethods, NamesThatTravelInTexts) {
         EXPECT_EQ(Load("folder/in"), content);
         fs::remove("folder/in");
     }
+}
+
+// The model plays any such story, but seldom has something to flush.
+TEST_F(FileMethods, AConversionOverSeveralCalls) {
+    const std::string content = Sample(1000);
+    const std::string text = Convert(component_, Form::Native, false, content, true).Bytes;
+    Save("in", content);
+    Save("out", "old content");
+    for (const DWORD offset : {0u, 100u, 500u}) {
+        const DWORD size = offset == 0 ? 100 : offset == 100 ? 400 : 0;
+        const FileCall call = {.Offset = offset, .Size = size, .End = false, .Append = offset != 0};
+        EXPECT_EQ(Ask(Method::Process, call).Error, "none");
+    }
+    // What is held comes with the flush; a second one has nothing and leaves the destination alone.
+    const auto held = static_cast<DWORD>(text.size() - Load("out").size());
+    Expect(Ask(Method::Process, {.Source = "", .Append = true}), S_OK, 0, held);
+    Expect(Ask(Method::Process, {.Source = ""}), S_OK, 0, 0);
+    EXPECT_EQ(Load("out"), text);
 }
 
 TEST_F(FileMethods, ConversionsThatFailOrWarn) {
