@@ -127,8 +127,10 @@ TEST_F(NativeFiles, WithoutPermission) {
         {"in", "closed/new", berAccessDenied},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.Source << " to " << row.Destination);
-        Expect(Ask(Method::Process, {.Source = row.Source, .Destination = row.Destination}), row.Code, 0, 0);
+        // Not the error information: the class registry, which knows its source, may be out of this user's reach too.
+        EXPECT_EQ(Ask(Method::Process, {.Source = row.Source, .Destination = row.Destination}).Line,
+                  Name(row.Code) + " 0 0")
+            << row.Source << " to " << row.Destination;
     }
     EXPECT_TRUE(!root || seteuid(0) == 0);
     for (const char* const name : {".", "secret", "closed", "writable", "folder"})
