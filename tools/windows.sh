@@ -183,7 +183,7 @@ compare_platforms() {
       printf "  %-20s %12s %12s %12s\n", label, cell("Linux", program), cell(32, program), cell(64, program)
     }
     /^[0-9]+\/[0-9]+ Testing: / { sub(/.*: /, ""); program = "test_" $0; next }
-    /^\[  (PASSED|FAILED|SKIPPED ) ?\] [0-9]+ test/ {
+    /^\[  (PASSED|FAILED|SKIPPED) +\] [0-9]+ test/ {
       split($0, word, " ")
       key = word[2] == "PASSED" ? "passed" : word[2] == "FAILED" ? "failed" : "excused"
       match($0, /\] [0-9]+/)
