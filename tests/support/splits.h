@@ -4,6 +4,7 @@
 // - Decoding: the output and the defects up to each character. So every call, wherever its cuts are, returns what single
 //   characters gave between the same places; its warning is the first of theirs, or an invalid character if there is
 //   one; an error comes in the call that has the character at fault, and that call returns nothing.
+// Nor may a conversion depend on one before it that was abandoned anywhere.
 #pragma once
 
 #include <algorithm>
@@ -57,12 +58,12 @@ public:
         : name_(name), setup_(std::move(setup)), direction_(direction), input_(input), bytes_(bytes) {
         EncodingSession session;
         setup_(session);
-        const Fed whole = Feed(session, direction_, input_, true);
-        EXPECT_EQ(CodeName(whole.Code), CodeName(code)) << name_;
-        EXPECT_TRUE(whole.Bytes == bytes_)
-            << name_ << ": " << testing::PrintToString(whole.Bytes) << " instead of " << testing::PrintToString(bytes_);
+        whole_ = Feed(session, direction_, input_, true);
+        EXPECT_EQ(CodeName(whole_.Code), CodeName(code)) << name_;
+        EXPECT_TRUE(whole_.Bytes == bytes_) << name_ << ": " << testing::PrintToString(whole_.Bytes) << " instead of "
+                                            << testing::PrintToString(bytes_);
         EXPECT_EQ(session.State, SessionState::Idle) << name_;
-        good_ = whole == Fed{code, bytes_};
+        good_ = whole_ == Fed{code, bytes_};
         if (direction_ == Direction::Decode) FeedSingly();
     }
 
@@ -88,6 +89,7 @@ public:
         } else {
             CheckRandom(kRandom);
         }
+        CheckResets();
     }
 
     void CheckRandom(size_t count) {
@@ -97,6 +99,21 @@ public:
             Cuts cuts;
             for (size_t at = step(random_); at < input_.size(); at += step(random_)) cuts.push_back(at);
             Check(cuts);
+        }
+    }
+
+    // Reset after each number of characters, after random ones of a long input; the whole input then gives what it gives
+    // a new session.
+    void CheckResets() {
+        constexpr size_t kAll = 300, kRandom = 24;
+        const size_t n = input_.size();
+        EncodingSession session;
+        setup_(session);
+        for (size_t i = 0; i < (n <= kAll ? n + 1 : kRandom); ++i) {
+            const size_t abandoned = n <= kAll ? i : random_() % n;
+            static_cast<void>(Feed(session, direction_, input_.substr(0, abandoned), false));
+            session.ResetSession();
+            Expect(Feed(session, direction_, input_, true) == whole_, "after a reset", {}, abandoned);
         }
     }
 
@@ -171,6 +188,7 @@ private:
     Direction direction_;
     std::string_view input_;
     std::string bytes_;
+    Fed whole_;
     std::vector<Fed> single_;
     std::mt19937 random_{20240607};
     bool good_ = false;
