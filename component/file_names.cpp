@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "com/narrow_text.h"
 #include "platform/name_separators.h"
 
 namespace talvo {
@@ -49,11 +50,12 @@ HRESULT JoinHeaderFilename(BSTR folder, ITalvoEncodeData& format, com::UniqueBst
 HRESULT AnsiPath(BSTR name, com::UniqueTaskBytes& path) noexcept {
     path.Reset();
     if (!name) return S_OK;
-    const int size = WideCharToMultiByte(CP_ACP, 0, name, -1, nullptr, 0, nullptr, nullptr);
-    if (size <= 0) return E_OUTOFMEMORY;  // longer than the call can count
-    path.Reset(static_cast<BYTE*>(com::TaskAlloc(static_cast<SIZE_T>(size))));
+    const uint32_t size = com::NarrowSize(CP_ACP, name);
+    if (size == 0 && SysStringLen(name) != 0) return E_OUTOFMEMORY;  // longer than the system can count
+    path.Reset(static_cast<BYTE*>(com::TaskAlloc(SIZE_T{size} + 1)));
     if (!path) return E_OUTOFMEMORY;
-    WideCharToMultiByte(CP_ACP, 0, name, -1, reinterpret_cast<LPSTR>(path.Get()), size, nullptr, nullptr);
+    static_cast<void>(com::Narrow(CP_ACP, name, path.Get(), size));
+    path.Get()[size] = 0;
     return S_OK;
 }
 

@@ -20,8 +20,8 @@ HRESULT SetHeaderFilenameFromPath(BSTR sourceName, ITalvoEncodeData& format) noe
 // lands. Passes the format object's failure on; E_OUTOFMEMORY.
 HRESULT JoinHeaderFilename(BSTR folder, ITalvoEncodeData& format, com::UniqueBstr& joined) noexcept;
 
-// The name in the ANSI code page, zero-terminated in a task block, up to its first zero character; null for a null
-// name. E_OUTOFMEMORY.
+// The name in the ANSI code page, zero-terminated in a task block, null for a null name. The file calls read it up to its
+// first zero. E_OUTOFMEMORY.
 HRESULT AnsiPath(BSTR name, com::UniqueTaskBytes& path) noexcept;
 
 }  // namespace talvo
