@@ -8,15 +8,11 @@ function(talvo_sources out)
   set(${out} ${found} PARENT_SCOPE)
 endfunction()
 
-# talvo_room(name SOURCES pattern... [EXCEPT file] [LINKS target...]): a room without sources is made of headers alone.
-# EXCEPT leaves out the sources of that base name, which form a library of their own.
+# talvo_room(name SOURCES pattern... [LINKS target...]): a room without sources is made of headers alone.
 # Sets talvo_<name>_scope to the scope under which further usage requirements are to be added.
 function(talvo_room name)
-  cmake_parse_arguments(PARSE_ARGV 1 room "" "EXCEPT" "SOURCES;LINKS")
+  cmake_parse_arguments(PARSE_ARGV 1 room "" "" "SOURCES;LINKS")
   talvo_sources(sources ${room_SOURCES})
-  if(room_EXCEPT)
-    list(FILTER sources EXCLUDE REGEX "/${room_EXCEPT}[.]cpp$")
-  endif()
   if(sources)
     set(scope PUBLIC)
     add_library(talvo_${name} STATIC ${sources})

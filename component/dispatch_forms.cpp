@@ -1,14 +1,14 @@
 // Automation forms of the methods: view the VARIANT, call the native form, hand the block to the result.
 #include "com/unique.h"
+#include "com/variant_bytes.h"
 #include "component/binary_encoding.h"
-#include "component/variant_bytes.h"
 
 namespace talvo {
 namespace {
 
 // Hands a block over to a byte array VARIANT. The block stays with its owner when that fails.
 HRESULT HandToVariant(com::UniqueTaskBytes& bytes, DWORD size, VARIANT* result) noexcept {
-    const HRESULT hr = MakeByteArrayVariant(size, bytes.Get(), result, ByteArrayMode::Adopt);
+    const HRESULT hr = com::MakeByteArrayVariant(size, bytes.Get(), result, com::ByteArrayMode::Adopt);
     if (FAILED(hr)) return hr == E_OUTOFMEMORY ? hr : berInternalError;
     if (V_VT(result) != VT_EMPTY) static_cast<void>(bytes.Detach());
     return S_OK;
@@ -27,7 +27,7 @@ HRESULT BinaryEncoding::ConvertVariant(Conversion convert, const VARIANT* source
                                        VARIANT* result) noexcept {
     if (!result) return Publish(E_POINTER);
     VariantInit(result);
-    const VariantByteView view(source);
+    const com::VariantByteView view(source);
     com::UniqueTaskBytes bytes;
     DWORD size = 0;
     const HRESULT hr = (this->*convert)(view.Data(), view.Size(), Flag(endOfData), bytes.Put(), &size);
@@ -46,7 +46,7 @@ HRESULT BinaryEncoding::Decode(VARIANT* vaEncoded, VARIANT_BOOL bEndOfData, VARI
 HRESULT BinaryEncoding::ToString(VARIANT* vaData, BSTR* bstrResult) noexcept {
     if (!bstrResult) return Publish(E_POINTER);
     *bstrResult = nullptr;
-    const VariantByteView view(vaData);
+    const com::VariantByteView view(vaData);
     return ToString(view.Data(), view.Size(), bstrResult);
 }
 
@@ -79,7 +79,7 @@ HRESULT BinaryEncoding::ReadFile(BSTR sSourceFilename, LONG lSourceOffset, LONG 
 HRESULT BinaryEncoding::WriteFile(VARIANT* vaData, ETBFileProcessing eAction, VARIANT_BOOL bEndOfData,
                                   BSTR sDestFilename, VARIANT_BOOL bAppend, LONG* lWritten) noexcept {
     if (!lWritten) return Publish(E_POINTER);
-    const VariantByteView view(vaData);
+    const com::VariantByteView view(vaData);
     DWORD written = 0;
     const HRESULT hr =
         WriteFile(view.Data(), view.Size(), eAction, Flag(bEndOfData), sDestFilename, Flag(bAppend), &written);

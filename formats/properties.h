@@ -1,7 +1,7 @@
 // Groups of properties that some formats have. Each is a layer over FormatCore; a class wears the groups it has.
 #pragma once
 
-#include "component/variant_bytes.h"
+#include "com/variant_bytes.h"
 #include "formats/format_core.h"
 
 namespace talvo {
@@ -156,7 +156,7 @@ private:
         if (!out) return this->Publish(E_POINTER);
         FourBytes bytes;
         this->CopyFour(field, bytes);
-        const HRESULT hr = MakeByteArrayVariant(sizeof(bytes), bytes, out, ByteArrayMode::Copy);
+        const HRESULT hr = com::MakeByteArrayVariant(sizeof(bytes), bytes, out, com::ByteArrayMode::Copy);
         return this->Publish(SUCCEEDED(hr) || hr == E_OUTOFMEMORY ? hr : berInternalError);
     }
     HRESULT PutFourNative(const BYTE* bytes, FourField field) noexcept {
@@ -164,7 +164,7 @@ private:
         return this->PutFour(ByteSpan(bytes, sizeof(FourBytes)), field);
     }
     HRESULT PutFourVariant(const VARIANT& variant, FourField field) noexcept {
-        const VariantByteView view(&variant);
+        const com::VariantByteView view(&variant);
         return this->PutFour(ByteSpan(view.Data(), view.Size()), field);
     }
 };

@@ -1,5 +1,5 @@
 // Bytes out of VARIANTs of every type, and byte VARIANTs made from bytes.
-#include "component/variant_bytes.h"
+#include "com/variant_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +9,8 @@ namespace talvo::test {
 namespace {
 
 using namespace std::string_literals;
+
+using com::ByteArrayMode, com::MakeByteArrayVariant, com::VariantByteView;
 
 std::string Seen(const VARIANT* variant) {
     const VariantByteView view(variant);

@@ -1,12 +1,12 @@
 // Reads and builds byte VARIANTs over the platform's VARIANT and SAFEARRAY calls.
-#include "component/variant_bytes.h"
+#include "com/variant_bytes.h"
 
 #include <cstring>
 #include <limits>
 
 #include "com/unique.h"
 
-namespace talvo {
+namespace com {
 namespace {
 
 // References to VARIANTs are followed this far: deeper ones are damaged or circular.
@@ -61,7 +61,7 @@ uint32_t ArrayByteCount(SAFEARRAY* array) noexcept {
 }
 
 HRESULT CopyIntoArray(uint32_t count, const BYTE* data, SAFEARRAY** result) noexcept {
-    com::UniqueSafeArray array(SafeArrayCreateVector(VT_UI1, 0, count));
+    UniqueSafeArray array(SafeArrayCreateVector(VT_UI1, 0, count));
     if (!array) return E_OUTOFMEMORY;
     void* elements = nullptr;
     if (FAILED(SafeArrayAccessData(array.Get(), &elements))) return E_UNEXPECTED;
@@ -71,12 +71,11 @@ HRESULT CopyIntoArray(uint32_t count, const BYTE* data, SAFEARRAY** result) noex
     return S_OK;
 }
 
-// The descriptor says neither automatic, static nor embedded: destroying the array frees the block with the task
-// allocator.
+// The descriptor, which knows its one dimension, says neither automatic, static nor embedded: destroying the array frees
+// the block with the task allocator.
 HRESULT AdoptIntoArray(uint32_t count, BYTE* data, SAFEARRAY** result) noexcept {
     SAFEARRAY* array = nullptr;
     if (const HRESULT hr = SafeArrayAllocDescriptor(1, &array); FAILED(hr)) return hr;
-    array->cDims = 1;
     array->fFeatures = FADF_FIXEDSIZE;
     array->cbElements = 1;
     array->cLocks = 0;
@@ -150,4 +149,4 @@ HRESULT MakeByteArrayVariant(uint32_t count, BYTE* data, VARIANT* result, ByteAr
     return S_OK;
 }
 
-}  // namespace talvo
+}  // namespace com

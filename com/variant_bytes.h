@@ -1,4 +1,4 @@
-// Bytes in and out of VARIANTs. A leaf: it knows neither component nor format.
+// Bytes in and out of VARIANTs.
 #pragma once
 
 #include <windows.h>
@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-namespace talvo {
+namespace com {
 
 // Read-only view of the bytes that a VARIANT holds, without copying; an array stays locked while the view lives. A
 // VARIANT without usable data gives an empty view, which is no error. The VARIANT must stay unchanged meanwhile.
@@ -37,4 +37,4 @@ enum class ByteArrayMode { Copy, Adopt };
 // then). E_UNEXPECTED for a null result or an array that cannot be locked, E_OUTOFMEMORY.
 HRESULT MakeByteArrayVariant(uint32_t count, BYTE* data, VARIANT* result, ByteArrayMode mode) noexcept;
 
-}  // namespace talvo
+}  // namespace com
