@@ -4,7 +4,7 @@
 #include <mutex>
 #include <utility>
 
-#include "component/text.h"
+#include "com/narrow_text.h"
 
 namespace talvo {
 
@@ -42,7 +42,7 @@ HRESULT BinaryEncoding::GetFormat(REFIID iid, void** format) noexcept {
     return Publish(hr);
 }
 
-// The old object goes after the lock is free: its clean-up is none of this lock's business.
+// The old object is released after the lock is left: its destructor may call anything.
 void BinaryEncoding::ReplaceFormat(com::ComPtr<ITalvoEncodeData> format) noexcept {
     std::lock_guard hold(lock_);
     std::swap(format_, format);
@@ -70,25 +70,26 @@ HRESULT BinaryEncoding::putref_EncodingFormat(IDispatch* piFormat) noexcept {
     return Publish(S_OK);
 }
 
+HRESULT BinaryEncoding::Convert(ETBFileProcessing action, const BYTE* source, DWORD size, LONG endOfData, BYTE** output,
+                                DWORD* outputSize) noexcept {
+    if (!output || !outputSize) return E_POINTER;
+    *output = nullptr;
+    *outputSize = 0;
+    const com::ComPtr<ITalvoEncodeData> format = AcquireFormat();
+    if (!format) return berNoEncodingFormat;
+    DWORD consumed = 0;  // the whole input, always
+    return action == bfpEncode ? format->Process(source, size, endOfData, 0, 0, output, outputSize)
+                               : format->Revert(source, size, endOfData, output, outputSize, &consumed);
+}
+
 HRESULT BinaryEncoding::Encode(const BYTE* pcSource, DWORD dwSourceSize, LONG bEndOfData, BYTE** ppcEncoded,
                                DWORD* pdwEncodedSize) noexcept {
-    if (!ppcEncoded || !pdwEncodedSize) return Publish(E_POINTER);
-    *ppcEncoded = nullptr;
-    *pdwEncodedSize = 0;
-    const com::ComPtr<ITalvoEncodeData> format = AcquireFormat();
-    if (!format) return Publish(berNoEncodingFormat);
-    return Publish(format->Process(pcSource, dwSourceSize, bEndOfData, 0, 0, ppcEncoded, pdwEncodedSize));
+    return Publish(Convert(bfpEncode, pcSource, dwSourceSize, bEndOfData, ppcEncoded, pdwEncodedSize));
 }
 
 HRESULT BinaryEncoding::Decode(const BYTE* pcEncoded, DWORD dwEncodedSize, LONG bEndOfData, BYTE** ppcDecoded,
                                DWORD* pdwDecodedSize) noexcept {
-    if (!ppcDecoded || !pdwDecodedSize) return Publish(E_POINTER);
-    *ppcDecoded = nullptr;
-    *pdwDecodedSize = 0;
-    const com::ComPtr<ITalvoEncodeData> format = AcquireFormat();
-    if (!format) return Publish(berNoEncodingFormat);
-    DWORD consumed = 0;  // the whole input, always
-    return Publish(format->Revert(pcEncoded, dwEncodedSize, bEndOfData, ppcDecoded, pdwDecodedSize, &consumed));
+    return Publish(Convert(bfpDecode, pcEncoded, dwEncodedSize, bEndOfData, ppcDecoded, pdwDecodedSize));
 }
 
 HRESULT BinaryEncoding::Reset() noexcept {
@@ -102,15 +103,30 @@ HRESULT BinaryEncoding::ToString(const BYTE* pcData, DWORD dwDataSize, BSTR* pbs
     if (!pbstrResult) return Publish(E_POINTER);
     *pbstrResult = nullptr;
     if (!pcData || dwDataSize == 0) return Publish(S_OK);
-    return Publish(BytesToText(pcData, dwDataSize, pbstrResult));
+    com::UniqueBstr text = com::Widen(CP_ACP, {reinterpret_cast<const char*>(pcData), dwDataSize}, MB_PRECOMPOSED);
+    if (!text) return Publish(E_OUTOFMEMORY);
+    if (SysStringLen(text.Get()) == 0) return Publish(E_INVALIDARG);
+    *pbstrResult = text.Detach();
+    return Publish(S_OK);
 }
 
 HRESULT BinaryEncoding::FromString(BSTR sData, BYTE** ppcData, DWORD* pdwDataSize) noexcept {
-    if (!ppcData || !pdwDataSize) return Publish(E_POINTER);
-    *ppcData = nullptr;
-    *pdwDataSize = 0;
-    if (SysStringLen(sData) == 0) return Publish(S_OK);
     return Publish(TextToBytes(sData, ppcData, pdwDataSize));
+}
+
+HRESULT BinaryEncoding::TextToBytes(BSTR text, BYTE** bytes, DWORD* size) noexcept {
+    if (!bytes || !size) return E_POINTER;
+    *bytes = nullptr;
+    *size = 0;
+    if (SysStringLen(text) == 0) return S_OK;
+    const uint32_t narrowSize = com::NarrowSize(CP_ACP, text);
+    if (narrowSize == 0) return E_INVALIDARG;
+    com::UniqueTaskBytes narrow(static_cast<BYTE*>(com::TaskAlloc(narrowSize)));
+    if (!narrow) return E_OUTOFMEMORY;
+    if (!com::Narrow(CP_ACP, text, narrow.Get(), narrowSize)) return E_INVALIDARG;
+    *bytes = narrow.Detach();
+    *size = narrowSize;
+    return S_OK;
 }
 
 }  // namespace talvo

@@ -1,6 +1,7 @@
 // The component: it holds one format object and applies it. It keeps no session, no busy flag and no buffer of its own.
 //
-// The native form of each method does the work; the automation form converts its arguments and calls the native one.
+// The two forms of a method share one private function that does the work. The native form publishes its result; the
+// automation form converts arguments and results around it, and publishes what has come of all of it.
 // How it looks on a form, and its About box, are added by the class that the module creates (server/control/).
 #pragma once
 
@@ -64,23 +65,39 @@ protected:
     void FinalRelease() noexcept override;
 
 private:
-    // A native conversion method of this class, as the automation forms call it.
-    using Conversion = HRESULT (STDMETHODCALLTYPE BinaryEncoding::*)(const BYTE*, DWORD, LONG, BYTE**, DWORD*);
-
     // The held format object, counted: a replacement by another thread takes effect for the next call, never within
     // one.
     com::ComPtr<ITalvoEncodeData> AcquireFormat() noexcept;
     HRESULT GetFormat(REFIID iid, void** format) noexcept;
     void ReplaceFormat(com::ComPtr<ITalvoEncodeData> format) noexcept;
-    HRESULT ConvertVariant(Conversion convert, const VARIANT* source, VARIANT_BOOL endOfData, VARIANT* result) noexcept;
 
-    class Transfer;  // of the file methods, in files.cpp
-    HRESULT Convert(ETBFileProcessing action, const BYTE* source, DWORD size, bool endOfData, BYTE** output,
+    HRESULT ConvertVariant(ETBFileProcessing action, const VARIANT* source, VARIANT_BOOL endOfData,
+                           VARIANT* result) noexcept;
+
+    // What the methods do, without error information.
+    HRESULT Convert(ETBFileProcessing action, const BYTE* source, DWORD size, LONG endOfData, BYTE** output,
                     DWORD* outputSize) noexcept;
+    static HRESULT TextToBytes(BSTR text, BYTE** bytes, DWORD* size) noexcept;
+
+    // What a file method has come to. The native form leaves error information as it is for a silent failure.
+    struct Outcome {
+        Outcome(HRESULT code, bool silent = false) noexcept : Code(code), Silent(silent) {}
+        HRESULT Code;
+        bool Silent;
+    };
+    class Transfer;
+    Outcome ConvertFromFile(BSTR source, DWORD offset, DWORD size, ETBFileProcessing action, LONG endOfData,
+                            DWORD* bytesRead, BYTE** data, DWORD* dataSize) noexcept;
+    Outcome ConvertIntoFile(const BYTE* data, DWORD size, ETBFileProcessing action, LONG endOfData, BSTR destination,
+                            LONG append, DWORD* written) noexcept;
+    Outcome ConvertFile(BSTR source, DWORD offset, DWORD size, ETBFileProcessing action, LONG endOfData,
+                        BSTR destination, LONG append, DWORD* bytesRead, DWORD* written) noexcept;
     // Encoding from a file, the header carries that file's name unless it has one.
     HRESULT NameHeader(ETBFileProcessing action, BSTR source) noexcept;
 
-    HRESULT Publish(HRESULT code) noexcept { return talvo::Publish(CLSID_TalvoBinaryEncoding, code); }
+    HRESULT Publish(Outcome outcome) noexcept {
+        return outcome.Silent ? outcome.Code : talvo::Publish(CLSID_TalvoBinaryEncoding, outcome.Code);
+    }
 
     com::ComPtr<ITalvoEncodeData> format_;
     com::CriticalSection lock_;  // guards the reference alone

@@ -1,4 +1,4 @@
-// Automation forms of the methods: view the VARIANT, call the native form, hand the block to the result.
+// Automation forms of the methods: view the VARIANT, have the work done, hand the block to the result, publish once.
 #include "com/unique.h"
 #include "com/variant_bytes.h"
 #include "component/binary_encoding.h"
@@ -23,24 +23,24 @@ LONG Flag(VARIANT_BOOL flag) noexcept { return flag != VARIANT_FALSE; }
 
 }  // namespace
 
-HRESULT BinaryEncoding::ConvertVariant(Conversion convert, const VARIANT* source, VARIANT_BOOL endOfData,
+HRESULT BinaryEncoding::ConvertVariant(ETBFileProcessing action, const VARIANT* source, VARIANT_BOOL endOfData,
                                        VARIANT* result) noexcept {
     if (!result) return Publish(E_POINTER);
     VariantInit(result);
     const com::VariantByteView view(source);
     com::UniqueTaskBytes bytes;
     DWORD size = 0;
-    const HRESULT hr = (this->*convert)(view.Data(), view.Size(), Flag(endOfData), bytes.Put(), &size);
+    const HRESULT hr = Convert(action, view.Data(), view.Size(), Flag(endOfData), bytes.Put(), &size);
     // A warning is not passed on: an automation client gets the output, and S_OK.
     return Publish(FAILED(hr) ? hr : HandToVariant(bytes, size, result));
 }
 
 HRESULT BinaryEncoding::Encode(VARIANT* vaSource, VARIANT_BOOL bEndOfData, VARIANT* vaEncoded) noexcept {
-    return ConvertVariant(&BinaryEncoding::Encode, vaSource, bEndOfData, vaEncoded);
+    return ConvertVariant(bfpEncode, vaSource, bEndOfData, vaEncoded);
 }
 
 HRESULT BinaryEncoding::Decode(VARIANT* vaEncoded, VARIANT_BOOL bEndOfData, VARIANT* vaDecoded) noexcept {
-    return ConvertVariant(&BinaryEncoding::Decode, vaEncoded, bEndOfData, vaDecoded);
+    return ConvertVariant(bfpDecode, vaEncoded, bEndOfData, vaDecoded);
 }
 
 HRESULT BinaryEncoding::ToString(VARIANT* vaData, BSTR* bstrResult) noexcept {
@@ -55,7 +55,7 @@ HRESULT BinaryEncoding::FromString(BSTR sData, VARIANT* vaResult) noexcept {
     VariantInit(vaResult);
     com::UniqueTaskBytes bytes;
     DWORD size = 0;
-    const HRESULT hr = FromString(sData, bytes.Put(), &size);
+    const HRESULT hr = TextToBytes(sData, bytes.Put(), &size);
     return Publish(FAILED(hr) ? hr : HandToVariant(bytes, size, vaResult));
 }
 
@@ -69,8 +69,9 @@ HRESULT BinaryEncoding::ReadFile(BSTR sSourceFilename, LONG lSourceOffset, LONG 
     com::UniqueTaskBytes bytes;
     DWORD read = 0;
     DWORD size = 0;
-    HRESULT hr = ReadFile(sSourceFilename, static_cast<DWORD>(lSourceOffset), static_cast<DWORD>(lSourceSize), eAction,
-                          Flag(bEndOfData), &read, bytes.Put(), &size);
+    HRESULT hr = ConvertFromFile(sSourceFilename, static_cast<DWORD>(lSourceOffset), static_cast<DWORD>(lSourceSize),
+                                 eAction, Flag(bEndOfData), &read, bytes.Put(), &size)
+                     .Code;
     if (SUCCEEDED(hr)) hr = HandToVariant(bytes, size, vaResult);
     if (SUCCEEDED(hr)) SetNumber(vaBytesRead, read);
     return Publish(hr);
@@ -82,7 +83,8 @@ HRESULT BinaryEncoding::WriteFile(VARIANT* vaData, ETBFileProcessing eAction, VA
     const com::VariantByteView view(vaData);
     DWORD written = 0;
     const HRESULT hr =
-        WriteFile(view.Data(), view.Size(), eAction, Flag(bEndOfData), sDestFilename, Flag(bAppend), &written);
+        ConvertIntoFile(view.Data(), view.Size(), eAction, Flag(bEndOfData), sDestFilename, Flag(bAppend), &written)
+            .Code;
     *lWritten = static_cast<LONG>(written);
     return Publish(hr);
 }
@@ -93,8 +95,9 @@ HRESULT BinaryEncoding::ProcessFile(BSTR sSourceFilename, LONG lSourceOffset, LO
     if (!vaBytesRead || !lWritten) return Publish(E_POINTER);
     DWORD read = 0;
     DWORD written = 0;
-    const HRESULT hr = ProcessFile(sSourceFilename, static_cast<DWORD>(lSourceOffset), static_cast<DWORD>(lSourceSize),
-                                   eAction, Flag(bEndOfData), sDestFilename, Flag(bAppend), &read, &written);
+    const HRESULT hr = ConvertFile(sSourceFilename, static_cast<DWORD>(lSourceOffset), static_cast<DWORD>(lSourceSize),
+                                   eAction, Flag(bEndOfData), sDestFilename, Flag(bAppend), &read, &written)
+                           .Code;
     static_cast<void>(VariantClear(vaBytesRead));
     SetNumber(vaBytesRead, read);
     *lWritten = static_cast<LONG>(written);

@@ -1,21 +1,23 @@
-// Relies on the platform for which characters separate.
+// Backslashes separate the parts of a name. Slashes do so where the build sets TALVO_SLASH_SEPARATES; on Windows a slash is
+// a character of the name for what our methods promise, whatever the system makes of it later.
 #include "component/file_names.h"
 
 #include <cstring>
 #include <string_view>
 
 #include "com/narrow_text.h"
-#include "platform/name_separators.h"
 
 namespace talvo {
 namespace {
 
 using NameView = std::basic_string_view<WCHAR>;
 
+constexpr NameView kSeparators = TALVO_SLASH_SEPARATES ? OLESTR("\\/") : OLESTR("\\");
+
 NameView View(BSTR name) noexcept { return {name, SysStringLen(name)}; }
 
 NameView LastPart(NameView name) noexcept {
-    const size_t separator = name.find_last_of(platform::kNameSeparators);
+    const size_t separator = name.find_last_of(kSeparators);
     return separator == NameView::npos ? name : name.substr(separator + 1);
 }
 

@@ -1,38 +1,31 @@
-// Native forms of the file methods. They read, convert and write slice by slice, through this class's own Encode and
-// Decode, so that the format object is taken anew for every slice and each conversion reports for itself. Files are open
-// within a call only.
+// The file methods. They read, convert and write slice by slice, and take the format object anew for every slice. Files are
+// open within a call only.
 #include <algorithm>
 
 #include "com/unique.h"
 #include "component/binary_encoding.h"
-#include "component/destination.h"
+#include "component/file_access.h"
 #include "component/file_names.h"
-#include "component/source_range.h"
 
 namespace talvo {
 namespace {
 
 constexpr DWORD kFileChunkSize = 131072;
 
+bool IsEmpty(BSTR name) noexcept { return SysStringLen(name) == 0; }
+
 HRESULT CheckAction(ETBFileProcessing action) noexcept {
     return action == bfpEncode || action == bfpDecode ? S_OK : berInvalidFileProcessing;
 }
 
-bool IsEmpty(BSTR name) noexcept { return SysStringLen(name) == 0; }
-
 // Without a name there is no source: what the format object holds is flushed.
-HRESULT CheckSource(BSTR name, DWORD offset, DWORD size, LONG endOfData) noexcept {
+HRESULT CheckSource(ETBFileProcessing action, BSTR name, DWORD offset, DWORD size, LONG endOfData) noexcept {
     const bool flush = offset == 0 && size == 0 && endOfData != 0;
-    return !IsEmpty(name) || flush ? S_OK : berInvalidFilename;
+    const HRESULT hr = CheckAction(action);
+    return SUCCEEDED(hr) && IsEmpty(name) && !flush ? berInvalidFilename : hr;
 }
 
 }  // namespace
-
-HRESULT BinaryEncoding::Convert(ETBFileProcessing action, const BYTE* source, DWORD size, bool endOfData, BYTE** output,
-                                DWORD* outputSize) noexcept {
-    return action == bfpEncode ? Encode(source, size, endOfData, output, outputSize)
-                               : Decode(source, size, endOfData, output, outputSize);
-}
 
 HRESULT BinaryEncoding::NameHeader(ETBFileProcessing action, BSTR source) noexcept {
     if (action != bfpEncode) return S_OK;
@@ -50,8 +43,8 @@ public:
     HRESULT Open() noexcept { return status_ = destination_.Open(); }
     // S_OK, the first warning, or S_FALSE when nothing came for a folder and so no file was made.
     HRESULT Status() const noexcept { return status_; }
-    HRESULT Slice(const BYTE* source, DWORD size, bool endOfData) noexcept;
-    HRESULT Range(SourceRange& source, bool endOfData) noexcept;
+    Outcome Slice(const BYTE* source, DWORD size, bool endOfData) noexcept;
+    Outcome Range(SourceRange& source, bool endOfData) noexcept;
     HRESULT Flush() noexcept;
 
 private:
@@ -64,8 +57,7 @@ private:
     HRESULT status_ = S_OK;
 };
 
-// A failure has been published, except that of opening a file in a folder: that one only the automation forms publish.
-HRESULT BinaryEncoding::Transfer::Slice(const BYTE* source, DWORD size, bool endOfData) noexcept {
+BinaryEncoding::Outcome BinaryEncoding::Transfer::Slice(const BYTE* source, DWORD size, bool endOfData) noexcept {
     com::UniqueTaskBytes bytes;
     DWORD count = 0;
     HRESULT hr = component_.Convert(action_, source, size, endOfData, bytes.Put(), &count);
@@ -73,23 +65,22 @@ HRESULT BinaryEncoding::Transfer::Slice(const BYTE* source, DWORD size, bool end
     if (status_ == S_OK) status_ = hr;
     if (count == 0) return S_OK;
     if (!destination_.IsOpen()) {
+        component_.Publish(hr);  // what is to be read when the folder's file cannot be opened
         hr = OpenNamed();
-        if (FAILED(hr)) return hr;
+        if (FAILED(hr)) return {hr, true};
         status_ = S_OK;
     }
-    hr = destination_.Write(bytes.Get(), count);
-    return FAILED(hr) ? component_.Publish(hr) : S_OK;
+    return destination_.Write(bytes.Get(), count);
 }
 
-HRESULT BinaryEncoding::Transfer::Range(SourceRange& source, bool endOfData) noexcept {
+BinaryEncoding::Outcome BinaryEncoding::Transfer::Range(SourceRange& source, bool endOfData) noexcept {
     const com::UniqueTaskBytes buffer(static_cast<BYTE*>(com::TaskAlloc(std::min(source.Left(), kFileChunkSize))));
-    if (!buffer) return component_.Publish(E_OUTOFMEMORY);
+    if (!buffer) return E_OUTOFMEMORY;
     while (source.Left() != 0) {
         const DWORD size = std::min(source.Left(), kFileChunkSize);
-        HRESULT hr = source.Read(buffer.Get(), size);
-        if (FAILED(hr)) return component_.Publish(hr);
-        hr = Slice(buffer.Get(), size, endOfData && source.Left() == 0);
-        if (FAILED(hr)) return hr;
+        if (const HRESULT hr = source.Read(buffer.Get(), size); FAILED(hr)) return hr;
+        const Outcome slice = Slice(buffer.Get(), size, endOfData && source.Left() == 0);
+        if (FAILED(slice.Code)) return slice;
     }
     return S_OK;
 }
@@ -100,83 +91,96 @@ HRESULT BinaryEncoding::Transfer::Flush() noexcept {
     DWORD count = 0;
     status_ = component_.Convert(action_, nullptr, 0, true, bytes.Put(), &count);
     if (FAILED(status_) || count == 0) return status_;
-    HRESULT hr = OpenNamed();
-    if (SUCCEEDED(hr)) hr = destination_.Write(bytes.Get(), count);
-    return FAILED(hr) ? component_.Publish(hr) : S_OK;
+    if (const HRESULT hr = OpenNamed(); FAILED(hr)) return hr;
+    const HRESULT hr = destination_.Write(bytes.Get(), count);
+    return FAILED(hr) ? hr : status_;
+}
+
+BinaryEncoding::Outcome BinaryEncoding::ConvertFromFile(BSTR source, DWORD offset, DWORD size, ETBFileProcessing action,
+                                                        LONG endOfData, DWORD* bytesRead, BYTE** data,
+                                                        DWORD* dataSize) noexcept {
+    if (!bytesRead || !data || !dataSize) return E_POINTER;
+    *bytesRead = *dataSize = 0;
+    *data = nullptr;
+    HRESULT hr = CheckSource(action, source, offset, size, endOfData);
+    if (FAILED(hr)) return hr;
+
+    com::UniqueTaskBytes bytes;
+    if (!IsEmpty(source)) {
+        hr = NameHeader(action, source);
+        if (FAILED(hr)) return {hr, true};  // already published by the format object
+        SourceRange range;
+        hr = range.Open(source, offset, size);
+        if (FAILED(hr)) return hr;
+        const DWORD count = range.Left();
+        bytes.Reset(static_cast<BYTE*>(com::TaskAlloc(count)));
+        if (!bytes) return E_OUTOFMEMORY;
+        hr = range.Read(bytes.Get(), count);
+        if (FAILED(hr)) return hr;
+        *bytesRead = count;
+    }
+    return Convert(action, bytes.Get(), *bytesRead, endOfData != 0, data, dataSize);
+}
+
+BinaryEncoding::Outcome BinaryEncoding::ConvertIntoFile(const BYTE* data, DWORD size, ETBFileProcessing action,
+                                                        LONG endOfData, BSTR destination, LONG append,
+                                                        DWORD* written) noexcept {
+    if (!written) return E_POINTER;
+    *written = 0;
+    if (const HRESULT hr = CheckAction(action); FAILED(hr)) return hr;
+    Transfer transfer(*this, action, destination, append, written);
+    if (const HRESULT hr = transfer.Open(); FAILED(hr)) return hr;
+    if (size == 0 && endOfData == 0) return S_OK;  // the file is there, and that is all
+    DWORD done = 0;
+    do {
+        const DWORD count = std::min(size - done, kFileChunkSize);
+        const bool last = count == size - done;
+        const Outcome slice = transfer.Slice(data + done, count, last && endOfData != 0);
+        if (FAILED(slice.Code)) return slice;
+        done += count;
+    } while (done != size);
+    return transfer.Status();
+}
+
+BinaryEncoding::Outcome BinaryEncoding::ConvertFile(BSTR source, DWORD offset, DWORD size, ETBFileProcessing action,
+                                                    LONG endOfData, BSTR destination, LONG append, DWORD* bytesRead,
+                                                    DWORD* written) noexcept {
+    if (!bytesRead || !written) return E_POINTER;
+    *bytesRead = *written = 0;
+    HRESULT hr = CheckSource(action, source, offset, size, endOfData);
+    if (FAILED(hr)) return hr;
+    Transfer transfer(*this, action, destination, append, written);
+    if (IsEmpty(source)) return transfer.Flush();
+
+    hr = NameHeader(action, source);
+    if (FAILED(hr)) return {hr, true};  // already published by the format object
+    SourceRange range;
+    hr = range.Open(source, offset, size);
+    if (SUCCEEDED(hr)) hr = transfer.Open();
+    if (FAILED(hr)) return hr;
+    const DWORD count = range.Left();
+    if (const Outcome all = transfer.Range(range, endOfData != 0); FAILED(all.Code)) return all;
+    *bytesRead = count;
+    return transfer.Status();
 }
 
 HRESULT BinaryEncoding::ReadFile(BSTR sSourceFilename, DWORD dwSourceOffset, DWORD dwSourceSize,
                                  ETBFileProcessing eAction, LONG bEndOfData, DWORD* pdwBytesRead, BYTE** ppcData,
                                  DWORD* pdwDataSize) noexcept {
-    if (!pdwBytesRead || !ppcData || !pdwDataSize) return Publish(E_POINTER);
-    *pdwBytesRead = 0;
-    *ppcData = nullptr;
-    *pdwDataSize = 0;
-    if (const HRESULT hr = CheckAction(eAction); FAILED(hr)) return Publish(hr);
-    HRESULT hr = CheckSource(sSourceFilename, dwSourceOffset, dwSourceSize, bEndOfData);
-    if (FAILED(hr)) return Publish(hr);
-
-    com::UniqueTaskBytes range;
-    DWORD count = 0;
-    if (!IsEmpty(sSourceFilename)) {
-        hr = NameHeader(eAction, sSourceFilename);
-        if (FAILED(hr)) return hr;  // the format object has said why
-        SourceRange source;
-        hr = source.Open(sSourceFilename, dwSourceOffset, dwSourceSize);
-        if (FAILED(hr)) return Publish(hr);
-        count = source.Left();
-        range.Reset(static_cast<BYTE*>(com::TaskAlloc(count)));
-        if (!range) return Publish(E_OUTOFMEMORY);
-        hr = source.Read(range.Get(), count);
-        if (FAILED(hr)) return Publish(hr);
-    }
-    *pdwBytesRead = count;
-    return Convert(eAction, range.Get(), count, bEndOfData != 0, ppcData, pdwDataSize);
+    return Publish(ConvertFromFile(sSourceFilename, dwSourceOffset, dwSourceSize, eAction, bEndOfData, pdwBytesRead,
+                                   ppcData, pdwDataSize));
 }
 
 HRESULT BinaryEncoding::WriteFile(const BYTE* pcData, DWORD dwDataSize, ETBFileProcessing eAction, LONG bEndOfData,
                                   BSTR sDestFilename, LONG bAppend, DWORD* pdwWritten) noexcept {
-    if (!pdwWritten) return Publish(E_POINTER);
-    *pdwWritten = 0;
-    if (const HRESULT hr = CheckAction(eAction); FAILED(hr)) return Publish(hr);
-    Transfer transfer(*this, eAction, sDestFilename, bAppend, pdwWritten);
-    if (const HRESULT hr = transfer.Open(); FAILED(hr)) return Publish(hr);
-    if (dwDataSize == 0 && bEndOfData == 0) return Publish(S_OK);  // the file is there, and that is all
-    DWORD done = 0;
-    do {
-        const DWORD size = std::min(dwDataSize - done, kFileChunkSize);
-        const bool last = size == dwDataSize - done;
-        if (const HRESULT hr = transfer.Slice(pcData + done, size, last && bEndOfData != 0); FAILED(hr)) return hr;
-        done += size;
-    } while (done != dwDataSize);
-    return Publish(transfer.Status());
+    return Publish(ConvertIntoFile(pcData, dwDataSize, eAction, bEndOfData, sDestFilename, bAppend, pdwWritten));
 }
 
 HRESULT BinaryEncoding::ProcessFile(BSTR sSourceFilename, DWORD dwSourceOffset, DWORD dwSourceSize,
                                     ETBFileProcessing eAction, LONG bEndOfData, BSTR sDestFilename, LONG bAppend,
                                     DWORD* pdwBytesRead, DWORD* pdwWritten) noexcept {
-    if (!pdwBytesRead || !pdwWritten) return Publish(E_POINTER);
-    *pdwBytesRead = *pdwWritten = 0;
-    if (const HRESULT hr = CheckAction(eAction); FAILED(hr)) return Publish(hr);
-    HRESULT hr = CheckSource(sSourceFilename, dwSourceOffset, dwSourceSize, bEndOfData);
-    if (FAILED(hr)) return Publish(hr);
-    Transfer transfer(*this, eAction, sDestFilename, bAppend, pdwWritten);
-    if (IsEmpty(sSourceFilename)) {
-        hr = transfer.Flush();
-        return FAILED(hr) ? hr : Publish(transfer.Status());
-    }
-
-    hr = NameHeader(eAction, sSourceFilename);
-    if (FAILED(hr)) return hr;  // the format object has said why
-    SourceRange source;
-    hr = source.Open(sSourceFilename, dwSourceOffset, dwSourceSize);
-    if (SUCCEEDED(hr)) hr = transfer.Open();
-    if (FAILED(hr)) return Publish(hr);
-    const DWORD count = source.Left();
-    hr = transfer.Range(source, bEndOfData != 0);
-    if (FAILED(hr)) return hr;
-    *pdwBytesRead = count;
-    return Publish(transfer.Status());
+    return Publish(ConvertFile(sSourceFilename, dwSourceOffset, dwSourceSize, eAction, bEndOfData, sDestFilename,
+                               bAppend, pdwBytesRead, pdwWritten));
 }
 
 }  // namespace talvo

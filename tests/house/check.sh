@@ -41,7 +41,7 @@ may_include() {
     server/results) echo 'com/ Talvo' ;;
     engine) echo 'com/ server/results/' ;;
     formats) echo 'com/ server/results/ engine/ Talvo' ;;
-    component) echo 'com/ server/results/ Talvo platform/name_separators.h' ;;
+    component) echo 'com/ server/results/ Talvo' ;;
     server) echo 'com/ server/results/ engine/ formats/ component/ Talvo' ;;
     cli) echo 'com/ Talvo server/results/result_codes.def' ;;  # the list is data: it gives codes their names
     examples) echo 'com/ Talvo' ;;

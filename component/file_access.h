@@ -1,5 +1,4 @@
-// Where a file method writes: a file, or a folder in which the file is opened when there is something to write, because
-// only then its name is known. What has been written stays, whatever fails later.
+// The files of a file method, open for as long as the call: the range that it reads, and where it writes.
 #pragma once
 
 #include <windows.h>
@@ -10,6 +9,27 @@
 
 namespace talvo {
 
+class SourceRange {
+public:
+    // Opens the file, sharing it with readers only, and goes to the offset. Size 0 means up to the end of the file; a
+    // range that reaches beyond is cut. The codes of file failures; E_OUTOFMEMORY.
+    HRESULT Open(BSTR name, DWORD offset, DWORD size) noexcept;
+
+    // Bytes of the range that are still to be read.
+    DWORD Left() const noexcept { return left_; }
+
+    // Reads the next `count` bytes, at most Left(), in one request; fewer are a failure.
+    HRESULT Read(BYTE* bytes, DWORD count) noexcept;
+
+private:
+    HRESULT Locate(DWORD offset, DWORD size) noexcept;
+
+    com::UniqueFile file_;
+    DWORD left_ = 0;
+};
+
+// A file, or a folder in which the file is opened when there is something to write, because only then its name is known.
+// What has been written stays, whatever fails later.
 class Destination {
 public:
     // Every byte written is added to `*written`.
