@@ -11,30 +11,58 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 
 #include "TalvoBinaryEncoding.h"
-#include "com/com_ptr.h"
-#include "com/unique.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+
+// Owners: what they hold is released at the end of their scope.
+struct Release {
+    void operator()(IUnknown* object) const { object->Release(); }
+};
+template <class Interface>
+using Owner = std::unique_ptr<Interface, Release>;
+
+struct FreeString {
+    void operator()(OLECHAR* text) const { SysFreeString(text); }
+};
+using OwnedBstr = std::unique_ptr<OLECHAR, FreeString>;
+
+template <class Interface>
+HRESULT Create(REFCLSID clsid, Owner<Interface>& owner) {
+    void* object = nullptr;
+    const HRESULT hr = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), &object);
+    owner.reset(static_cast<Interface*>(object));
+    return hr;
+}
+
+// The native interface of a format object.
+template <class Interface>
+HRESULT As(ITalvoEncodeData& format, Owner<Interface>& owner) {
+    void* object = nullptr;
+    const HRESULT hr = format.QueryInterface(__uuidof(Interface), &object);
+    owner.reset(static_cast<Interface*>(object));
+    return hr;
+}
 
 // What a format needs to know beforehand, if anything.
 using Prepare = HRESULT (*)(ITalvoEncodeData& format, DWORD fileSize);
 
 // Other bytes than text: its line breaks are bytes like all others.
 HRESULT WithoutLines(ITalvoEncodeData& format, DWORD) {
-    com::ComPtr<ITalvoQuotedPrintableEncodingFormat> quotedPrintable;
-    const HRESULT hr = format.QueryInterface(__uuidof(ITalvoQuotedPrintableEncodingFormat), quotedPrintable.PutVoid());
+    Owner<ITalvoQuotedPrintableEncodingFormat> quotedPrintable;
+    const HRESULT hr = As(format, quotedPrintable);
     return FAILED(hr) ? hr : quotedPrintable->put_EndOfLineType(bltNone);
 }
 
 // The header, which comes first, has the length.
 HRESULT WithLength(ITalvoEncodeData& format, DWORD fileSize) {
-    com::ComPtr<ITalvoBinHexEncodingFormat> binHex;
-    const HRESULT hr = format.QueryInterface(__uuidof(ITalvoBinHexEncodingFormat), binHex.PutVoid());
+    Owner<ITalvoBinHexEncodingFormat> binHex;
+    const HRESULT hr = As(format, binHex);
     return FAILED(hr) ? hr : binHex->put_HeaderDataForkLength(fileSize);
 }
 
@@ -52,11 +80,11 @@ const struct Format {
     {"BinHex 4.0", CLSID_TalvoBinHexEncodingFormat, ".hqx", &WithLength},
 };
 
-com::UniqueBstr Bstr(const std::string& narrow) {
+OwnedBstr Bstr(const std::string& narrow) {
     const int size = static_cast<int>(narrow.size());
     const int length = MultiByteToWideChar(CP_ACP, 0, narrow.data(), size, nullptr, 0);
-    com::UniqueBstr text(SysAllocStringLen(nullptr, static_cast<UINT>(length)));
-    if (text) MultiByteToWideChar(CP_ACP, 0, narrow.data(), size, text.Get(), length);
+    OwnedBstr text(SysAllocStringLen(nullptr, static_cast<UINT>(length)));
+    if (text) MultiByteToWideChar(CP_ACP, 0, narrow.data(), size, text.get(), length);
     return text;
 }
 
@@ -72,7 +100,7 @@ Result Convert(ITalvoBinaryEncoding& component, const fs::path& source, ETBFileP
     Result result;
     DWORD read = 0;
     const auto start = std::chrono::steady_clock::now();
-    result.code = component.ProcessFile(Bstr(source.string()).Get(), 0, 0, action, TRUE, Bstr(destination).Get(), FALSE,
+    result.code = component.ProcessFile(Bstr(source.string()).get(), 0, 0, action, TRUE, Bstr(destination).get(), FALSE,
                                         &read, &result.written);
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
     result.milliseconds = took.count();
@@ -88,12 +116,11 @@ bool Same(const fs::path& a, const fs::path& b) {
 
 // There and back in one format; a row of the table.
 bool RoundTrip(ITalvoBinaryEncoding& component, const Format& row, const fs::path& file, const fs::path& folder) {
-    com::ComPtr<ITalvoEncodeData> format;
-    HRESULT hr =
-        CoCreateInstance(row.clsid, nullptr, CLSCTX_INPROC_SERVER, __uuidof(ITalvoEncodeData), format.PutVoid());
+    Owner<ITalvoEncodeData> format;
+    HRESULT hr = Create(row.clsid, format);
     const auto size = static_cast<DWORD>(fs::file_size(file));
-    if (SUCCEEDED(hr) && row.prepare) hr = row.prepare(*format.Get(), size);
-    if (SUCCEEDED(hr)) hr = component.putref_EncodingFormat(format.Get());
+    if (SUCCEEDED(hr) && row.prepare) hr = row.prepare(*format, size);
+    if (SUCCEEDED(hr)) hr = component.putref_EncodingFormat(format.get());
 
     const fs::path text = folder / (file.filename().string() + row.extension);
     const fs::path back = folder / "back" / file.filename();
@@ -113,9 +140,8 @@ bool RoundTrip(ITalvoBinaryEncoding& component, const Format& row, const fs::pat
 }
 
 int RunAll(const fs::path& file, const fs::path& folder) {
-    com::ComPtr<ITalvoBinaryEncoding> component;
-    const HRESULT hr = CoCreateInstance(CLSID_TalvoBinaryEncoding, nullptr, CLSCTX_INPROC_SERVER,
-                                        __uuidof(ITalvoBinaryEncoding), component.PutVoid());
+    Owner<ITalvoBinaryEncoding> component;
+    const HRESULT hr = Create(CLSID_TalvoBinaryEncoding, component);
     if (FAILED(hr)) {
         std::fprintf(stderr, "The component is not registered: 0x%08lX\n",
                      static_cast<unsigned long>(static_cast<DWORD>(hr)));
@@ -124,7 +150,7 @@ int RunAll(const fs::path& file, const fs::path& folder) {
     fs::create_directories(folder / "back");
     std::printf("  %-17s %10s %10s %11s %11s\n", "format", "bytes in", "text bytes", "encode", "decode");
     bool good = true;
-    for (const Format& row : kFormats) good = RoundTrip(*component.Get(), row, file, folder) && good;
+    for (const Format& row : kFormats) good = RoundTrip(*component, row, file, folder) && good;
     return good ? 0 : 1;
 }
 

@@ -3,23 +3,34 @@
 #include <objbase.h>
 
 #include <cstdio>
+#include <memory>
 
 #include "TalvoBinaryEncoding.h"
-#include "com/com_ptr.h"
+
+// Holds one reference to an object and releases it at the end of its scope.
+struct Release {
+    void operator()(IUnknown* object) const { object->Release(); }
+};
+template <class Interface>
+using Owner = std::unique_ptr<Interface, Release>;
+
+template <class Interface>
+static HRESULT Create(REFCLSID clsid, Owner<Interface>& owner) {
+    void* object = nullptr;
+    const HRESULT hr = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), &object);
+    owner.reset(static_cast<Interface*>(object));
+    return hr;
+}
 
 static HRESULT EncodeAndPrint(const BYTE* bytes, DWORD count) {
-    com::ComPtr<ITalvoEncodeData> format;
-    HRESULT hr = CoCreateInstance(CLSID_TalvoBase64EncodingFormat, nullptr, CLSCTX_INPROC_SERVER,
-                                  __uuidof(ITalvoEncodeData), format.PutVoid());
+    Owner<ITalvoEncodeData> format;
+    Owner<ITalvoBinaryEncoding> component;
+    HRESULT hr = Create(CLSID_TalvoBase64EncodingFormat, format);
+    if (SUCCEEDED(hr)) hr = Create(CLSID_TalvoBinaryEncoding, component);
+    if (SUCCEEDED(hr)) hr = component->putref_EncodingFormat(format.get());
     if (FAILED(hr)) return hr;
 
-    com::ComPtr<ITalvoBinaryEncoding> component;
-    hr = CoCreateInstance(CLSID_TalvoBinaryEncoding, nullptr, CLSCTX_INPROC_SERVER, __uuidof(ITalvoBinaryEncoding),
-                          component.PutVoid());
-    if (FAILED(hr)) return hr;
-    component->putref_EncodingFormat(format.Get());
-
-    BYTE* text = nullptr;  // ours once Encode succeeds
+    BYTE* text = nullptr;  // ours once Encode has succeeded
     DWORD size = 0;
     hr = component->Encode(bytes, count, TRUE, &text, &size);  // TRUE: there is no more data
     if (FAILED(hr)) return hr;

@@ -44,7 +44,7 @@ may_include() {
     component) echo 'com/ server/results/ Talvo' ;;
     server) echo 'com/ server/results/ engine/ formats/ component/ Talvo' ;;
     cli) echo 'com/ Talvo server/results/result_codes.def' ;;  # the list is data: it gives codes their names
-    examples) echo 'com/ Talvo' ;;
+    examples) echo 'Talvo' ;;
     fuzz) echo 'com/ server/results/ engine/' ;;
   esac
 }
