@@ -55,7 +55,7 @@ private:
 };
 
 TEST_F(ConversionTest, FilesFoldersAndForks) {
-    std::string large(700001, '\0');
+    std::string large(size_t{3} * 256 * 1024, '\0');  // whole chunks
     for (size_t i = 0; i < large.size(); ++i) large[i] = static_cast<char>((i * i) >> 7);
     Put("large", large);
     Put("abc", "abc");
@@ -83,6 +83,8 @@ TEST_F(ConversionTest, FilesFoldersAndForks) {
         {"decode -f binhex h -o o --resource-fork r --overwrite", 0, "r", "FORK"},
         {"encode -f qp large --then base64 --then xx --name n -o t", 0, "o", "abc"},
         {"decode -f xx t --then base64 --then qp -o d", 0, "d/n", large},
+        {"encode -f base64 -l 4 -b lf large -o t", 0, "d/n", large},
+        {"decode -f base64 t -o o --append", 0, "o", "abc" + large},
         {"encode -f hex large --offset 699999 --size 1 -o t", 0, "t", "8E"},
         {"encode -f hex abc -o abc", 3, "abc", "abc"},
         {"decode -f base64 -t damaged -o m", 0, "m", "ABCDEF"},

@@ -34,8 +34,7 @@ protected:
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         folder_ = pattern;
         fs::create_directory(folder_ / "log");
-        for (const size_t size : {size_t{0}, size_t{1}, size_t{57}, size_t{100}, 3 * kChunk, 3 * kChunk + 1})
-            Put(std::to_string(size), Noise(size));
+        for (const size_t size : {size_t{0}, size_t{100}, 3 * kChunk + 1}) Put(std::to_string(size), Noise(size));
         Put("damaged", "QUJD*REVG");
         Put("cut", "QUJDR");
         // A defect in the second chunk: the first has been written by then.
@@ -74,23 +73,9 @@ protected:
     fs::path command_, folder_;
 };
 
-// In a file and in a pipe, and as an independent encoder does it; that one ends its last line, which the component
-// leaves open.
-TEST_F(CommandTest, ThereAndBack) {
-    for (const char* const file : {"0", "1", "57", "786432", "786433"}) {
-        Expect({std::string("set -e; in=") + file +
-                    "; talvo encode -f base64 $in -o text; talvo decode -f base64 text -o back; cmp $in back; "
-                    "cat $in | talvo encode -f base64 | tee piped | talvo decode -f base64 - | cmp - $in; "
-                    "cmp text piped; base64 -w 76 $in >peer; tr -d '\\r' <piped >text; test -s text && echo >>text; "
-                    "cmp text peer",
-                0, ""});
-    }
-}
-
 TEST_F(CommandTest, Options) {
     Put("alphabet", "abcdefghijkl");
     const Line kLines[] = {
-        {"talvo encode -f base64 alphabet -l 8", 0, "YWJjZGVm\r\nZ2hpamts"},
         {"talvo encode -f base64 alphabet -l 8 -b lf", 0, "YWJjZGVm\nZ2hpamts"},
         {"cp alphabet -- -a; talvo encode -f base64 -b none -l 8 -- -a", 0, "YWJjZGVmZ2hpamts"},
         {"talvo decode -f base64 damaged", 1, "",
@@ -99,6 +84,9 @@ TEST_F(CommandTest, Options) {
         {"talvo decode -f base64 -t damaged", 0, "ABCDEF",
          "talvo: damaged: warning: berWarningInvalidCharacterInData (0x00044001): Invalid character in the data. "
          "(in 1 chunk)\n"},
+        {"talvo decode -f base64 --offset 1 damaged", 1, "", "talvo: damaged: ber* (offset 4)\n"},
+        {"printf 'QUJD\\rQUJD\\n\\r\\nQ*JD' | talvo decode -f base64", 1, "",
+         "talvo: standard input: ber* (offset 13: line 4, column 2)\n"},
         {"talvo decode -f base64 <cut", 1, "", "talvo: standard input: ber* (0x8004400?): *. (at the end)\n"},
         {"talvo encode -f uu -b none alphabet", 2, "",
          "talvo: --line-breaks: berInvalidEndOfLineType (0x80044019): Invalid end of line type.\n"},
@@ -126,8 +114,6 @@ TEST_F(CommandTest, FilesThatFail) {
         {"echo old >out; talvo encode -f base64 0 -o out", 0, ""},
         {"ulimit -f 200; trap '' XFSZ; talvo encode -f base64 786433 -o out; code=$?; : >out; exit $code", 3, "",
          "talvo: out: cannot write: * (error *)\ntalvo: out is incomplete (102400 bytes written)\n"},
-        {"cp 100 out; talvo encode -f base64 out -o out; code=$?; cmp out 100 && : >out; exit $code", 3, "",
-         "talvo: out: the destination is the source\n"},
         {"cp 100 in; ln -s in link; talvo encode -f base64 in -o link; code=$?; cmp in 100; exit $code", 3, "-",
          "talvo: link: the destination is the source\n"},
         {"cp 100 in; ln -f in link; talvo encode -f base64 in -o ./link; code=$?; cmp in 100; exit $code", 3, "-",
@@ -148,18 +134,14 @@ TEST_F(CommandTest, HeadersFoldersAndForks) {
     Put("abc", "abc");
     Put("fork", "FORK");
     const Line kLines[] = {
-        {"talvo encode -f uu -b lf abc", 0, "begin 0444 abc\n#86)C\n`\nend"},
-        {"talvo encode -f uu -b lf -n 'x y' -m 755 <abc", 0, "begin 0755 x y\n#86)C\n`\nend"},
         {"talvo encode -f uu -b lf <abc", 2, "",
          "talvo: standard input: berEmptyFileNameInHeader *\ntalvo: --name NAME gives it a name\n"},
         {"talvo encode -f base64 -l 4 -b lf --then uu -b lf --name q <abc", 0, "begin 0444 q\n$65=*:@``\n`\nend"},
-        {"talvo encode -f hex --then base64 abc | talvo decode -f base64 --then hex", 0, "abc"},
         {"talvo encode -f uu abc --offset 1 --size 1 --no-header", 0, "!8@``"},
         {"cat abc | talvo encode -f hex --offset 2", 0, "63"},
         {"talvo encode -f hex --size 0 abc", 0, ""},
         {"talvo encode -f hex --offset 4 abc", 2, "", "talvo: abc: it ends before --offset\n"},
         {"cat abc | talvo encode -f hex --offset 4", 2, "", "talvo: standard input: it ends before --offset\n"},
-        {"talvo encode -f hex abc -ao a && talvo encode -f hex abc -ao a && cat a; rm a", 0, "616263616263"},
         {"talvo encode -f xx -n taken abc | talvo decode -f xx -o d/; code=$?; cat d/taken; exit $code", 3, "old",
          "talvo: d/taken: cannot open for writing: * (error 80)\ntalvo: --overwrite *\n"},
         {"ln -s ../out d/link; talvo encode -f uu -n link abc | talvo decode -f uu -o d; code=$?; ls out; exit $code",
@@ -173,11 +155,10 @@ TEST_F(CommandTest, HeadersFoldersAndForks) {
          "talvo: nowhere/a: cannot open for writing: *"},
         {"printf 'no header' | talvo decode -f uu -o out; code=$?; ls out; exit $code", 1, "",
          "talvo: standard input: there is no 'begin' line\n*"},
-        {"talvo encode -f binhex abc --resource-fork fork -o h && talvo decode -f binhex h -o o && cat o o.rsrc", 0,
-         "abcFORK"},
-        {"talvo decode -f binhex h -o o; code=$?; cat o; exit $code", 3, "abc", "talvo: o.rsrc: cannot open *\n*"},
+        {"talvo encode -f binhex abc --resource-fork fork -o h; echo old >o.rsrc; talvo decode -f binhex h -o o; "
+         "code=$?; cat o o.rsrc; exit $code",
+         3, "old\n", "talvo: o.rsrc: cannot open *\n*"},
         {"talvo decode -f binhex h", 0, "abc", "talvo: h: the resource fork is left out; *"},
-        {"talvo decode -f binhex h -o d && cat d/abc d/abc.rsrc", 0, "abcFORK"},
         {"cat abc fork | talvo encode -f binhex -n two --data-length 3 --resource-length 4 | "
          "talvo decode -f binhex -o d && cat d/two.rsrc d/two",
          0, "FORKabc"},
@@ -207,12 +188,9 @@ TEST_F(CommandTest, Info) {
         {"talvo encode -f binhex abc --type TEXT --flags 257 | talvo info", 0,
          "format:         binhex\nname:           abc\ntype:           54455854 'TEXT'\ncreator:        00000000\n"
          "flags:          0x0101\ndata fork:      3 bytes\nresource fork:  0 bytes\ndecoded size:   3 bytes\n*none\n"},
-        {"talvo encode -f hex 100 | talvo info", 0,
-         "format:         hex (a guess from its characters*)\n*100 bytes\n*"},
-        {"talvo encode -f base64 100 | talvo info", 0, "format:         base64 (a guess*)\n*100 bytes\n*"},
-        {"talvo encode -f uu --no-header 100 | talvo info", 0, "format:         uu, no header (a guess*100 bytes\n*"},
-        {"talvo encode -f xx --no-header 100 | talvo info", 0, "format:         xx, no header (a guess*100 bytes\n*"},
-        {"talvo encode -f qp 100 | talvo info", 0, "format:         qp (a guess*100 bytes\n*"},
+        {"for f in hex base64 qp 'uu --no-header' 'xx --no-header'; do talvo encode -f $f 100 | talvo info; done", 0,
+         "format:         hex (a guess*100 bytes\n*base64 (a guess*100 bytes\n*qp (a guess*100 bytes\n*"
+         "uu, no header (a guess*100 bytes\n*xx, no header (a guess*100 bytes\n*"},
         {"printf 4142 | talvo info", 0, "format:         hex (a guess from its characters; base64 *"},
         {"talvo info -f base64 damaged", 1, "*defects: *1\n  offset 4: line 1, column 5: berWarning*"},
         {"talvo info -f uu damaged", 1, "*\n  at the end: there is no 'begin' line\n"},
@@ -233,10 +211,6 @@ TEST_F(CommandTest, Chains) {
         decode += i == 0 ? " -f qp" : " --then qp";
     }
     Expect({encode + " | " + decode + " --then hex | cmp - 100", 0, ""});
-    Expect(
-        {"talvo encode -f base64 -l 60 --then uu --then xx -b lf --then hex -l 50 100 | "
-         "talvo decode -f hex --then xx --then uu --then base64 | cmp - 100",
-         0, ""});
 }
 
 TEST_F(CommandTest, SaysWhatIsIncomplete) {
@@ -247,7 +221,6 @@ TEST_F(CommandTest, SaysWhatIsIncomplete) {
         {"talvo decode -f base64 damaged-late -o out; code=$?; wc -c <out; exit $code", 1, "196608\n",
          "talvo: damaged-late: berInvalidCharacterInData * (offset 262144: line 1, column 262145)\n"
          "talvo: out is incomplete (196608 bytes written)\n"},
-        {"talvo decode -f base64 -t damaged-late | wc -c", 0, "196608\n", "*(in 1 chunk)\n"},
         // A reader that leaves is no reason to complain.
         {"{ talvo encode -f base64 786433; echo $? >code; } | head -c 10 | wc -c; cat code", 0, "10\n3\n"},
     };
@@ -262,7 +235,6 @@ TEST_F(CommandTest, FindsTheComponent) {
     fs::copy_file(module, folder_ / "elsewhere/copy.so");
     Put("nothing.so", "no module");
     const Line kLines[] = {
-        {"talvo --version", 0, "talvo *.*.*\ncomponent: /* (beside the command)\n"},
         {"talvo encode -vf base64 three", 0, "YWJj",
          "talvo: not through the class registry: *\ntalvo: component from /* (beside the command)\n"},
         {"talvo encode -vf base64 --module elsewhere/copy.so three", 0, "YWJj",
@@ -274,9 +246,9 @@ TEST_F(CommandTest, FindsTheComponent) {
         {"talvo encode -vf base64 three", 0, "YWJj", "talvo: component from /*/elsewhere/copy.so (registered)\n"},
         {"rm elsewhere/copy.so; talvo encode -vf base64 three", 0, "YWJj",
          "talvo: not through the class registry: *\ntalvo: component from /* (beside the command)\n"},
-        {"talvo register -q && talvo --version", 0, "talvo *\ncomponent: /*.so (registered)\n"},
-        {"talvo unregister", 0, "unregistered /*.so\n"},
-        {"talvo --version", 0, "talvo *\ncomponent: /* (beside the command)\n"},
+        {"talvo register -q && talvo --version && talvo unregister && talvo --version", 0,
+         "talvo *\ncomponent: /*.so (registered)\nunregistered /*.so\ntalvo *.*.*\ncomponent: /* (beside the "
+         "command)\n"},
         {"mkdir bin; cp \"$(command -v talvo)\" bin; "
          "LD_LIBRARY_PATH=$(dirname \"$(command -v talvo)\") bin/talvo encode -f base64 three",
          4, "",
