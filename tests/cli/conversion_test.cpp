@@ -6,31 +6,24 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "cli/info.h"
+#include "tests/support/temp_folder.h"
 
 namespace talvo {
 namespace {
 
 namespace fs = std::filesystem;
+using test::Load;
+using test::Save;
 
 class ConversionTest : public testing::Test {
 protected:
-    void SetUp() override {
-        folder_ = fs::temp_directory_path() / ("talvo-conversion-" + std::to_string(GetTickCount64()));
-        before_ = fs::current_path();
-        fs::create_directories(folder_ / "d");
-        fs::current_path(folder_);
-    }
-    void TearDown() override {
-        fs::current_path(before_);
-        fs::remove_all(folder_);
-    }
+    void SetUp() override { fs::create_directory("d"); }
 
     static int Run(const std::string& line) {
         std::istringstream words(line + " -q");
@@ -44,25 +37,20 @@ protected:
         const bool info = parsed.options.command == Command::Info;
         return static_cast<int>(info ? TellInfo(parsed.options) : Convert(parsed.options));
     }
-    static void Put(const char* name, const std::string& content) { std::ofstream(name, std::ios::binary) << content; }
-    static std::string Get(const std::string& name) {
-        std::ifstream file(name, std::ios::binary);
-        return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "(none)";
-    }
 
 private:
-    fs::path folder_, before_;
+    const test::CurrentTempFolder folder_;
 };
 
 TEST_F(ConversionTest, FilesFoldersAndForks) {
     std::string large(size_t{3} * 256 * 1024, '\0');  // whole chunks
     for (size_t i = 0; i < large.size(); ++i) large[i] = static_cast<char>((i * i) >> 7);
-    Put("large", large);
-    Put("abc", "abc");
-    Put("fork", "FORK");
-    Put("evil", "begin 644 ..\\evil\r\n#86)C\r\n`\r\nend\r\n");
-    Put("stream", "begin 644 abc:x\r\n#86)C\r\n`\r\nend\r\n");
-    Put("damaged", "QUJD*REVG");
+    Save("large", large);
+    Save("abc", "abc");
+    Save("fork", "FORK");
+    Save("evil", "begin 644 ..\\evil\r\n#86)C\r\n`\r\nend\r\n");
+    Save("stream", "begin 644 abc:x\r\n#86)C\r\n`\r\nend\r\n");
+    Save("damaged", "QUJD*REVG");
     const std::string none = "(none)";
     const struct {
         const char* line;
@@ -93,7 +81,7 @@ TEST_F(ConversionTest, FilesFoldersAndForks) {
     };
     for (const auto& row : kRows) {
         EXPECT_EQ(Run(row.line), row.exit) << row.line;
-        EXPECT_EQ(Get(row.file), row.content) << row.line;
+        EXPECT_EQ(Load(row.file), row.content) << row.line;
     }
 }
 

@@ -2,7 +2,7 @@
 // holds is played through by tests/formats/model_test.cpp.
 #include <functional>
 
-#include "tests/component/component.h"
+#include "tests/support/module/component.h"
 
 namespace talvo::test {
 namespace {

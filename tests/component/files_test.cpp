@@ -1,8 +1,8 @@
 // The file methods, on every platform: ranges, slices, names, sessions that go on, and what files do wrong.
 #include <functional>
 
-#include "tests/component/file_calls.h"
-#include "tests/formats/client_processor.h"
+#include "tests/support/module/client_processor.h"
+#include "tests/support/module/file_calls.h"
 
 namespace talvo::test {
 namespace {
@@ -39,8 +39,8 @@ TEST_F(FileMethods, Ranges) {
             Expect(read, row.Code, row.Read, 0);
             EXPECT_EQ(read.Data, text);
             Expect(Ask(Method::Process, call, form), row.Code, row.Read, size);
-            EXPECT_EQ(Load("out"), text);
-            EXPECT_EQ(fs::remove("out"), row.Code == S_OK);  // a source that fails leaves the destination alone
+            // A source that fails leaves the destination alone.
+            EXPECT_EQ(Load("out"), row.Code == S_OK ? text : "(none)");
             if (row.Code != S_OK) continue;
             call.Data = content.substr(row.Offset, row.Read);
             Expect(Ask(Method::Write, call, form), S_OK, 0, size);

@@ -1,7 +1,7 @@
 // The component and the format objects as a script host uses them: members by name, through the registered type library.
 #include <cctype>
 
-#include "tests/component/file_calls.h"
+#include "tests/support/module/file_calls.h"
 #include "tests/support/wine.h"
 
 namespace talvo::test {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/component/variants.h"
+#include "tests/support/module/variants.h"
 
 namespace talvo::test {
 namespace {

@@ -1,9 +1,9 @@
 // What a client's processor may answer and what that leads to, links that would close, and chains at their extremes.
 #include <thread>
 
-#include "tests/component/variants.h"
-#include "tests/formats/client_processor.h"
-#include "tests/formats/format_classes.h"
+#include "tests/support/module/client_processor.h"
+#include "tests/support/module/format_classes.h"
+#include "tests/support/module/variants.h"
 
 namespace talvo::test {
 namespace {

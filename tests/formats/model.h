@@ -3,9 +3,9 @@
 // learns from an object of the same class to which nothing else ever happens.
 #pragma once
 
-#include "tests/component/file_calls.h"
-#include "tests/formats/client_processor.h"
-#include "tests/formats/format_classes.h"
+#include "tests/support/module/client_processor.h"
+#include "tests/support/module/file_calls.h"
+#include "tests/support/module/format_classes.h"
 
 namespace talvo::test {
 

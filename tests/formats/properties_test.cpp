@@ -1,8 +1,8 @@
 // Every property of every class on both of its interfaces: defaults, values kept, refusals, error information; and
 // the interfaces.
-#include "tests/component/variants.h"
-#include "tests/formats/format_classes.h"
 #include "tests/support/allocation_faults.h"
+#include "tests/support/module/format_classes.h"
+#include "tests/support/module/variants.h"
 
 namespace talvo::test {
 namespace {

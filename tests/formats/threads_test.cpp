@@ -7,9 +7,9 @@
 #include <set>
 #include <thread>
 
-#include "tests/component/component.h"
-#include "tests/formats/client_processor.h"
-#include "tests/formats/format_classes.h"
+#include "tests/support/module/client_processor.h"
+#include "tests/support/module/component.h"
+#include "tests/support/module/format_classes.h"
 #include "tests/support/signal.h"
 
 #ifdef __SANITIZE_THREAD__

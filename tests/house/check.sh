@@ -67,6 +67,15 @@ inclusions() {
   done
 }
 
+# The rooms of the tests share by tests/support/ alone.
+test_inclusions() {
+  files 'tests/*.cpp' 'tests/*.h' | while read -r file; do
+    room=${file#tests/}
+    room=${room%%/*}
+    grep -Eo '#include "tests/[^"]+' "$file" | grep -vE "\"tests/($room|support)/" | sed "s|.*\"|$file includes |"
+  done
+}
+
 unopened() {
   files '*.cpp' '*.h' ':!sdk/' | while read -r file; do
     if ! head -n 1 "$file" | grep -q '^//'; then echo "$file"; fi
@@ -80,6 +89,7 @@ readme_example() {
 # Where git cannot list the files, every rule below would hold for want of a file.
 if [ -z "$(files '*.cpp')" ]; then echo "git lists no sources here" | verdict "git lists the sources"; fi
 inclusions | verdict "rooms include only what lies below them"
+test_inclusions | verdict "no test room includes another"
 search -E '#include "(formats|component)/' 'server/*' ':!server/class_table.cpp' ':!server/control/' |
   verdict "only the class table knows the classes, and the control its component"
 search -E '#[[:space:]]*(el)?if.*(_WIN32|__linux__|__unix__|__MINGW)' '*.cpp' '*.h' ':!platform/' ':!engine/kernels/' ':!sdk/' |

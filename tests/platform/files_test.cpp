@@ -1,5 +1,6 @@
 // Files: how they open and what that says, who may open them beside others, positions, transfers, names.
 #include "tests/platform/last_error.h"
+#include "tests/support/temp_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -19,21 +20,12 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 class Files : public testing::Test {
 protected:
     void SetUp() override {
-        before_ = fs::current_path();
-        folder_ = fs::temp_directory_path() / ("talvo_files_" + std::to_string(GetTickCount64()));
-        fs::create_directory(folder_);
-        fs::current_path(folder_);
         fs::create_directory("folder");
-        std::ofstream("file", std::ios::binary) << "0123456789";
-    }
-    void TearDown() override {
-        fs::current_path(before_);
-        fs::remove_all(folder_);
+        talvo::test::Save("file", "0123456789");
     }
 
 private:
-    fs::path before_;
-    fs::path folder_;
+    const talvo::test::CurrentTempFolder folder_;
 };
 
 HANDLE Open(const char* name, DWORD access, DWORD share, DWORD disposition) {

@@ -2,8 +2,8 @@
 // and what was there before works afterwards.
 #include <gtest/gtest.h>
 
-#include "tests/component/variants.h"
 #include "tests/support/allocation_faults.h"
+#include "tests/support/module/variants.h"
 #include "tests/support/wine.h"
 
 namespace talvo::test {

@@ -1,19 +1,15 @@
 // What registering the module writes, what unregistering removes and leaves, and the type library's registration.
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include <gtest/gtest.h>
 
 #include "server/type_library.h"
-#include "tests/component/variants.h"
 #include "tests/server/registry_tree.h"
+#include "tests/support/module/variants.h"
+#include "tests/support/temp_folder.h"
 
 namespace talvo::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 const struct {
     CLSID Class;
@@ -76,11 +72,8 @@ RegistryTree EverythingOfOurs() {
     return keys;
 }
 
-// The registry file; empty where the registry is none.
-std::string RegistryFile() {
-    std::ifstream file(std::getenv("TALVO_REGISTRY"), std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
+// The registry file, where the registry is one.
+std::string RegistryFile() { return Load(std::getenv("TALVO_REGISTRY")); }
 
 TEST(Registration, WritesTheKeysOfEveryClass) {
     EXPECT_EQ(ClassKeys(), ExpectedKeys(Module::Get().Path()));
@@ -138,8 +131,8 @@ std::string Folder(const std::string& path) { return path.substr(0, path.find_la
 class ModuleCopy : public Module {
 public:
     explicit ModuleCopy(bool withHelp) {
-        fs::create_directories(root_ / "bin");
-        if (withHelp) fs::create_directories(root_ / "Help");
+        fs::create_directory(root_ / "bin");
+        if (withHelp) fs::create_directory(root_ / "Help");
         const fs::path copy = root_ / "bin" / fs::path(Module::Get().Path()).filename();
         fs::copy_file(Module::Get().Path(), copy);
         EXPECT_TRUE(Load(copy.string()));
@@ -147,8 +140,6 @@ public:
     ~ModuleCopy() {
         EXPECT_TRUE(CanUnload());
         EXPECT_TRUE(FreeLibrary(Handle()));
-        std::error_code ignored;
-        fs::remove_all(root_, ignored);
     }
 
     template <class Interface>
@@ -161,7 +152,7 @@ public:
     }
 
 private:
-    const fs::path root_ = fs::temp_directory_path() / ("talvo-test-" + std::to_string(std::rand()));
+    const TempFolder root_;
 };
 
 TEST(Registration, TheTypeLibraryIsRegisteredWithItsHelpFolder) {
@@ -184,14 +175,12 @@ TEST(Registration, TheTypeLibraryIsRegisteredWithItsHelpFolder) {
 }
 
 TEST(Registration, HelpDirectory) {
-    const fs::path root = fs::temp_directory_path() / ("talvo-help-" + std::to_string(std::rand()));
-    fs::create_directories(root);
-    std::ofstream(root / "Help") << "not a folder";
+    const TempFolder root;
+    Save(root / "Help", "not a folder");
     const WideText bin = (root / "bin").string<WCHAR>();
     EXPECT_EQ(HelpDirectory(bin + Widen("/x.dll")), bin);
     EXPECT_EQ(HelpDirectory(Widen("x.dll")), WideText());
     EXPECT_EQ(HelpDirectory(Widen("bin/x.dll")), Widen("bin"));
-    fs::remove_all(root);
 }
 
 // Without its type library a module serves native callers and nobody else; registered, it serves all, at once.

@@ -8,10 +8,10 @@
 #include <random>
 #include <thread>
 
-#include "tests/component/file_calls.h"
-#include "tests/formats/client_processor.h"
-#include "tests/formats/format_classes.h"
 #include "tests/soak/measure.h"
+#include "tests/support/module/client_processor.h"
+#include "tests/support/module/file_calls.h"
+#include "tests/support/module/format_classes.h"
 
 namespace talvo::test {
 namespace {
@@ -40,14 +40,7 @@ void ExpectFlat(const char* what, const std::vector<Holding>& samples, size_t Ho
 // One thread's client.
 class Client {
 public:
-    explicit Client(unsigned number) : random_(number + 1), folder_(fs::temp_directory_path() / Own(number)) {
-        fs::create_directory(folder_);
-        Save(folder_ / "in", Sample(20'000 + number));
-    }
-    ~Client() {
-        std::error_code ignored;
-        fs::remove_all(folder_, ignored);
-    }
+    explicit Client(unsigned number) : random_(number + 1) { Save(folder_ / "in", Sample(20'000 + number)); }
 
     void Round() {
         const std::string bytes = Sample(random_() % 3000);
@@ -62,9 +55,6 @@ public:
     }
 
 private:
-    static std::string Own(unsigned number) {
-        return "talvo_soak_" + std::to_string(GetTickCount64()) + "_" + std::to_string(number);
-    }
     void Right(const std::string& found, const std::string& expected) {
         ++g_calls;
         if (found != expected) ADD_FAILURE() << "kind " << kind_ << ": a conversion went wrong";
@@ -125,7 +115,7 @@ private:
     void Files() {
         const Component component;
         component.Native->putref_EncodingFormat(New(static_cast<int>(random_() % 4)).Data.Get());
-        const std::string folder = folder_.string();
+        const std::string folder = folder_.Text();
         const auto call = [&](Method method, const FileCall& how, Form form = Form::Native) {
             return CallFileMethod(component, method, how, form);
         };
@@ -140,7 +130,7 @@ private:
     }
 
     std::minstd_rand random_;
-    fs::path folder_;
+    const TempFolder folder_;
     int kind_ = 0;
 };
 

@@ -7,10 +7,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <string>
+
+#include "tests/support/temp_folder.h"
 
 namespace {
 
@@ -30,9 +30,6 @@ protected:
         const char* const command = std::getenv("TALVO_COMMAND");
         command_ = command && *command ? fs::path(command) : fs::read_symlink("/proc/self/exe").parent_path() / "talvo";
         ASSERT_TRUE(fs::exists(command_)) << command_;
-        std::string pattern = fs::temp_directory_path() / "talvo-cli-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        folder_ = pattern;
         fs::create_directory(folder_ / "log");
         for (const size_t size : {size_t{0}, size_t{100}, 3 * kChunk + 1}) Put(std::to_string(size), Noise(size));
         Put("damaged", "QUJD*REVG");
@@ -40,28 +37,22 @@ protected:
         // A defect in the second chunk: the first has been written by then.
         Put("damaged-late", std::string(kChunk, 'A') + "*AAA");
     }
-    void TearDown() override { fs::remove_all(folder_); }
 
     // Runs a shell line in the folder; `talvo` is the command, with a registry of this test's own. Built with the thread
     // sanitizer a process would sleep for a second at its end.
     void Expect(const Line& line) const {
-        const std::string shell =
-            "cd '" + folder_.string() + "' && export TALVO_REGISTRY=\"$PWD/registry.reg\" PATH='" +
-            command_.parent_path().string() + "':\"$PATH\" TSAN_OPTIONS=\"$TSAN_OPTIONS atexit_sleep_ms=0\" && { " +
-            line.line + "\n} >log/out 2>log/err </dev/null";
+        const std::string shell = "cd '" + folder_.Text() + "' && export TALVO_REGISTRY=\"$PWD/registry.reg\" PATH='" +
+                                  command_.parent_path().string() +
+                                  "':\"$PATH\" TSAN_OPTIONS=\"$TSAN_OPTIONS atexit_sleep_ms=0\" && { " + line.line +
+                                  "\n} >log/out 2>log/err </dev/null";
         const int status = std::system(shell.c_str());
         const std::string out = Get("log/out"), err = Get("log/err");
         EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : -1, line.exit) << line.line << "\n" << err;
         EXPECT_EQ(fnmatch(line.out.c_str(), out.c_str(), 0), 0) << line.line << "\n" << out;
         EXPECT_EQ(fnmatch(line.err.c_str(), err.c_str(), 0), 0) << line.line << "\n" << err;
     }
-    void Put(const std::string& name, const std::string& content) const {
-        std::ofstream(folder_ / name, std::ios::binary) << content;
-    }
-    std::string Get(const std::string& name) const {
-        std::ifstream file(folder_ / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    void Put(const std::string& name, const std::string& content) const { talvo::test::Save(folder_ / name, content); }
+    std::string Get(const std::string& name) const { return talvo::test::Load(folder_ / name); }
 
     static std::string Noise(size_t size) {
         std::mt19937 random(static_cast<uint32_t>(size));
@@ -70,7 +61,8 @@ protected:
         return bytes;
     }
 
-    fs::path command_, folder_;
+    fs::path command_;
+    const talvo::test::TempFolder folder_;
 };
 
 TEST_F(CommandTest, Options) {

@@ -8,9 +8,9 @@
 
 #include <vector>
 
-#include "tests/component/file_calls.h"
-#include "tests/component/native/file_faults.h"
-#include "tests/formats/client_processor.h"
+#include "tests/support/module/client_processor.h"
+#include "tests/support/module/file_calls.h"
+#include "tests/support/native/file_faults.h"
 
 namespace talvo::test {
 namespace {

@@ -20,6 +20,7 @@
 #include "platform/registry_text.h"
 #include "tests/platform/registry_access.h"
 #include "tests/support/allocation_faults.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 
@@ -29,8 +30,6 @@ namespace fs = std::filesystem;
 class RegistryFile : public testing::Test {
 protected:
     void SetUp() override {
-        std::string name = fs::temp_directory_path() / "registry-test-XXXXXX";
-        folder_ = mkdtemp(name.data());
         for (const char* variable : kVariables) {
             const char* const value = std::getenv(variable);
             before_.emplace_back(value ? std::optional<std::string>(value) : std::nullopt);
@@ -45,24 +44,20 @@ protected:
             else
                 unsetenv(kVariables[i]);
         }
-        fs::remove_all(folder_);
     }
 
     static LONG Create(const std::string& name) { return probe::CreateKey(HKEY_CLASSES_ROOT, name); }
     static LONG Open(const std::string& name) { return probe::OpenKey(HKEY_CLASSES_ROOT, name); }
     void Write(const std::string& text) const {
         fs::create_directories(file_.parent_path());
-        std::ofstream(file_, std::ios::binary) << text;
+        talvo::test::Save(file_, text);
     }
-    std::string Content() const {
-        std::ifstream in(file_, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
+    std::string Content() const { return talvo::test::Load(file_); }
 
     static constexpr const char* kVariables[] = {"TALVO_REGISTRY", "XDG_DATA_HOME", "HOME"};
     static constexpr const char* kSignature = "Windows Registry Editor Version 5.00\n";
     std::vector<std::optional<std::string>> before_;
-    fs::path folder_;
+    const talvo::test::TempFolder folder_;
     fs::path file_;
 };
 

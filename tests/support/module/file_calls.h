@@ -1,25 +1,12 @@
 // Calls of the file methods in either form, told as one line each; and a folder of its own for every test.
 #pragma once
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
-#include "tests/component/component.h"
+#include "tests/support/module/component.h"
+#include "tests/support/temp_folder.h"
 
 namespace talvo::test {
-
-namespace fs = std::filesystem;
-
-inline void Save(const fs::path& name, std::string_view bytes) {
-    std::ofstream(name, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
-
-inline std::string Load(const fs::path& name) {
-    std::ifstream file(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // `size` bytes that repeat nowhere near.
 inline std::string Sample(size_t size) {
@@ -105,16 +92,8 @@ inline void Expect(const FileResult& result, HRESULT code, DWORD read, DWORD wri
 // keeps others from opening it for themselves alone.
 class OwnFolder : public testing::Test {
 protected:
-    OwnFolder() {
-        fs::create_directories(own_ / "folder");
-        fs::current_path(own_);
-    }
-    ~OwnFolder() override {
-        ExpectNothingOpen();
-        fs::current_path(before_);
-        std::error_code ignored;
-        fs::remove_all(own_, ignored);
-    }
+    OwnFolder() { fs::create_directory("folder"); }
+    ~OwnFolder() override { ExpectNothingOpen(); }
     static void ExpectNothingOpen() {
         for (const auto& entry : fs::recursive_directory_iterator(".")) {
             if (!entry.is_regular_file()) continue;
@@ -125,8 +104,7 @@ protected:
     }
 
 private:
-    const fs::path before_ = fs::current_path();
-    const fs::path own_ = fs::temp_directory_path() / ("talvo_methods_" + std::to_string(GetTickCount64()));
+    const CurrentTempFolder own_;
 };
 
 // With a component that holds a Base64 object without line breaks.

@@ -1,8 +1,8 @@
 // A component under test, in both its forms.
 #pragma once
 
-#include "tests/component/variants.h"
 #include "tests/support/allocation_faults.h"
+#include "tests/support/module/variants.h"
 
 namespace talvo::test {
 

@@ -1,5 +1,5 @@
 // See file_faults.h. Opening, sizes, positions and transfers count; closing cannot fail.
-#include "tests/component/native/file_faults.h"
+#include "tests/support/native/file_faults.h"
 
 #include <dlfcn.h>
 
