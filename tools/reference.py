@@ -12,7 +12,7 @@ ROOT = Path(__file__).resolve().parent.parent
 PAGE = (ROOT / "docs/reference.md").read_text(encoding="utf-8")
 IDL = re.sub(r"//.*", "", (ROOT / "sdk/TalvoBinaryEncoding.idl").read_text(encoding="utf-8"))
 CODES = (ROOT / "server/results/result_codes.def").read_text(encoding="utf-8")
-RULES = (ROOT / "engine/format_rules.cpp").read_text(encoding="utf-8")
+ENGINE = "".join(path.read_text(encoding="utf-8") for path in (ROOT / "engine").glob("*.cpp"))  # the table of formats
 FORMATS = ["UU", "XX", "Base64", "Hexa", "BinHex", "QuotedPrintable"]  # in the order of the columns
 METHOD = r"(?:\[([^\]]*)\]\s*)?HRESULT (\w+)\((.*?)\);"
 
@@ -75,7 +75,7 @@ tables["result code"] = (
     [(name, texts[name][0], signed(errors[name]), texts[name][1]) for name in {**errors, **texts}],
     [row for part in ("Defects of the text", "Warnings", "Conversions", "Files and parameters") for row in rows(part, 4)])
 
-lengths = re.findall(r"/\* (\w+) *\*/ \{(\w+), (\w+), (\w+),", RULES)
+lengths = re.findall(r"/\* (\w+) *\*/ \{(\w+), (\w+), (\w+),", ENGINE)
 tables["line length"] = (
     [(name, default, least, "–" if most == "kNoMaximum" else most) for name, default, least, most in lengths],
     rows("Lines", 4))
