@@ -1,8 +1,8 @@
-// The version of the command: here and nowhere else in it.
+// The version of the command, which the build gives.
 #pragma once
 
 namespace talvo {
 
-inline constexpr char kVersion[] = "1.1.0";
+inline constexpr char kVersion[] = TALVO_VERSION;
 
 }  // namespace talvo

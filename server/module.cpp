@@ -9,8 +9,9 @@
 #include "server/registration.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds) {
-    // The type library as it is registered: version 1.1, English (United States).
-    const com::LibraryId library{LIBID_TalvoBinaryEncodingLib, 1, 1, 1033};
+    constexpr LCID kEnglishUnitedStates = 1033;  // of the type library, as the IDL says
+    const com::LibraryId library{LIBID_TalvoBinaryEncodingLib, TALVO_VERSION_MAJOR, TALVO_VERSION_MINOR,
+                                 kEnglishUnitedStates};
     if (reason == DLL_PROCESS_ATTACH) {
         com::ModuleState::Start(instance, library);
         DisableThreadLibraryCalls(instance);

@@ -23,7 +23,7 @@ constexpr int kEmail = 207;
 constexpr int kWeb = 208;
 
 constexpr const char* kEmailTarget =
-    "mailto:support@talvo.example?subject=Talvo%20Binary%20Encoding%201.1%20Support%20Question";
+    "mailto:support@talvo.example?subject=Talvo%20Binary%20Encoding%20" TALVO_COMPONENT_VERSION "%20Support%20Question";
 constexpr const char* kWebTarget = "https://www.talvo.example";
 
 Area AreaOf(const RECT& rectangle) noexcept {
