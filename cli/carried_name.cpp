@@ -8,7 +8,6 @@
 namespace talvo {
 namespace {
 
-constexpr std::string_view kSeparators = "/\\";
 constexpr std::string_view kDevices[] = {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$", "CLOCK$"};
 constexpr std::string_view kNumberedDevices[] = {"COM", "LPT"};
 // Digits, and the superscripts one, two and three in UTF-8 and in the code pages of the West, which count as digits.

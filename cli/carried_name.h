@@ -7,6 +7,9 @@
 
 namespace talvo {
 
+// What separates the names of a path.
+inline constexpr std::string_view kSeparators = "/\\";
+
 // Why no file may get the name; empty when one may.
 std::string NameFault(std::string_view name);
 

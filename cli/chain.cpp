@@ -20,13 +20,12 @@ Failure OptionRefused(const Refusal& refusal) {
 
 Failure Chain::Open(const Server& server, Command command, std::span<const Stage> stages, bool tolerant) {
     call_ = command == Command::Encode ? &ITalvoBinaryEncoding::Encode : &ITalvoBinaryEncoding::Decode;
-    if (const HRESULT hr = server.CreateComponent(component_); FAILED(hr))
-        return Unavailable(server, "the component cannot be created", hr);
+    expectsBeginLine_ = command == Command::Decode && stages.front().HasBeginLine();
+    if (Failure failure = server.CreateComponent(component_); failure) return failure;
     for (const Stage& stage : stages) {
         const FormatClass& format = ClassOf(stage.format);
         com::ComPtr<ITalvoEncodeData> object;
-        if (const HRESULT hr = server.CreateFormat(format, object); FAILED(hr))
-            return Unavailable(server, "format " + std::string(NameOf(stage.format)) + " cannot be created", hr);
+        if (Failure failure = server.CreateFormat(format, object); failure) return failure;
         const Refusal refusal = format.setOptions(object.Get(), stage, tolerant);
         if (FAILED(refusal.result)) return OptionRefused(refusal);
         classes_.push_back(&format);
@@ -49,7 +48,10 @@ HRESULT Chain::Link(Command command) {
 
 HRESULT Chain::Convert(std::span<const BYTE> bytes, bool last) {
     size_ = 0;
-    return (component_.Get()->*call_)(bytes.data(), static_cast<DWORD>(bytes.size()), last, output_.Put(), &size_);
+    const auto size = static_cast<DWORD>(bytes.size());
+    const HRESULT hr = (component_.Get()->*call_)(bytes.data(), size, last, output_.Put(), &size_);
+    anything_ |= size_ != 0;
+    return hr;
 }
 
 Header Chain::ReadHeader(size_t stage) const {
@@ -57,5 +59,7 @@ Header Chain::ReadHeader(size_t stage) const {
     if (FAILED(classes_[stage]->readHeader(formats_[stage].Get(), header))) header = {};
     return header;
 }
+
+bool Chain::LacksBeginLine() const { return expectsBeginLine_ && !anything_ && ReadHeader(0).name.empty(); }
 
 }  // namespace talvo

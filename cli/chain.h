@@ -1,5 +1,5 @@
-// The objects of one conversion: a component and the formats of the chain, one inside the other. Several chains of one
-// server may stand side by side.
+// The objects of one conversion: a component and the formats of the chain, one inside the other. A server may have
+// several chains at the same time.
 #pragma once
 
 #include <windows.h>
@@ -18,17 +18,21 @@
 
 namespace talvo {
 
+inline constexpr char kNoBeginLine[] = "there is no 'begin' line";
+
 class Chain {
 public:
     Failure Open(const Server& server, Command command, std::span<const Stage> stages, bool tolerant);
 
-    // Output of one piece; S_OK, a warning, or what is wrong with it.
+    // Converts one piece: S_OK, a warning, or an error.
     HRESULT Convert(std::span<const BYTE> bytes, bool last);
     // What the last Convert gave; valid until the next.
     std::span<const BYTE> Output() const { return {output_.Get(), size_}; }
 
     // What the header of one stage says; of a decoding, as far as it has come.
     Header ReadHeader(size_t stage) const;
+    // A text without its "begin" line decodes to nothing, which the component does not call an error.
+    bool LacksBeginLine() const;
 
 private:
     HRESULT Link(Command command);
@@ -39,6 +43,8 @@ private:
     std::vector<com::ComPtr<ITalvoEncodeData>> formats_;
     com::UniqueTaskBytes output_;
     DWORD size_ = 0;
+    bool expectsBeginLine_ = false;
+    bool anything_ = false;  // came out
 };
 
 }  // namespace talvo

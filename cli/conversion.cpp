@@ -1,6 +1,6 @@
 // The loop reads a piece, lets the component convert it, and writes the buffer that comes back: memory stays the same
 // however long the input is. Whatever fails becomes one Failure, told in one place when everything is closed.
-#include "cli/conversion.h"
+#include "cli/commands.h"
 
 #include <windows.h>
 #include <objbase.h>
@@ -75,12 +75,10 @@ private:
     Failure Prepare() {
         if (Failure failure = OpenSources(); failure) return failure;
         if (Failure failure = CompleteHeaders(); failure) return failure;
-        HRESULT hr = com_.Result();
-        if (SUCCEEDED(hr)) hr = server_.Connect(options_.module);
-        if (FAILED(hr)) return Unavailable(server_, "the component cannot be created", hr);
+        if (Failure failure = server_.Connect(options_.module); failure) return failure;
         Failure failure = chain_.Open(server_, options_.command, options_.stages, options_.tolerant);
         if (failure) return failure;
-        if (options_.verbose) TellRoad();
+        if (options_.verbose) TellOrigin();
         return output_.Open({source_.Handle(), resource_.Handle()});
     }
 
@@ -89,12 +87,6 @@ private:
             return failure;
         return Encodes() && !options_.resourceFork.empty() ? OpenSource(resource_, options_.resourceFork, {})
                                                            : Failure();
-    }
-
-    static Failure OpenSource(Source& source, const std::string& name, const Range& range) {
-        const DWORD code = source.Open(name, range);
-        if (code == ERROR_HANDLE_EOF) return {ExitCode::Usage, {source.Name() + ": it ends before --offset"}};
-        return code == ERROR_SUCCESS ? Failure() : FileFailure(source.Name(), "open for reading", code);
     }
 
     // What the headers of an encoding say where the command line does not: the name of the source and its length.
@@ -136,7 +128,7 @@ private:
         return {};
     }
 
-    void TellRoad() const {
+    void TellOrigin() const {
         for (const std::string& attempt : server_.Failures()) Say("not " + attempt);
         Say("component from " + server_.Origin());
     }
@@ -146,7 +138,7 @@ private:
         if (resource_.Handle() != INVALID_HANDLE_VALUE) sources.push_back(&resource_);
         ChunkReader reader(std::move(sources), kChunkSize);
         ChunkReader::Chunk chunk;
-        Progress progress(WantsProgress(), source_.Size());
+        Progress progress(WantsProgress(options_, source_.Handle(), output_.Handle()), source_.Size());
         const Interruption interruption(output_);
         while (!chunk.last) {
             if (const DWORD code = reader.Next(chunk); code != ERROR_SUCCESS)
@@ -156,21 +148,15 @@ private:
             progress.Show(chunk.offset + chunk.bytes.size());
         }
         const Interruption::Pause pause;
-        if (Failure failure = CheckHeaderFound(); failure) return failure;
+        if (chain_.LacksBeginLine())
+            return {ExitCode::BadData, {source_.Name() + ": " + kNoBeginLine, "--no-header decodes lines without one"}};
         return output_.Finish();
-    }
-
-    // Among the bytes that come out on a terminal, or while somebody types the input, a bar would only disturb.
-    bool WantsProgress() const {
-        if (options_.quiet || options_.progress) return !options_.quiet;
-        return IsTerminal(StandardHandle(STD_ERROR_HANDLE)) && !IsTerminal(source_.Handle()) && !output_.IsTerminal();
     }
 
     Failure ConvertChunk(const ChunkReader::Chunk& chunk) {
         const HRESULT hr = chain_.Convert(chunk.bytes, chunk.last);
         if (FAILED(hr)) return ConversionFailure(hr, chunk);
         if (hr != S_OK) warnings_.Note(hr);
-        anything_ |= !chain_.Output().empty();
         return output_.Write(chain_.Output());
     }
 
@@ -189,23 +175,12 @@ private:
                std::to_string(first + chunk.bytes.size() - 1);
     }
 
-    // A text without its first line decodes to nothing, which the component does not call an error.
-    Failure CheckHeaderFound() const {
-        const Stage& outer = options_.stages.front();
-        const bool begins = (outer.format == Format::UU || outer.format == Format::XX) && !outer.noHeader;
-        if (Encodes() || !begins || anything_ || !chain_.ReadHeader(0).name.empty()) return {};
-        return {ExitCode::BadData,
-                {source_.Name() + ": there is no 'begin' line", "--no-header decodes lines without one"}};
-    }
-
     Options options_;
-    ComLibrary com_;  // before the objects, so that it goes last
     Server server_;
     Chain chain_;
     Source source_, resource_;
     Output output_{options_, chain_};
     Warnings warnings_;
-    bool anything_ = false;  // came out
 };
 
 }  // namespace

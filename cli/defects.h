@@ -1,5 +1,5 @@
-// Where in an encoded text a decoder stumbles. Decoders tell for a piece of data that something is wrong with it, not
-// where; smaller pieces tell more, and they give the same output.
+// Finds the place of a defect in an encoded text. A decoder says of a piece of data that something is wrong with it, not
+// where; so the piece is decoded once more, byte by byte.
 #pragma once
 
 #include <windows.h>
@@ -31,7 +31,7 @@ private:
     bool afterCr_ = false;
 };
 
-// Where in a piece that was refused the decoder stumbles, in words. What came before it is read and decoded once more;
+// The place of the defect in a piece that was refused, in words. What came before it is read and decoded once more;
 // nothing where the source cannot be read twice, or where that would take long.
 std::optional<std::string> FindDefect(const Server& server, const Options& options, const ChunkReader::Chunk& piece);
 

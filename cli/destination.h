@@ -1,5 +1,5 @@
-// Where the bytes go: a file or a standard stream. Codes are those of Windows, 0 for success. It is never left behind
-// half-written without its user being able to say so.
+// Where the bytes go: a file or a standard stream. Functions return a Windows error code; 0 is success. Its owner can
+// always tell whether what is left behind is complete.
 #pragma once
 
 #include <windows.h>
@@ -49,8 +49,8 @@ private:
     HANDLE handle_ = INVALID_HANDLE_VALUE;
     bool standard_ = false;
     bool created_ = false;  // by Open
-    bool oldFile_ = false;  // holds what it held before, and must not
-    bool emptied_ = false;  // of what it held before
+    bool oldFile_ = false;  // still has its old content, which the first write removes
+    bool emptied_ = false;  // of its old content
     ULONGLONG written_ = 0;
 };
 

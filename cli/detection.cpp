@@ -15,7 +15,7 @@ constexpr size_t kPiece = 64;
 // How a decoder gets on with the sample.
 struct Trial {
     ULONGLONG pieces = 0, faults = 0, output = 0;
-    bool ran = false;  // and not only found fault
+    bool ran = false;  // no piece was refused
     Header header;
 };
 
@@ -65,7 +65,7 @@ bool HoldsEscapes(std::span<const BYTE> sample) {
 // Whether what came out speaks for the format at all.
 bool IsPlausible(const Stage& stage, const Trial& trial, std::span<const BYTE> sample) {
     if (!trial.ran) return false;
-    if (HasHeader(stage.format) && !stage.noHeader) return trial.output != 0 || !trial.header.name.empty();
+    if (stage.HasHeader()) return trial.output != 0 || !trial.header.name.empty();
     if (trial.output == 0 || trial.faults * 8 > trial.pieces) return false;
     return stage.format != Format::QuotedPrintable || HoldsEscapes(sample);
 }
@@ -83,22 +83,20 @@ std::optional<Guess> Detect(const Server& server, std::span<const BYTE> sample, 
         Format format;
         bool noHeader;
     } kOrder[] = {
-        {Format::BinHex, false}, {Format::UU, false}, {Format::XX, false},     {Format::Hex, false},
+        {Format::BinHex, false}, {Format::UU, false}, {Format::XX, false},     {Format::Hexa, false},
         {Format::UU, true},      {Format::XX, true},  {Format::Base64, false}, {Format::QuotedPrintable, false}};
     std::vector<Candidate> candidates;
     for (const auto& [format, noHeader] : kOrder) {
         Stage stage;
         stage.format = format;
         stage.noHeader = noHeader;
-        const bool says = HasHeader(format) && !noHeader;
-        if (!says && !candidates.empty() && HasHeader(candidates[0].stage.format) && !candidates[0].stage.noHeader)
-            break;
+        if (!stage.HasHeader() && !candidates.empty() && candidates[0].stage.HasHeader()) break;
         if (Trial trial = Try(server, stage, sample, whole); IsPlausible(stage, trial, sample))
             candidates.push_back({stage, std::move(trial)});
     }
     if (candidates.empty()) return std::nullopt;
     const auto best = std::ranges::min_element(candidates, {}, [](const Candidate& c) { return c.trial.faults; });
-    Guess guess{best->stage, HasHeader(best->stage.format) && !best->stage.noHeader, {}};
+    Guess guess{best->stage, best->stage.HasHeader(), {}};
     for (const Candidate& other : candidates) {
         if (&other != &*best && other.trial.faults == best->trial.faults)
             guess.others.push_back(NameOf(other.stage.format));

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -14,7 +15,7 @@ namespace talvo {
 
 struct Guess {
     Stage stage;
-    bool said = false;                     // by a first line of its own, not only by what its characters fit
+    bool said = false;                     // by the first line of the text; otherwise its characters fit
     std::vector<std::string_view> others;  // formats that fit as well
 };
 

@@ -1,4 +1,4 @@
-// What ended a run: told in one place, when everything is closed.
+// What ended a run, and what the command then tells the shell. Said in one place, when everything is closed.
 #pragma once
 
 #include <windows.h>
@@ -6,9 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "cli/exit_code.h"
-
 namespace talvo {
+
+// Scripts rely on the numbers; docs/command.md and the help list them.
+enum class ExitCode : int {
+    Done = 0,        // converted, warnings included
+    BadData = 1,     // the input is not what the format demands
+    Usage = 2,       // the command line cannot be understood, or asks for what the format refuses
+    FileFailed = 3,  // opening, reading or writing failed
+    Unavailable = 4  // no component, or it failed for another reason
+};
 
 struct Failure {
     ExitCode exit = ExitCode::Done;

@@ -1,4 +1,4 @@
-// One row per format. A format object has each property under the same name on its own interface; which ones it has is
+// A format object has each property under the same name on its own interface; which ones it has is
 // asked of the interface when this is compiled.
 #include "cli/format_classes.h"
 
@@ -6,6 +6,7 @@
 
 #include "cli/text.h"
 #include "com/com_ptr.h"
+#include "com/narrow_text.h"
 #include "com/unique.h"
 
 namespace talvo {
@@ -44,7 +45,7 @@ public:
     void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(BSTR),
              const std::optional<std::string>& value) {
         if (!value || FAILED(refusal_.result)) return;
-        const com::UniqueBstr wide = Wide(*value);
+        const com::UniqueBstr wide = com::Widen(CP_ACP, *value);
         Note(name, wide ? (format_->*put)(wide.Get()) : E_OUTOFMEMORY);
     }
     Refusal Result() const { return refusal_; }
@@ -140,22 +141,17 @@ HRESULT SetInner(IUnknown* object, ITalvoProcessData* inner) {
     return FAILED(hr) ? hr : format->putref_SubProcessing(inner);
 }
 
-template <class P>
-constexpr FormatClass Row(Format format, const OLECHAR* progId, const CLSID& id) {
-    return {format, {progId, &id}, &SetOptions<P>, &ReadHeader<P>, &SetInner<P>};
-}
-
-// clang-format off
-const FormatClass kClasses[] = {
-    Row<ITalvoUUEncodingFormat>(Format::UU, OLESTR("Talvo.UUEncoding"), CLSID_TalvoUUEncodingFormat),
-    Row<ITalvoXXEncodingFormat>(Format::XX, OLESTR("Talvo.XXEncoding"), CLSID_TalvoXXEncodingFormat),
-    Row<ITalvoBase64EncodingFormat>(Format::Base64, OLESTR("Talvo.Base64Encoding"), CLSID_TalvoBase64EncodingFormat),
-    Row<ITalvoHexaEncodingFormat>(Format::Hex, OLESTR("Talvo.HexaEncoding"), CLSID_TalvoHexaEncodingFormat),
-    Row<ITalvoBinHexEncodingFormat>(Format::BinHex, OLESTR("Talvo.BinHexEncoding"), CLSID_TalvoBinHexEncodingFormat),
-    Row<ITalvoQuotedPrintableEncodingFormat>(Format::QuotedPrintable, OLESTR("Talvo.QuotedPrintableEncoding"),
-                                             CLSID_TalvoQuotedPrintableEncodingFormat),
+#define FORMAT_CLASS(name)                                                                        \
+    {                                                                                             \
+        Format::name, {OLESTR("Talvo." #name "Encoding"), &CLSID_Talvo##name##EncodingFormat},    \
+            &SetOptions<ITalvo##name##EncodingFormat>, &ReadHeader<ITalvo##name##EncodingFormat>, \
+            &SetInner<ITalvo##name##EncodingFormat>                                               \
+    }
+constexpr FormatClass kClasses[] = {
+    FORMAT_CLASS(UU),   FORMAT_CLASS(XX),     FORMAT_CLASS(Base64),
+    FORMAT_CLASS(Hexa), FORMAT_CLASS(BinHex), FORMAT_CLASS(QuotedPrintable),
 };
-// clang-format on
+#undef FORMAT_CLASS
 
 }  // namespace
 

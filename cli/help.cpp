@@ -1,5 +1,5 @@
 // The texts stand as they are shown. docs/command.md says the same at more length.
-#include "cli/help.h"
+#include "cli/commands.h"
 
 namespace talvo {
 namespace {

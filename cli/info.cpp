@@ -1,6 +1,6 @@
 // Two tolerant decodings run side by side: the first takes large pieces; where it finds fault with one, the second,
 // which has come as far, takes the same piece byte by byte and so finds the place.
-#include "cli/info.h"
+#include "cli/commands.h"
 
 #include <windows.h>
 
@@ -21,6 +21,42 @@ namespace {
 
 constexpr size_t kMostDefects = 20;
 
+std::string Line(const std::string& name, const std::string& value) {
+    return name + ":" + std::string(15 - name.size(), ' ') + value + "\n";
+}
+
+std::string Octal(uint32_t mode) {
+    std::string digits;
+    for (; mode != 0 || digits.size() < 4; mode >>= 3)
+        digits.insert(digits.begin(), static_cast<char>('0' + (mode & 7)));
+    return digits;
+}
+
+// The digits, which --type takes, and the characters where they can be shown.
+std::string Signature(const FourBytes& bytes) {
+    std::string digits, characters;
+    bool shown = true;
+    for (const uint8_t byte : bytes) {
+        digits += Hexadecimal(byte, 2);
+        characters += static_cast<char>(byte);
+        shown &= byte >= 0x20 && byte < 0x7F;
+    }
+    return digits + (shown ? " '" + characters + "'" : "");
+}
+
+std::string HeaderLines(const Header& header) {
+    const std::string fault = NameFault(header.name);
+    std::string name = header.name.empty() ? "none" : Printable(header.name);
+    if (!header.name.empty() && !fault.empty()) name += " (decoding into a folder refuses it: " + fault + ")";
+    std::string text = Line("name", name);
+    if (header.permissions) text += Line("permissions", Octal(*header.permissions));
+    if (!header.forks) return text;
+    text += Line("type", Signature(header.forks->type)) + Line("creator", Signature(header.forks->creator));
+    text += Line("flags", "0x" + Hexadecimal(header.forks->flags, 4));
+    text += Line("data fork", Counted(header.forks->dataLength, "byte"));
+    return text + Line("resource fork", Counted(header.forks->resourceLength, "byte"));
+}
+
 class Survey {
 public:
     explicit Survey(const Options& options) : options_(options) {}
@@ -30,29 +66,19 @@ public:
         if (!failure) failure = Decode();
         for (const std::string& message : failure.messages) Say(message);
         if (failure) return failure.exit;
-        const std::string report = Report();
-        if (const DWORD code = WriteText(STD_OUTPUT_HANDLE, report); code != ERROR_SUCCESS) {
-            if (!ReaderIsGone(code)) Say("standard output: cannot write: " + DescribeError(code));
-            return ExitCode::FileFailed;
-        }
-        return defects_.empty() ? ExitCode::Done : ExitCode::BadData;
+        const ExitCode printed = Print(Report());
+        return printed != ExitCode::Done || defects_.empty() ? printed : ExitCode::BadData;
     }
 
 private:
     Failure Prepare() {
-        const DWORD code = source_.Open(options_.source, {options_.offset, options_.size});
-        if (code == ERROR_HANDLE_EOF) return {ExitCode::Usage, {source_.Name() + ": it ends before --offset"}};
-        if (code != ERROR_SUCCESS) return FileFailure(source_.Name(), "open for reading", code);
-        HRESULT hr = com_.Result();
-        if (SUCCEEDED(hr)) hr = server_.Connect(options_.module);
-        return FAILED(hr) ? Unavailable(server_, "the component cannot be created", hr) : Failure();
+        Failure failure = OpenSource(source_, options_.source, {options_.offset, options_.size});
+        return failure ? failure : server_.Connect(options_.module);
     }
 
     Failure Decode() {
         ChunkReader reader({&source_}, kChunkSize);
-        Progress progress(!options_.quiet && (options_.progress || (IsTerminal(StandardHandle(STD_ERROR_HANDLE)) &&
-                                                                    !IsTerminal(source_.Handle()))),
-                          source_.Size());
+        Progress progress(WantsProgress(options_, source_.Handle()), source_.Size());
         for (ChunkReader::Chunk chunk; !chunk.last;) {
             if (const DWORD code = reader.Next(chunk); code != ERROR_SUCCESS)
                 return FileFailure(source_.Name(), "read", code);
@@ -62,9 +88,7 @@ private:
             if (const HRESULT hr = Take(chunk); FAILED(hr)) return ResultFailure(source_.Name(), hr);
             progress.Show(chunk.offset + chunk.bytes.size());
         }
-        const bool begins = stage_.format == Format::UU || stage_.format == Format::XX;
-        if (begins && !stage_.noHeader && size_ == 0 && scout_.ReadHeader(0).name.empty())
-            defects_.push_back("at the end: there is no 'begin' line");
+        if (scout_.LacksBeginLine()) defects_.push_back(std::string("at the end: ") + kNoBeginLine);
         return {};
     }
 
@@ -119,16 +143,10 @@ private:
         if (!more_) defects_.push_back(place + ": " + DescribeResult(hr));
     }
 
-    // ---- Report
-
-    static std::string Line(const std::string& name, const std::string& value) {
-        return name + ":" + std::string(15 - name.size(), ' ') + value + "\n";
-    }
-
     std::string Report() const {
         std::string text =
             Line("format", std::string(NameOf(stage_.format)) + (stage_.noHeader ? ", no header" : "") + remark_);
-        if (HasHeader(stage_.format) && !stage_.noHeader) text += HeaderLines(scout_.ReadHeader(0));
+        if (stage_.HasHeader()) text += HeaderLines(scout_.ReadHeader(0));
         text += Line("decoded size", Counted(size_, "byte"));
         text +=
             Line("defects", defects_.empty() ? "none" : (more_ ? "more than " : "") + std::to_string(defects_.size()));
@@ -136,40 +154,7 @@ private:
         return text;
     }
 
-    static std::string HeaderLines(const Header& header) {
-        const std::string fault = NameFault(header.name);
-        std::string name = header.name.empty() ? "none" : Printable(header.name);
-        if (!header.name.empty() && !fault.empty()) name += " (decoding into a folder refuses it: " + fault + ")";
-        std::string text = Line("name", name);
-        if (header.permissions) text += Line("permissions", Octal(*header.permissions));
-        if (!header.forks) return text;
-        text += Line("type", Signature(header.forks->type)) + Line("creator", Signature(header.forks->creator));
-        text += Line("flags", "0x" + Hexadecimal(header.forks->flags, 4));
-        text += Line("data fork", Counted(header.forks->dataLength, "byte"));
-        return text + Line("resource fork", Counted(header.forks->resourceLength, "byte"));
-    }
-
-    static std::string Octal(uint32_t mode) {
-        std::string digits;
-        for (; mode != 0 || digits.size() < 4; mode >>= 3)
-            digits.insert(digits.begin(), static_cast<char>('0' + (mode & 7)));
-        return digits;
-    }
-
-    // The digits, which --type takes, and the characters where they can be shown.
-    static std::string Signature(const FourBytes& bytes) {
-        std::string digits, characters;
-        bool shown = true;
-        for (const uint8_t byte : bytes) {
-            digits += Hexadecimal(byte, 2);
-            characters += static_cast<char>(byte);
-            shown &= byte >= 0x20 && byte < 0x7F;
-        }
-        return digits + (shown ? " '" + characters + "'" : "");
-    }
-
     const Options& options_;
-    ComLibrary com_;  // before the objects, so that it goes last
     Server server_;
     Stage stage_;
     Chain scout_, finder_;

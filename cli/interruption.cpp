@@ -1,5 +1,4 @@
-// The system calls the handler on a thread of its own. The lock is not given back: nothing is written after the last
-// word.
+// The system calls the handler on a thread of its own. The handler keeps the lock, so no more output follows its message.
 #include "cli/interruption.h"
 
 #include <windows.h>
@@ -18,7 +17,7 @@ std::timed_mutex busy;
 Output* watched = nullptr;
 
 BOOL WINAPI Interrupted(DWORD) {
-    // By the clock of the day: the thread sanitizer does not see the call that waits by the steady one.
+    // Waits on the system clock: gcc's thread sanitizer does not know the wait on the steady one.
     if (!busy.try_lock_until(std::chrono::system_clock::now() + kPatience)) return FALSE;
     if (watched) {
         for (const std::string& message : watched->Abandon()) Say("interrupted: " + message);

@@ -5,10 +5,7 @@
 #include <span>
 #include <string>
 
-#include "cli/conversion.h"
-#include "cli/exit_code.h"
-#include "cli/help.h"
-#include "cli/info.h"
+#include "cli/commands.h"
 #include "cli/messages.h"
 #include "cli/options.h"
 #include "cli/server_access.h"
@@ -18,21 +15,13 @@
 namespace talvo {
 namespace {
 
-ExitCode Print(std::string_view text) {
-    const DWORD code = WriteText(STD_OUTPUT_HANDLE, text);
-    if (code == ERROR_SUCCESS) return ExitCode::Done;
-    if (!ReaderIsGone(code)) Say("standard output: cannot write: " + DescribeError(code));
-    return ExitCode::FileFailed;
-}
-
 ExitCode TellVersion(const Options& options) {
-    const ComLibrary com;
     Server server;
-    const HRESULT hr = server.Connect(options.module);
+    const Failure failure = server.Connect(options.module);
     std::string text = "talvo " + std::string(kVersion) + "\n";
-    if (SUCCEEDED(hr)) text += "component: " + server.Origin() + "\n";
+    if (!failure) text += "component: " + server.Origin() + "\n";
     for (const std::string& attempt : server.Failures()) {
-        if (FAILED(hr) || options.verbose) text += "component: not " + attempt + "\n";
+        if (failure || options.verbose) text += "component: not " + attempt + "\n";
     }
     return Print(text);
 }

@@ -1,5 +1,4 @@
-// Texts come from the thread's error information or from the system, never from here; names from the list of result
-// codes.
+// Texts of codes come from the thread's error information or from the system, names from the list of result codes.
 #include "cli/messages.h"
 
 #include <oleauto.h>
@@ -62,6 +61,13 @@ std::string PublishedText() {
     return WithoutLineEnd(Narrow(description.Get()));
 }
 
+std::string SystemText(DWORD code) {
+    char text[512];
+    const DWORD size = FormatMessage(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0, text,
+                                     static_cast<DWORD>(std::size(text)), nullptr);
+    return size == 0 ? "The system has no text for this code." : WithoutLineEnd(std::string(text, size));
+}
+
 std::string Describe(HRESULT result, const std::string& text) {
     const auto row = std::ranges::find(kNames, result, &CodeName::code);
     const std::string value = "0x" + Hexadecimal(static_cast<ULONG>(result), 8);
@@ -75,11 +81,11 @@ void Say(std::string_view text) {
     static_cast<void>(WriteText(STD_ERROR_HANDLE, line));  // when this fails, nobody is left to tell
 }
 
-std::string SystemText(DWORD code) {
-    char text[512];
-    const DWORD size = FormatMessage(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0, text,
-                                     static_cast<DWORD>(std::size(text)), nullptr);
-    return size == 0 ? "The system has no text for this code." : WithoutLineEnd(std::string(text, size));
+ExitCode Print(std::string_view text) {
+    const DWORD code = WriteText(STD_OUTPUT_HANDLE, text);
+    if (code == ERROR_SUCCESS) return ExitCode::Done;
+    if (!ReaderIsGone(code)) Say("standard output: cannot write: " + DescribeError(code));
+    return ExitCode::FileFailed;
 }
 
 std::string DescribeError(DWORD code) { return SystemText(code) + " (error " + std::to_string(code) + ")"; }

@@ -1,4 +1,5 @@
-// What the command says to people: lines on standard error that name the file, the result code and its text.
+// What the command says to people: texts on standard output, and lines on standard error that name the file, the result
+// code and its text.
 #pragma once
 
 #include <windows.h>
@@ -6,14 +7,16 @@
 #include <string>
 #include <string_view>
 
+#include "cli/failure.h"
+
 namespace talvo {
 
 // Writes "talvo: TEXT" as a line of standard error.
 void Say(std::string_view text);
+// Writes the text on standard output; when that fails, says so.
+ExitCode Print(std::string_view text);
 
-// The system's text for a code, without its line end; "error N" where it has none.
-std::string SystemText(DWORD code);
-// "TEXT (error N)" for a code of the file calls.
+// "TEXT (error N)" for a code of the file calls; the text is the system's, or says that it has none.
 std::string DescribeError(DWORD code);
 
 // "NAME (0xVALUE): TEXT" for the result of a call on the component: the text is the one that the call published.

@@ -23,7 +23,7 @@ constexpr Named<Command> kCommands[] = {{"encode", Command::Encode},
 constexpr Named<Format> kFormats[] = {{"uu", Format::UU},
                                       {"xx", Format::XX},
                                       {"base64", Format::Base64},
-                                      {"hex", Format::Hex},
+                                      {"hex", Format::Hexa},
                                       {"qp", Format::QuotedPrintable},
                                       {"binhex", Format::BinHex}};
 constexpr Named<LineBreaks> kLineBreaks[] = {
@@ -40,8 +40,6 @@ std::string_view NameIn(std::span<const Named<Value>> rows, Value value) {
     const auto found = std::ranges::find(rows, value, &Named<Value>::value);
     return found == rows.end() ? std::string_view() : found->name;
 }
-
-// ---- Values -----------------------------------------------------------------------------------------------------
 
 // Digits of the base and nothing else; with base 0 decimal ones, or hexadecimal ones after "0x".
 template <class Number>
@@ -70,8 +68,6 @@ bool StoreFourBytes(std::optional<FourBytes>& field, std::string_view value) {
     field = bytes;
     return true;
 }
-
-// ---- Options ----------------------------------------------------------------------------------------------------
 
 // Where the value of an option goes: the options of the run, and those of the format named last.
 struct Target {
@@ -194,8 +190,6 @@ const OptionRow* FindOption(Name OptionRow::*field, const Name& name, Command co
     }
     return found;
 }
-
-// ---- Walking the words ------------------------------------------------------------------------------------------
 
 class Parser {
 public:
@@ -321,7 +315,7 @@ private:
             return Complain("option '--append' needs a file: --output FILE");
     }
 
-    // The format whose one side is the data itself.
+    // The innermost format: what it encodes is the data, not another text.
     size_t DataStage() const { return options_.command == Command::Decode ? options_.stages.size() - 1 : 0; }
 
     struct Given {
@@ -349,5 +343,8 @@ std::string_view NameOf(Command command) {
 std::string_view NameOf(Format format) { return NameIn<Format>(kFormats, format); }
 
 bool HasHeader(Format format) { return (kHeaders & Bit(format)) != 0; }
+
+bool Stage::HasHeader() const { return talvo::HasHeader(format) && !noHeader; }
+bool Stage::HasBeginLine() const { return (kUuXx & Bit(format)) != 0 && !noHeader; }
 
 }  // namespace talvo

@@ -12,7 +12,7 @@
 namespace talvo {
 
 enum class Command { Overview, Version, Encode, Decode, Info, Register, Unregister };
-enum class Format { UU, XX, Base64, Hex, QuotedPrintable, BinHex };
+enum class Format { UU, XX, Base64, Hexa, QuotedPrintable, BinHex };
 enum class LineBreaks { None, CrLf, Lf, Cr };
 
 // Stands for standard input or output.
@@ -31,6 +31,9 @@ struct Stage {
     std::optional<FourBytes> type, creator;
     std::optional<uint16_t> flags;
     std::optional<uint32_t> dataLength, resourceLength;
+
+    bool HasHeader() const;     // its text has lines that carry a file name
+    bool HasBeginLine() const;  // the first of them is "begin MODE NAME"
 };
 
 struct Options {
@@ -66,7 +69,7 @@ ParsedOptions ParseOptions(std::span<const char* const> words);
 std::string_view NameOf(Command command);
 std::string_view NameOf(Format format);
 
-// Whether the format frames its text with lines that carry a file name.
+// Whether texts of the format have a header unless one asks for none.
 bool HasHeader(Format format);
 
 }  // namespace talvo

@@ -68,14 +68,11 @@ Failure Output::NameNeeded(ExitCode exit, const std::string& why) const {
     return {exit, {why, "choose a name yourself: --output " + InFolder(options_.destination, "FILE")}};
 }
 
-bool Output::AnyHeader() const {
-    return std::ranges::any_of(options_.stages,
-                               [](const Stage& stage) { return HasHeader(stage.format) && !stage.noHeader; });
-}
+bool Output::AnyHeader() const { return std::ranges::any_of(options_.stages, &Stage::HasHeader); }
 
 bool Output::SplitsForks() const {
     const Stage& last = options_.stages.back();
-    return options_.command == Command::Decode && last.format == Format::BinHex && !last.noHeader;
+    return options_.command == Command::Decode && last.format == Format::BinHex && last.HasHeader();
 }
 
 Failure Output::OpenResourceFork() {

@@ -28,7 +28,8 @@ public:
     // Gives up what was not finished and says what is left behind incomplete.
     std::vector<std::string> Abandon();
 
-    bool IsTerminal() const { return talvo::IsTerminal(data_.Handle()); }
+    // Where the data goes; the invalid handle before that is open.
+    HANDLE Handle() const { return data_.Handle(); }
     // What the user should know although it is no failure.
     const std::string& Remark() const { return remark_; }
 

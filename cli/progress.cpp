@@ -45,6 +45,11 @@ std::string ProgressLine(const ProgressState& state) {
            std::string(kBarWidth - bar.size(), ' ') + "] " + Amount(state.done) + " of " + Amount(total) + rate;
 }
 
+bool WantsProgress(const Options& options, HANDLE input, HANDLE output) {
+    if (options.quiet || options.progress) return !options.quiet;
+    return IsTerminal(StandardHandle(STD_ERROR_HANDLE)) && !IsTerminal(input) && !IsTerminal(output);
+}
+
 void Progress::Show(ULONGLONG done) {
     if (!wanted_) return;
     state_.done = done;

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "cli/options.h"
+
 namespace talvo {
 
 struct ProgressState {
@@ -16,6 +18,9 @@ struct ProgressState {
 
 // At most 72 characters: percentage, bar, bytes and rate; bytes and rate only where the total is not known.
 std::string ProgressLine(const ProgressState& state);
+
+// Unless the options say it: only for somebody who watches standard error, neither types the input nor sees the output.
+bool WantsProgress(const Options& options, HANDLE input, HANDLE output = INVALID_HANDLE_VALUE);
 
 class Progress {
 public:

@@ -1,8 +1,9 @@
-// The registered road asks by ProgID, so that any module that answers to the names will do.
+// The registered module is asked for by ProgID, so that any module that answers to the names will do.
 #include "cli/server_access.h"
 
 #include <string_view>
 
+#include "cli/carried_name.h"
 #include "cli/messages.h"
 
 namespace talvo {
@@ -20,7 +21,7 @@ std::string PathOf(HMODULE module) {
 
 std::string FolderOfCommand() {
     const std::string path = PathOf(nullptr);
-    return path.substr(0, path.find_last_of("/\\") + 1);
+    return path.substr(0, path.find_last_of(kSeparators) + 1);
 }
 
 template <class Function>
@@ -60,10 +61,8 @@ std::string RegisteredPath() {
 
 }  // namespace
 
-// ---- Modules ----------------------------------------------------------------------------------------------------
-
 DWORD ServerModule::Load(const std::string& path) {
-    const bool bare = path.find_first_of("/\\") == std::string::npos;
+    const bool bare = path.find_first_of(kSeparators) == std::string::npos;
     handle_.Reset(LoadLibrary(((bare ? "./" : "") + path).c_str()));
     return handle_ ? ERROR_SUCCESS : GetLastError();
 }
@@ -94,51 +93,57 @@ DWORD LoadModule(const std::string& given, ServerModule& module, std::string& tr
     return ERROR_MOD_NOT_FOUND;
 }
 
-// ---- Server -----------------------------------------------------------------------------------------------------
-
-HRESULT Server::Connect(const std::string& given) {
-    if (!given.empty()) return ConnectToModule(given);
-    com::ComPtr<ITalvoBinaryEncoding> component;
-    registered_ = true;
-    road_ = "registered";
-    const HRESULT hr = CreateComponent(component);
-    if (SUCCEEDED(hr)) return hr;
-    failures_.push_back("through the class registry: " + DescribeSystemResult(hr));
-    return ConnectToModule(given);
+Failure Server::Connect(const std::string& given) {
+    HRESULT hr = library_.Result();
+    if (SUCCEEDED(hr) && given.empty() && SUCCEEDED(TryRegistered())) return {};
+    if (SUCCEEDED(hr)) hr = TryModule(given);
+    return Created("the component", hr);
 }
 
-HRESULT Server::ConnectToModule(const std::string& given) {
+HRESULT Server::TryRegistered() {
+    com::ComPtr<ITalvoBinaryEncoding> component;
+    registered_ = true;
+    place_ = "registered";
+    const HRESULT hr = Create(kComponentClass, __uuidof(ITalvoBinaryEncoding), component.PutVoid());
+    if (FAILED(hr)) failures_.push_back("through the class registry: " + DescribeSystemResult(hr));
+    return hr;
+}
+
+HRESULT Server::TryModule(const std::string& given) {
     com::ComPtr<ITalvoBinaryEncoding> component;
     registered_ = false;
-    road_ = given.empty() ? "beside the command" : "given by --module";
+    place_ = given.empty() ? "beside the command" : "given by --module";
     std::string tried;
     if (const DWORD code = LoadModule(given, module_, tried); code != ERROR_SUCCESS) {
         failures_.push_back("from " + tried + ": " + DescribeError(code));
         return HRESULT_FROM_WIN32(code);
     }
-    const HRESULT hr = CreateComponent(component);
+    const HRESULT hr = Create(kComponentClass, __uuidof(ITalvoBinaryEncoding), component.PutVoid());
     if (FAILED(hr)) failures_.push_back("from " + tried + ": " + DescribeSystemResult(hr));
     return hr;
 }
 
-HRESULT Server::CreateComponent(com::ComPtr<ITalvoBinaryEncoding>& component) const {
-    return Create(kComponentClass, __uuidof(ITalvoBinaryEncoding), component.PutVoid());
+Failure Server::CreateComponent(com::ComPtr<ITalvoBinaryEncoding>& component) const {
+    return Created("the component", Create(kComponentClass, __uuidof(ITalvoBinaryEncoding), component.PutVoid()));
 }
 
-HRESULT Server::CreateFormat(const FormatClass& format, com::ComPtr<ITalvoEncodeData>& object) const {
-    return Create(format.name, __uuidof(ITalvoEncodeData), object.PutVoid());
+Failure Server::CreateFormat(const FormatClass& format, com::ComPtr<ITalvoEncodeData>& object) const {
+    return Created("format " + std::string(NameOf(format.format)),
+                   Create(format.name, __uuidof(ITalvoEncodeData), object.PutVoid()));
 }
 
 HRESULT Server::Create(const ClassName& name, REFIID iid, void** object) const {
     return registered_ ? CreateRegistered(name, iid, object) : module_.Create(*name.id, iid, object);
 }
 
-std::string Server::Origin() const { return (registered_ ? RegisteredPath() : module_.Path()) + " (" + road_ + ")"; }
-
-Failure Unavailable(const Server& server, const std::string& what, HRESULT result) {
-    Failure failure{ExitCode::Unavailable, {what + ": " + DescribeSystemResult(result)}};
-    for (const std::string& attempt : server.Failures()) failure.messages.push_back("  " + attempt);
+// A failure names the places that were tried.
+Failure Server::Created(const std::string& what, HRESULT result) const {
+    if (SUCCEEDED(result)) return {};
+    Failure failure{ExitCode::Unavailable, {what + " cannot be created: " + DescribeSystemResult(result)}};
+    for (const std::string& attempt : failures_) failure.messages.push_back("  " + attempt);
     return failure;
 }
+
+std::string Server::Origin() const { return (registered_ ? RegisteredPath() : module_.Path()) + " (" + place_ + ")"; }
 
 }  // namespace talvo

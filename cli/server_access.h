@@ -57,28 +57,29 @@ private:
 // Must outlive what it created.
 class Server {
 public:
-    // Finds a road on which a component can be created; `given` forces a module file.
-    HRESULT Connect(const std::string& given);
-    // A component and a format object by that road.
-    HRESULT CreateComponent(com::ComPtr<ITalvoBinaryEncoding>& component) const;
-    HRESULT CreateFormat(const FormatClass& format, com::ComPtr<ITalvoEncodeData>& object) const;
+    // Finds a module that creates components: the registered one, else the one beside the command; only `given`, if there
+    // is one.
+    Failure Connect(const std::string& given);
+    // A component and a format object of that module.
+    Failure CreateComponent(com::ComPtr<ITalvoBinaryEncoding>& component) const;
+    Failure CreateFormat(const FormatClass& format, com::ComPtr<ITalvoEncodeData>& object) const;
 
     // "PATH (registered)": where the component was found.
     std::string Origin() const;
-    // Why each road that was tried led nowhere.
+    // Why the places that were tried before were of no use.
     const std::vector<std::string>& Failures() const { return failures_; }
 
 private:
+    HRESULT TryRegistered();
+    HRESULT TryModule(const std::string& given);
     HRESULT Create(const ClassName& name, REFIID iid, void** object) const;
-    HRESULT ConnectToModule(const std::string& given);
+    Failure Created(const std::string& what, HRESULT result) const;
 
+    ComLibrary library_;  // before the module, so that it goes last
     ServerModule module_;
-    const char* road_ = "";
-    bool registered_ = true;
+    const char* place_ = "";
+    bool registered_ = false;
     std::vector<std::string> failures_;
 };
-
-// A failure to create something, with the roads that were tried.
-Failure Unavailable(const Server& server, const std::string& what, HRESULT result);
 
 }  // namespace talvo

@@ -69,6 +69,12 @@ std::optional<ULONGLONG> Source::Size() const {
     return left_ ? std::min(there, *left_) : there;
 }
 
+Failure OpenSource(Source& source, const std::string& name, const Range& range) {
+    const DWORD code = source.Open(name, range);
+    if (code == ERROR_HANDLE_EOF) return {ExitCode::Usage, {source.Name() + ": it ends before --offset"}};
+    return code == ERROR_SUCCESS ? Failure() : FileFailure(source.Name(), "open for reading", code);
+}
+
 DWORD ChunkReader::Fill() {
     aheadSize_ = 0;
     while (true) {

@@ -1,5 +1,5 @@
 // Where the bytes come from: a file or a standard stream, of any length, whole or a range of it; a second file may
-// follow the first. Codes are those of Windows, 0 for success.
+// follow the first. Functions return a Windows error code; 0 is success.
 #pragma once
 
 #include <windows.h>
@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/failure.h"
 #include "cli/streams.h"
 #include "com/unique.h"
 
@@ -40,6 +41,9 @@ private:
     HANDLE handle_ = INVALID_HANDLE_VALUE;
     std::optional<ULONGLONG> left_;  // of the range
 };
+
+// Open, with the messages when that fails.
+Failure OpenSource(Source& source, const std::string& name, const Range& range);
 
 // The usual size of a piece.
 inline constexpr size_t kChunkSize = size_t{256} * 1024;

@@ -1,5 +1,5 @@
-// Handles of files and standard streams: files are owned, standard streams borrowed. Codes are those of Windows, 0 for
-// success.
+// Handles of files and standard streams: files are owned, standard streams borrowed. Functions return a Windows error
+// code; 0 is success.
 #pragma once
 
 #include <windows.h>

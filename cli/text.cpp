@@ -1,28 +1,19 @@
 // Conversions go through the system, so that they are those of the file calls.
 #include "cli/text.h"
 
-#include <windows.h>
-
 #include <algorithm>
 #include <charconv>
 #include <iterator>
 
+#include "com/narrow_text.h"
+
 namespace talvo {
 
 std::string Narrow(BSTR wide) {
-    const int units = static_cast<int>(SysStringLen(wide));
-    const int size = units == 0 ? 0 : WideCharToMultiByte(CP_ACP, 0, wide, units, nullptr, 0, nullptr, nullptr);
-    std::string narrow(static_cast<size_t>(size), '\0');
-    if (size != 0) WideCharToMultiByte(CP_ACP, 0, wide, units, narrow.data(), size, nullptr, nullptr);
+    const uint32_t size = com::NarrowSize(CP_ACP, wide);
+    std::string narrow(size, '\0');
+    com::Narrow(CP_ACP, wide, narrow.data(), size);
     return narrow;
-}
-
-com::UniqueBstr Wide(std::string_view narrow) {
-    const int length = static_cast<int>(narrow.size());
-    const int units = length == 0 ? 0 : MultiByteToWideChar(CP_ACP, 0, narrow.data(), length, nullptr, 0);
-    com::UniqueBstr wide(SysAllocStringLen(nullptr, static_cast<UINT>(units)));
-    if (wide && units != 0) MultiByteToWideChar(CP_ACP, 0, narrow.data(), length, wide.Get(), units);
-    return wide;
 }
 
 std::string Counted(unsigned long long count, std::string_view what) {

@@ -1,4 +1,4 @@
-// Text of the command, in the system's code page, to and from the strings of interfaces.
+// Texts for people. They are in the system's code page, as those of the file calls.
 #pragma once
 
 #include <windows.h>
@@ -7,13 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "com/unique.h"
-
 namespace talvo {
 
 std::string Narrow(BSTR wide);
-// Null when there is no memory.
-com::UniqueBstr Wide(std::string_view narrow);
 
 // "1 byte", "2 bytes"
 std::string Counted(unsigned long long count, std::string_view what);

@@ -1,5 +1,5 @@
 // Conversions of real files inside the test program, on every system: what ends up where, and with which exit code.
-#include "cli/conversion.h"
+#include "cli/commands.h"
 
 #include <windows.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "cli/info.h"
 #include "tests/support/temp_folder.h"
 
 namespace talvo {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "cli/carried_name.h"
-#include "cli/help.h"
+#include "cli/commands.h"
 #include "cli/progress.h"
 #include "cli/streams.h"
 
