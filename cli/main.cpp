@@ -10,7 +10,6 @@
 #include "cli/options.h"
 #include "cli/server_access.h"
 #include "cli/streams.h"
-#include "cli/version.h"
 
 namespace talvo {
 namespace {
@@ -18,7 +17,7 @@ namespace {
 ExitCode TellVersion(const Options& options) {
     Server server;
     const Failure failure = server.Connect(options.module);
-    std::string text = "talvo " + std::string(kVersion) + "\n";
+    std::string text = "talvo " TALVO_VERSION "\n";  // the build gives it
     if (!failure) text += "component: " + server.Origin() + "\n";
     for (const std::string& attempt : server.Failures()) {
         if (failure || options.verbose) text += "component: not " + attempt + "\n";
