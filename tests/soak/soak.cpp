@@ -1,7 +1,6 @@
 // soak [SECONDS]: everything a client does, from several threads, over and over, as fast as it goes. The results must
 // stay right, and what the process holds must stay where it is once it has warmed up.
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -21,33 +20,23 @@ constexpr unsigned kSamples = 20;
 constexpr size_t kAllowedKilobytes = 1024;
 using Clock = std::chrono::steady_clock;
 double g_seconds = 300;
-std::atomic<unsigned long long> g_calls = 0;
 
-double Seconds(Clock::time_point since) { return std::chrono::duration<double>(Clock::now() - since).count(); }
-
-// The lowest of the last third is not above the lowest of the first.
-void ExpectFlat(const char* what, const std::vector<Holding>& samples, size_t Holding::*of, size_t allowed) {
-    std::vector<size_t> values;
-    for (const Holding& sample : samples) values.push_back(sample.*of);
-    const auto third = static_cast<ptrdiff_t>(values.size() / 3);
-    const auto [least, most] = std::minmax_element(values.begin(), values.end());
-    std::printf("  %s: first %zu, last %zu, least %zu, most %zu\n", what, values.front(), values.back(), *least, *most);
-    EXPECT_LE(*std::min_element(values.end() - third, values.end()),
-              *std::min_element(values.begin(), values.begin() + third) + allowed)
-        << what;
-}
-
-// One thread's client.
+// One thread's client. What it asks again and again differs in format, size and cuts.
 class Client {
 public:
-    explicit Client(unsigned number) : random_(number + 1) { Save(folder_ / "in", Sample(20'000 + number)); }
+    explicit Client(unsigned seed) : random_(seed) { Save(folder_ / "in", Sample(20'000 + seed)); }
 
     void Round() {
+        const int kind = static_cast<int>(random_() % kFormatCount);
         const std::string bytes = Sample(random_() % 3000);
-        const FormatObject format = Make(bytes.size());
+        const FormatObject format = NewNamed(kind);
+        if (format.FileInformation)
+            format.Number("HeaderDataForkLength").Native.Put(static_cast<int64_t>(bytes.size()));
+        for (const auto& [name, property] : format.Numbers) property.Dual.Value();
+        FilenameOf(format.Data.Get());
         const std::string text = Pieces(format, bytes, false);
-        Right(Pieces(format, text, true), bytes);
-        ThroughComponent(text, bytes);
+        EXPECT_EQ(Pieces(format, text, true), bytes) << format.Class;
+        ThroughComponent(kind, text, bytes);
         Chained(bytes);
         Refused(format);
         Files();
@@ -55,22 +44,9 @@ public:
     }
 
 private:
-    void Right(const std::string& found, const std::string& expected) {
-        ++g_calls;
-        if (found != expected) ADD_FAILURE() << "kind " << kind_ << ": a conversion went wrong";
-    }
-    FormatObject Make(size_t forkLength) {
-        kind_ = static_cast<int>(random_() % kFormatCount);
-        FormatObject format = NewNamed(kind_);
-        if (format.FileInformation) format.Number("HeaderDataForkLength").Native.Put(static_cast<int64_t>(forkLength));
-        for (const auto& [name, property] : format.Numbers) property.Dual.Value();
-        FilenameOf(format.Data.Get());
-        g_calls += 6 + format.Numbers.size();
-        return format;
-    }
     std::string Pieces(const FormatObject& format, std::string_view input, bool decode) {
         std::string output;
-        for (size_t at = 0, size = 0; at <= input.size(); at += size, ++g_calls) {
+        for (size_t at = 0, size = 0; at <= input.size(); at += size) {
             size = 1 + random_() % 700;
             const std::string_view piece = input.substr(at, size);
             const bool end = at + size > input.size();
@@ -78,17 +54,13 @@ private:
         }
         return output;
     }
-    void ThroughComponent(const std::string& text, const std::string& bytes) {
+    static void ThroughComponent(int kind, const std::string& text, const std::string& bytes) {
         const Component component;
-        component.Native->putref_EncodingFormat(New(kind_).Data.Get());
-        Variant source = Variant::Bytes(text);
-        Variant result;
-        component.Dual->Decode(source.Get(), VARIANT_TRUE, result.Put());
-        Right(result.Show(), bytes.empty() ? "(empty)" : "bytes " + bytes);
+        component.Native->putref_EncodingFormat(New(kind).Data.Get());
+        const Variant source = Variant::Bytes(text);
         const Outcome late = CallMethod(component.Dual.Get(), "Decode", {source, Variant::Bool(true)});
-        Right(late.Result.Show(), result.Show());
-        component.Dual->Encode(source.Get(), VARIANT_FALSE, result.Put());  // left open: the component's end resets it
-        g_calls += 5;
+        EXPECT_EQ(late.Result.Show(), bytes.empty() ? "(empty)" : "bytes " + bytes);
+        CallMethod(component.Dual.Get(), "Encode", {source, Variant::Bool(false)});  // the component's end resets it
     }
     void Chained(const std::string& bytes) {
         const FormatObject outer = New(kBase64);
@@ -99,106 +71,63 @@ private:
         middle.LinkDual(As<IDispatch>(inner.Data).Get());
         inner.LinkDual(processor.Get());
         inner.Link(outer.Data.Get());  // refused
-        Right(Pieces(outer, Pieces(outer, bytes, false), true), bytes);
+        EXPECT_EQ(Pieces(outer, Pieces(outer, bytes, false), true), bytes);
         Process(outer.Data.Get(), "left open", false);
         outer.Data->Reset();
-        g_calls += 9;
     }
-    void Refused(const FormatObject& format) {
+    static void Refused(const FormatObject& format) {
         Revert(format.Data.Get(), "\1*", true);
         Process(format.Data.Get(), "x", false);
         format.Number("MaxLineLength").Dual.Put(20);
         format.Data->put_HeaderFilename(nullptr);
         format.Link(nullptr);
-        g_calls += 5;
     }
     void Files() {
         const Component component;
         component.Native->putref_EncodingFormat(New(static_cast<int>(random_() % 4)).Data.Get());
-        const std::string folder = folder_.Text();
-        const auto call = [&](Method method, const FileCall& how, Form form = Form::Native) {
-            return CallFileMethod(component, method, how, form);
-        };
-        call(Method::Process, {.Source = folder + "/in", .Destination = folder + "/text"});
-        call(Method::Process, {.Source = folder + "/text", .Destination = folder + "/out", .Action = bfpDecode},
-             Form::Dual);
-        Right(Load(folder_ / "out"), Load(folder_ / "in"));
-        const FileCall decode = {.Source = folder + "/text", .Action = bfpDecode};
-        Right(call(Method::Read, decode).Data, Load(folder_ / "in"));
-        call(Method::Read, {.Source = folder + "/none"});
-        g_calls += 5;
+        const std::string in = folder_.Text() + "/in", text = folder_.Text() + "/text", out = folder_.Text() + "/out";
+        CallFileMethod(component, Method::Process, {.Source = in, .Destination = text});
+        CallFileMethod(component, Method::Process, {.Source = text, .Destination = out, .Action = bfpDecode},
+                       Form::Dual);
+        EXPECT_EQ(Load(out), Load(in));
+        EXPECT_EQ(CallFileMethod(component, Method::Read, {.Source = text, .Action = bfpDecode}).Data, Load(in));
+        CallFileMethod(component, Method::Read, {.Source = folder_.Text() + "/none"});
     }
 
     std::minstd_rand random_;
     const TempFolder folder_;
-    int kind_ = 0;
 };
 
-// What is measured is there: memory of both kinds, and handles.
-TEST(Soak, TheMeasureSeesWhatIsHeld) {
-    const FormatObject warm = New(kUU);
-    const Holding before = Measure();
-    Holding with = {};
-    {
-        std::vector<com::UniqueBstr> texts;
-        std::vector<FormatObject> formats;
-        std::vector<com::UniqueFile> files;
-        for (int i = 0; i < 1000; ++i) {
-            texts.push_back(Bstr(std::string(500, 'x')));  // a KB each
-            formats.push_back(New(kUU));
-            if (i < 20)
-                files.emplace_back(CreateFileA(Module::Get().Path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                               OPEN_EXISTING, 0, nullptr));
-        }
-        with = Measure();
-    }
-    const Holding after = Measure();
-    std::printf(
-        "  %zu KB, %zu handles; with 1000 texts of 1 KB, 1000 objects and 20 files %zu KB, %zu handles; then %zu KB, "
-        "%zu handles\n",
-        before.Kilobytes, before.Handles, with.Kilobytes, with.Handles, after.Kilobytes, after.Handles);
-    EXPECT_GE(with.Kilobytes, before.Kilobytes + 1100);
-    EXPECT_LE(after.Kilobytes, before.Kilobytes + 200);
-    EXPECT_EQ(with.Handles, before.Handles + 20);
-    EXPECT_EQ(after.Handles, before.Handles);
+// The lowest of the last third is not above the lowest of the first.
+void ExpectFlat(const char* what, const std::vector<Holding>& samples, size_t Holding::*of, size_t allowed) {
+    std::vector<size_t> values;
+    for (const Holding& sample : samples) values.push_back(sample.*of);
+    const auto third = static_cast<ptrdiff_t>(values.size() / 3);
+    const size_t first = *std::min_element(values.begin(), values.begin() + third);
+    const size_t last = *std::min_element(values.end() - third, values.end());
+    EXPECT_LE(last, first + allowed) << what;
 }
 
 TEST(Soak, HoldsWhatItHeld) {
-    std::atomic<bool> stop = false;
-    std::atomic<bool> pause = false;  // while it is measured, between two rounds of every client
-    std::atomic<unsigned> idle = 0;
-    std::vector<std::thread> threads;
-    for (unsigned number = 0; number < kThreads; ++number) {
-        threads.emplace_back([&, number] {
-            const ComThread com;
-            Client client(number);
-            while (!stop && !HasFailure()) {
-                client.Round();
-                if (!pause) continue;
-                ++idle;
-                while (pause) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-                --idle;
-            }
-            ++idle;
-        });
-    }
     std::vector<Holding> samples;
     const auto start = Clock::now();
-    for (unsigned sample = 1; sample <= kSamples; ++sample) {
-        std::this_thread::sleep_until(start + std::chrono::duration<double>(g_seconds * sample / kSamples));
-        pause = true;
-        while (idle != kThreads) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (unsigned sample = 1; sample <= kSamples && !HasFailure(); ++sample) {
+        const auto end = start + std::chrono::duration<double>(g_seconds * sample / kSamples);
+        std::vector<std::thread> threads;
+        for (unsigned number = 1; number <= kThreads; ++number) {
+            threads.emplace_back([=] {
+                const ComThread com;
+                Client client(sample * kThreads + number);
+                while (Clock::now() < end && !HasFailure()) client.Round();
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
         samples.push_back(Measure());
-        pause = false;
-        std::printf("  %5.0f s  %12llu calls  %8zu KB  %5zu handles\n", Seconds(start), g_calls.load(),
-                    samples.back().Kilobytes, samples.back().Handles);
+        std::printf("  %2u of %u  %8zu KB  %5zu handles\n", sample, kSamples, samples.back().Kilobytes,
+                    samples.back().Handles);
         std::fflush(stdout);
     }
-    stop = true;
-    for (std::thread& thread : threads) thread.join();
-
-    samples.erase(samples.begin(), samples.begin() + kSamples / 4);  // the warming up
-    std::printf("  %llu calls in %.0f s; once warm:\n", g_calls.load(), Seconds(start));
+    samples.erase(samples.begin(), samples.begin() + static_cast<ptrdiff_t>(samples.size() / 4));  // the warming up
     ExpectFlat("KB", samples, &Holding::Kilobytes, kAllowedKilobytes);
     ExpectFlat("handles", samples, &Holding::Handles, 0);
 }
