@@ -50,6 +50,37 @@ TEST(ControlLogic, PersistedForm) {
     }
 }
 
+TEST(ControlLogic, Properties) {
+    const com::UniqueBstr words = Bstr("wide"), digits = Bstr("500");
+    const auto text = [](const com::UniqueBstr& of) { return reinterpret_cast<UINT_PTR>(of.Get()); };
+    const struct {
+        const char* name;
+        VARTYPE type;
+        ULONGLONG bits;
+        HRESULT code;
+        LONG length;  // 99 from before
+    } kRows[] = {
+        {"none", VT_EMPTY, 0, S_OK, 99},
+        {"unsigned", VT_UI4, 0x7FFFFFFF, S_OK, 0x7FFFFFFF},
+        {"a small number", VT_I2, 7, S_OK, 7},
+        {"digits", VT_BSTR, text(digits), S_OK, 500},
+        {"words", VT_BSTR, text(words), DISP_E_TYPEMISMATCH, 99},
+        {"negative", VT_I4, 0xFFFFFFFB, DISP_E_OVERFLOW, 99},
+        {"huge", VT_UI4, 0x80000000, DISP_E_OVERFLOW, 99},
+        {"beyond 32 bits", VT_UI8, 0x100000001, DISP_E_OVERFLOW, 99},
+        {"an object", VT_UNKNOWN, 0, DISP_E_TYPEMISMATCH, 99},
+        {"null", VT_NULL, 0, DISP_E_TYPEMISMATCH, 99},
+    };
+    for (const auto& row : kRows) {
+        VARIANT value{};
+        V_VT(&value) = row.type;
+        V_UI8(&value) = row.bits;
+        LONG length = 99;
+        EXPECT_EQ(Name(ReadProperty(value, length)), Name(row.code)) << row.name;
+        EXPECT_EQ(length, row.length) << row.name;
+    }
+}
+
 TEST(ControlLogic, Colours) {
     constexpr int kNone = -1;
     const struct {

@@ -58,12 +58,6 @@ private:
     std::string log_;
 };
 
-// Whether the screen shows the picture in the window's upper left corner, now or soon.
-bool ShowsPicture(HWND window) {
-    const RECT at = ScreenPlace(window);
-    return PumpUntil([&] { return ScreenPixels({at.left, at.top, at.left + 32, at.top + 32}) == Picture(); });
-}
-
 TEST(Container, AWindowOfItsOwn) {
     OnUiThread([] {
         Site site;

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <utility>
 #include <vector>
 
 #include "tests/support/module/module_fixture.h"
@@ -40,16 +38,10 @@ TEST(WindowsResources, Version) {
     EXPECT_EQ(fixed->dwFileVersionMS, 0x00010001u);
     EXPECT_EQ(fixed->dwFileVersionLS, 0u);
     EXPECT_EQ(fixed->dwFileType, DWORD{VFT_DLL});
-    for (const auto& [name, text] : {std::pair{"FileDescription", "Talvo Binary Encoding"},
-                                     {"ProductName", "Talvo Binary Encoding"},
-                                     {"FileVersion", "1.1.0.0"},
-                                     {"ProductVersion", "1.1.0.0"},
-                                     {"OriginalFilename", "TalvoBinaryEncoding.dll"}}) {
-        char* found = nullptr;
-        EXPECT_TRUE(VerQueryValueA(data.data(), (std::string("\\StringFileInfo\\040904B0\\") + name).c_str(),
-                                   reinterpret_cast<void**>(&found), &size));
-        EXPECT_STREQ(found, text) << name;
-    }
+    char* text = nullptr;
+    EXPECT_TRUE(
+        VerQueryValueA(data.data(), "\\StringFileInfo\\040904B0\\FileVersion", reinterpret_cast<void**>(&text), &size));
+    EXPECT_STREQ(text, "1.1.0.0");
 }
 
 }  // namespace

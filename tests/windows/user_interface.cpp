@@ -38,8 +38,6 @@ bool WaitUntil(const std::function<bool()>& done) {
     return true;
 }
 
-// --- imports -------------------------------------------------------------------------------------------------------
-
 ImportHook::ImportHook(const char* library, const char* name, void* replacement) {
     auto* const base = reinterpret_cast<BYTE*>(Module::Get().Handle());
     const auto* const headers =
@@ -65,59 +63,55 @@ void ImportHook::Write(void* value) {
     VirtualProtect(slot_, sizeof value, old, &old);
 }
 
-// --- pixels --------------------------------------------------------------------------------------------------------
-
 std::ostream& operator<<(std::ostream& out, const Pixels& pixels) {
     return out << pixels.Width << " x " << pixels.Height << " pixels";
 }
 
-Canvas::Canvas(int width, int height, DWORD colour) : width_(width), height_(height), dc_(CreateCompatibleDC(nullptr)) {
+Pixels Drawn(int width, int height, DWORD colour, const std::function<void(HDC)>& draw) {
     BITMAPINFO info{};
     info.bmiHeader = {sizeof info.bmiHeader, width, -height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
-    bitmap_ = CreateDIBSection(dc_, &info, DIB_RGB_COLORS, &bits_, nullptr, 0);
-    old_ = SelectObject(dc_, bitmap_);
-    std::fill_n(static_cast<DWORD*>(bits_), width * height, colour);
-}
-
-Canvas::~Canvas() {
-    SelectObject(dc_, old_);
-    DeleteObject(bitmap_);
-    DeleteDC(dc_);
-}
-
-Pixels Canvas::Read() const {
+    void* bits = nullptr;
+    const HDC dc = CreateCompatibleDC(nullptr);
+    const HBITMAP bitmap = CreateDIBSection(dc, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
+    const HGDIOBJ old = SelectObject(dc, bitmap);
+    auto* const first = static_cast<DWORD*>(bits);
+    std::fill_n(first, width * height, colour);
+    draw(dc);
     GdiFlush();
-    Pixels pixels{width_, height_, {}};
-    const auto* const from = static_cast<const DWORD*>(bits_);
-    for (int i = 0; i < width_ * height_; ++i) pixels.Colours.push_back(from[i] & 0xFFFFFF);
+    Pixels pixels{width, height, {first, first + width * height}};
+    for (DWORD& pixel : pixels.Colours) pixel &= 0xFFFFFF;
+    SelectObject(dc, old);
+    DeleteObject(bitmap);
+    DeleteDC(dc);
     return pixels;
 }
 
 Pixels Picture() {
-    const HBITMAP bitmap = LoadBitmapA(Module::Get().Handle(), MAKEINTRESOURCEA(201));
-    const Canvas canvas(32, 32, 0);
-    const HDC dc = CreateCompatibleDC(nullptr);
-    const HGDIOBJ old = SelectObject(dc, bitmap);
-    BitBlt(canvas.Dc(), 0, 0, 32, 32, dc, 0, 0, SRCCOPY);
-    SelectObject(dc, old);
-    DeleteDC(dc);
-    DeleteObject(bitmap);
-    return canvas.Read();
+    return Drawn(32, 32, 0, [](HDC dc) {
+        const HBITMAP bitmap = LoadBitmapA(Module::Get().Handle(), MAKEINTRESOURCEA(201));
+        DrawStateA(dc, nullptr, nullptr, reinterpret_cast<LPARAM>(bitmap), 0, 0, 0, 32, 32, DST_BITMAP);
+        DeleteObject(bitmap);
+    });
 }
 
 Pixels ScreenPixels(const RECT& place) {
-    const Canvas canvas(place.right - place.left, place.bottom - place.top, 0);
-    const HDC screen = GetDC(nullptr);
-    BitBlt(canvas.Dc(), 0, 0, place.right - place.left, place.bottom - place.top, screen, place.left, place.top,
-           SRCCOPY);
-    ReleaseDC(nullptr, screen);
-    return canvas.Read();
+    const int width = place.right - place.left, height = place.bottom - place.top;
+    return Drawn(width, height, 0, [&](HDC dc) {
+        const HDC screen = GetDC(nullptr);
+        BitBlt(dc, 0, 0, width, height, screen, place.left, place.top, SRCCOPY);
+        ReleaseDC(nullptr, screen);
+    });
 }
 
 RECT ScreenPlace(HWND window) {
     RECT place{};
     GetWindowRect(window, &place);
     return place;
+}
+
+bool ShowsPicture(HWND window) {
+    const RECT at = ScreenPlace(window);
+    return PumpUntil([&] { return ScreenPixels({at.left, at.top, at.left + 32, at.top + 32}) == Picture(); });
 }
 
 void KeepPicture(const char* name, const Pixels& pixels) {
@@ -133,8 +127,6 @@ void KeepPicture(const char* name, const Pixels& pixels) {
     file.write(reinterpret_cast<const char*>(pixels.Colours.data()), static_cast<std::streamsize>(size));
 }
 
-// --- counts --------------------------------------------------------------------------------------------------------
-
 // Where the system does not count them for us (Wine), they are counted in the process's table of them: 65536 entries of
 // 24 bytes, of which the type is not 0 while the entry is in use.
 int CountDrawingObjects() {
@@ -146,16 +138,6 @@ int CountDrawingObjects() {
     const auto* const table = *reinterpret_cast<BYTE* const*>(processBlock() + kTableInProcess);
     int count = 0;
     for (size_t i = 0; table && i < kEntries; ++i) count += table[i * kEntrySize + kType] != 0;
-    return count;
-}
-
-int CountWindows() {
-    int count = 0;
-    for (HWND window = GetTopWindow(nullptr); window; window = GetWindow(window, GW_HWNDNEXT)) {
-        DWORD process = 0;
-        GetWindowThreadProcessId(window, &process);
-        count += process == GetCurrentProcessId();
-    }
     return count;
 }
 

@@ -1,5 +1,5 @@
 // What tests of the control's user interface need: a thread that may own windows, calls of the module led elsewhere,
-// pixels of windows, and the number of objects in use.
+// pixels of windows, and the number of drawing objects in use.
 #pragma once
 
 #include <windows.h>
@@ -50,34 +50,19 @@ struct Pixels {
 };
 std::ostream& operator<<(std::ostream& out, const Pixels& pixels);
 
-// A drawing surface of one colour.
-class Canvas {
-public:
-    Canvas(int width, int height, DWORD colour);
-    ~Canvas();
-    Canvas(const Canvas&) = delete;
-    Canvas& operator=(const Canvas&) = delete;
-    HDC Dc() const { return dc_; }
-    Pixels Read() const;
-
-private:
-    int width_, height_;
-    HDC dc_;
-    void* bits_ = nullptr;
-    HBITMAP bitmap_;
-    HGDIOBJ old_;
-};
-
+// What `draw` makes of a surface of one colour.
+Pixels Drawn(int width, int height, DWORD colour, const std::function<void(HDC)>& draw);
 // The module's bitmap 201 as it must appear.
 Pixels Picture();
 // A part of the screen; a window's own area.
 Pixels ScreenPixels(const RECT& place);
 RECT ScreenPlace(HWND window);
+// Whether the screen shows the picture in the window's upper left corner, now or soon.
+bool ShowsPicture(HWND window);
 // Keeps a picture for the documentation as NAME.bmp, if the environment variable TALVO_PICTURES names a folder.
 void KeepPicture(const char* name, const Pixels& pixels);
 
-// Drawing objects of this process, and windows of this process.
+// Drawing objects of this process.
 int CountDrawingObjects();
-int CountWindows();
 
 }  // namespace talvo::test
