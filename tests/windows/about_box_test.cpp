@@ -184,13 +184,11 @@ TEST_F(AboutBox, PointerAndFocus) {
         for (const bool over : {true, false}) {
             POINT point{over ? 10 : 190, 5};
             ClientToScreen(link, &point);
-            ASSERT_TRUE(WaitUntil([&] {
-                POINT now{};
-                return SetCursorPos(point.x, point.y) && GetCursorPos(&now) && now.x == point.x && now.y == point.y;
+            const auto lParam = MAKELPARAM(HTCLIENT, WM_MOUSEMOVE);
+            EXPECT_TRUE(WaitUntil([&] {
+                return SetCursorPos(point.x, point.y) &&
+                       SendMessageA(link, WM_SETCURSOR, reinterpret_cast<WPARAM>(link), lParam) == over;
             }));
-            EXPECT_EQ(
-                SendMessageA(link, WM_SETCURSOR, reinterpret_cast<WPARAM>(link), MAKELPARAM(HTCLIENT, WM_MOUSEMOVE)),
-                over);
             CURSORINFO shown{};
             shown.cbSize = sizeof shown;
             GetCursorInfo(&shown);
