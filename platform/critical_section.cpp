@@ -1,8 +1,9 @@
-// CRITICAL_SECTION over a recursive mutex that lives inside it: entering allocates nothing and cannot fail, and tools
+// Locks and time. CRITICAL_SECTION over a recursive mutex that lives inside it: entering allocates nothing and cannot fail, and tools
 // that watch mutexes (thread sanitizer) understand it.
 #include <windows.h>
 
 #include <pthread.h>
+#include <time.h>
 
 #include <new>
 
@@ -30,3 +31,10 @@ void DeleteCriticalSection(LPCRITICAL_SECTION lpCriticalSection) { pthread_mutex
 void EnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) { pthread_mutex_lock(Mutex(lpCriticalSection)); }
 
 void LeaveCriticalSection(LPCRITICAL_SECTION lpCriticalSection) { pthread_mutex_unlock(Mutex(lpCriticalSection)); }
+
+// Windows counts the time that the machine was suspended, too.
+ULONGLONG GetTickCount64() {
+    timespec now = {};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<ULONGLONG>(now.tv_sec) * 1000 + static_cast<ULONGLONG>(now.tv_nsec / 1000000);
+}

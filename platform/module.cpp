@@ -13,7 +13,6 @@
 #include <string.h>
 #include <unistd.h>
 
-#include <new>
 #include <optional>
 #include <string>
 
@@ -23,6 +22,7 @@
 namespace {
 
 using platform::Fail;
+using platform::OrOutOfMemory;
 
 thread_local int unloading = 0;  // calls of FreeLibrary that this thread is inside
 
@@ -139,23 +139,15 @@ HMODULE Find(const std::string& name) {
     return module;
 }
 
-// Runs `work` where the standard containers may throw.
-template <class Result, class Work>
-Result Guarded(Result failure, Work work) noexcept {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return Fail(ERROR_NOT_ENOUGH_MEMORY), failure;
-    }
-}
-
 template <class Work>
 HMODULE WithNarrow(LPCWSTR name, Work work) {
-    return Guarded(HMODULE{}, [&] {
-        std::string narrow;
-        const bool valid = platform::Narrow(name, narrow);
-        return valid ? work(narrow) : (Fail(ERROR_MOD_NOT_FOUND), nullptr);
-    });
+    return OrOutOfMemory(
+        [&] {
+            std::string narrow;
+            const bool valid = platform::Narrow(name, narrow);
+            return valid ? work(narrow) : (Fail(ERROR_MOD_NOT_FOUND), nullptr);
+        },
+        HMODULE{});
 }
 
 // Copies what fits and terminates it; a result equal to the size says that it did not fit.
@@ -192,7 +184,7 @@ bool SameType(const char16_t* own, const char16_t* wanted) {
 
 HMODULE LoadLibraryA(LPCSTR lpLibFileName) {
     if (!lpLibFileName) return Fail(ERROR_INVALID_PARAMETER), nullptr;
-    return Guarded(HMODULE{}, [&] { return Load(lpLibFileName); });
+    return OrOutOfMemory([&] { return Load(lpLibFileName); }, HMODULE{});
 }
 
 HMODULE LoadLibraryW(LPCWSTR lpLibFileName) {
@@ -213,23 +205,25 @@ int platform_is_unloading(void) { return unloading; }
 
 HMODULE GetModuleHandleA(LPCSTR lpModuleName) {
     if (!lpModuleName) return HandleOf(ObjectOf(nullptr));
-    return Guarded(HMODULE{}, [&] { return Find(lpModuleName); });
+    return OrOutOfMemory([&] { return Find(lpModuleName); }, HMODULE{});
 }
 
 DWORD GetModuleFileNameA(HMODULE hModule, LPSTR lpFilename, DWORD nSize) {
     link_map* object = ObjectOf(hModule);
     if (!object) return Fail(ERROR_MOD_NOT_FOUND), 0;
-    return Guarded(DWORD{}, [&] { return CopyOut(FileNameOf(object), lpFilename, nSize); });
+    return OrOutOfMemory([&] { return CopyOut(FileNameOf(object), lpFilename, nSize); }, DWORD{});
 }
 
 DWORD GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize) {
     link_map* object = ObjectOf(hModule);
     if (!object) return Fail(ERROR_MOD_NOT_FOUND), 0;
-    return Guarded(DWORD{}, [&] {
-        std::u16string name;
-        if (!platform::Widen(FileNameOf(object), name)) return Fail(ERROR_NO_UNICODE_TRANSLATION), DWORD{};
-        return CopyOut(name, lpFilename, nSize);
-    });
+    return OrOutOfMemory(
+        [&] {
+            std::u16string name;
+            if (!platform::Widen(FileNameOf(object), name)) return Fail(ERROR_NO_UNICODE_TRANSLATION), DWORD{};
+            return CopyOut(name, lpFilename, nSize);
+        },
+        DWORD{});
 }
 
 // By name only: functions have no numbers here.

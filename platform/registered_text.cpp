@@ -1,8 +1,4 @@
-// See registered_text.h.
 #include "platform/registered_text.h"
-
-#include <algorithm>
-#include <cstring>
 
 #include "platform/wide_text.h"
 
@@ -29,24 +25,13 @@ RegistryKey* FindKeyBelow(RegistryKey* key, std::u16string_view name) {
 
 std::optional<std::u16string> TextIn(RegistryKey* key, std::u16string_view valueName) {
     const RegistryValue* const value = key ? key->FindValue(valueName) : nullptr;
-    if (!value || !value->IsText()) return std::nullopt;
-    std::u16string text(value->data.size() / sizeof(char16_t), u'\0');
-    if (!text.empty()) std::memcpy(text.data(), value->data.data(), text.size() * sizeof(char16_t));
-    text.resize(std::min(text.find(u'\0'), text.size()));
-    return text;
+    if (!value || !value->foreign.empty()) return std::nullopt;
+    return value->text;
 }
 
 void SetText(RegistryTree& tree, NameList path, std::u16string_view text, std::u16string_view valueName) {
     bool created = false;
-    RegistryKey& key = tree.Create(kClassesRoot, PathOf(path), created);
-    RegistryValue* value = key.FindValue(valueName);
-    if (!value) {
-        key.values.push_back({std::u16string(valueName), REG_SZ, {}});
-        value = &key.values.back();
-    }
-    value->type = REG_SZ;
-    value->data.assign((text.size() + 1) * sizeof(char16_t), 0);
-    if (!text.empty()) std::memcpy(value->data.data(), text.data(), text.size() * sizeof(char16_t));
+    tree.Create(kClassesRoot, PathOf(path), created).Set({std::u16string(valueName), std::u16string(text), {}});
 }
 
 LONG ReadClassesText(NameList path, std::u16string& text) {

@@ -4,11 +4,11 @@
 #include <windows.h>
 
 #include <initializer_list>
-#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "platform/last_error.h"
 #include "platform/registry_store.h"
 
 namespace platform {
@@ -30,15 +30,5 @@ void SetText(RegistryTree& tree, NameList path, std::u16string_view text, std::u
 LONG ReadClassesText(NameList path, std::u16string& text);
 // The same of a class's entry: S_OK, REGDB_E_CLASSNOTREG without one, REGDB_E_READREGDB where nothing can be read.
 HRESULT ReadClassEntry(REFCLSID clsid, std::u16string_view name, std::u16string& text);
-
-// No exception leaves a call of the system.
-template <class Work>
-HRESULT OrOutOfMemory(Work work) {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
-}
 
 }  // namespace platform

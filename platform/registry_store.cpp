@@ -1,4 +1,4 @@
-// See registry_store.h. A parsed file is kept as long as name, inode, size and times stay the same, as look-ups are
+// A parsed file is kept as long as name, inode, size and times stay the same, as look-ups are
 // frequent (every reported error asks for a ProgID) and changes are rare. A damaged file is reported and never replaced.
 #include "platform/registry_store.h"
 
@@ -111,7 +111,7 @@ LONG RegistryStore::Refresh() {
         return ErrorOf(errno);
     }
     RegistryTree tree;
-    if (ReadRegistryText(text, tree) != 0) return ERROR_BADDB;
+    if (!ReadRegistryText(text, tree)) return ERROR_BADDB;
     tree_ = std::move(tree);
     name_ = std::move(name);
     return ERROR_SUCCESS;

@@ -1,10 +1,6 @@
-// See registry_text.h. Strings that a line cannot hold (line breaks, several terminators, broken UTF-16) and all types
-// but strings and 32-bit numbers are written as bytes: hex(type):...
 #include "platform/registry_text.h"
 
 #include <algorithm>
-#include <cstring>
-#include <optional>
 
 #include "platform/wide_text.h"
 
@@ -12,8 +8,6 @@ namespace platform {
 namespace {
 
 constexpr std::string_view kSignature = "Windows Registry Editor Version 5.00";
-constexpr std::string_view kDigits = "0123456789abcdef";
-constexpr size_t kBytesPerLine = 24;
 
 void WriteQuoted(std::string_view text, std::string& out) {
     out += '"';
@@ -22,43 +16,6 @@ void WriteQuoted(std::string_view text, std::string& out) {
         out += c;
     }
     out += '"';
-}
-
-void WriteHexByte(BYTE byte, std::string& out) {
-    out += kDigits[byte >> 4];
-    out += kDigits[byte & 15];
-}
-
-// The characters of a string that reads back as these very bytes, or nothing.
-std::optional<std::string> PlainString(const RegistryValue& value) {
-    if (value.type != REG_SZ || value.data.size() < 2 || value.data.size() % 2 != 0) return std::nullopt;
-    std::u16string text(value.data.size() / 2, u'\0');
-    std::memcpy(text.data(), value.data.data(), value.data.size());
-    if (text.back() != u'\0') return std::nullopt;
-    text.pop_back();
-    std::string narrow;
-    const bool plain = std::all_of(text.begin(), text.end(), [](char16_t c) { return c >= 0x20; });
-    if (!plain || !Narrow(text, narrow)) return std::nullopt;
-    return narrow;
-}
-
-void WriteBytes(const RegistryValue& value, std::string& out) {
-    out += "hex";
-    if (value.type != REG_BINARY) {
-        out += '(';
-        bool leading = true;
-        for (int shift = 28; shift >= 0; shift -= 4) {
-            const DWORD digit = value.type >> shift & 15;
-            leading = leading && digit == 0 && shift != 0;
-            if (!leading) out += kDigits[digit];
-        }
-        out += ')';
-    }
-    out += ':';
-    for (size_t i = 0; i < value.data.size(); ++i) {
-        if (i != 0) out += i % kBytesPerLine == 0 ? ",\\\n  " : ",";
-        WriteHexByte(value.data[i], out);
-    }
 }
 
 void WriteValue(const RegistryValue& value, std::string& out) {
@@ -70,13 +27,12 @@ void WriteValue(const RegistryValue& value, std::string& out) {
         WriteQuoted(name, out);
     }
     out += '=';
-    if (const std::optional<std::string> text = PlainString(value)) {
-        WriteQuoted(*text, out);
-    } else if (value.type == REG_DWORD && value.data.size() == sizeof(DWORD)) {
-        out += "dword:";
-        for (size_t i = sizeof(DWORD); i-- != 0;) WriteHexByte(value.data[i], out);
+    if (value.foreign.empty()) {
+        std::string text;
+        static_cast<void>(Narrow(value.text, text));
+        WriteQuoted(text, out);
     } else {
-        WriteBytes(value, out);
+        out += value.foreign;
     }
     out += '\n';
 }
@@ -123,30 +79,15 @@ bool ReadQuoted(std::string_view& text, std::u16string& out) {
     return Skip(text, "\"") && Widen(content, out);
 }
 
-// One to eight hexadecimal digits.
-bool ReadHex(std::string_view& text, DWORD& number) {
-    number = 0;
-    size_t count = 0;
-    for (; count < text.size(); ++count) {
-        const char c = static_cast<char>(text[count] >= 'A' && text[count] <= 'F' ? text[count] + 0x20 : text[count]);
-        const size_t digit = kDigits.find(c);
-        if (digit == std::string_view::npos) break;
-        if (count == 8) return false;
-        number = number << 4 | static_cast<DWORD>(digit);
-    }
-    text.remove_prefix(count);
-    return count != 0;
-}
-
 class Reader {
 public:
     Reader(std::string_view text, RegistryTree& tree) : rest_(text), tree_(tree) { Skip(rest_, "\xEF\xBB\xBF"); }
 
-    size_t Run() {
-        if (Trimmed(rest_).empty()) return 0;  // a file just created: an empty registry
+    bool Run() {
+        if (Trimmed(rest_).empty()) return true;  // a file just created: an empty registry
         bool ok = NextLine() && line_ == kSignature;
         while (ok && NextLine()) ok = line_.empty() || line_.front() == ';' || ReadLine();
-        return ok ? 0 : std::max<size_t>(number_, 1);
+        return ok;
     }
 
 private:
@@ -155,7 +96,6 @@ private:
         const size_t end = std::min(rest_.find('\n'), rest_.size());
         line_ = Trimmed(rest_.substr(0, end));
         rest_.remove_prefix(std::min(end + 1, rest_.size()));
-        ++number_;
         return true;
     }
 
@@ -164,14 +104,10 @@ private:
         RegistryValue value;
         if (!key_ || (!Skip(line_, "@") && !ReadQuoted(line_, value.name))) return false;
         line_ = Trimmed(line_);
-        if (!Skip(line_, "=") || !IsValueName(value.name)) return false;
+        if (!Skip(line_, "=") || !IsPrintable(value.name)) return false;
         line_ = Trimmed(line_);
-        if (!ReadData(value)) return false;
-        if (RegistryValue* const earlier = key_->FindValue(value.name)) {
-            *earlier = std::move(value);
-        } else {
-            key_->values.push_back(std::move(value));
-        }
+        if (line_.starts_with('"') ? !ReadString(value.text) : !ReadForeign(value.foreign)) return false;
+        key_->Set(std::move(value));
         return true;
     }
 
@@ -189,53 +125,26 @@ private:
         return true;
     }
 
-    bool ReadData(RegistryValue& value) {
-        if (line_.starts_with('"')) return ReadString(value);
-        if (Skip(line_, "dword:")) {
-            DWORD number = 0;
-            value.type = REG_DWORD;
-            if (!ReadHex(line_, number) || !line_.empty()) return false;
-            value.data.resize(sizeof number);
-            std::memcpy(value.data.data(), &number, sizeof number);
-            return true;
-        }
-        value.type = REG_BINARY;
-        if (!Skip(line_, "hex")) return false;
-        if (Skip(line_, "(") && (!ReadHex(line_, value.type) || !Skip(line_, ")"))) return false;
-        return Skip(line_, ":") && ReadBytes(value.data);
+    // A string may hold line breaks, as the real files have it, and then ends in another line.
+    bool ReadString(std::u16string& text) {
+        rest_ = {line_.data(), static_cast<size_t>(rest_.data() + rest_.size() - line_.data())};
+        if (!ReadQuoted(rest_, text) || text.find(u'\0') != text.npos) return false;
+        return rest_.empty() || (NextLine() && line_.empty());
     }
 
-    bool ReadString(RegistryValue& value) {
-        std::u16string text;
-        if (!ReadQuoted(line_, text) || !line_.empty()) return false;
-        value.type = REG_SZ;
-        value.data.resize((text.size() + 1) * sizeof(char16_t));
-        std::memcpy(value.data.data(), text.c_str(), value.data.size());
+    // Bytes and numbers; a backslash at the end of a line goes on in the next one.
+    bool ReadForeign(std::string& out) {
+        if (!line_.starts_with("dword:") && !line_.starts_with("hex")) return false;
+        out = line_;
+        while (out.back() == '\\') {
+            if (!NextLine() || line_.empty()) return false;
+            out.append("\n  ").append(line_);
+        }
         return true;
-    }
-
-    // Bytes parted by commas; a backslash at the end of a line goes on in the next one.
-    bool ReadBytes(std::vector<BYTE>& data) {
-        for (;;) {
-            line_ = Trimmed(line_);
-            if (line_ == "\\") {
-                if (!NextLine()) return false;
-                continue;
-            }
-            if (line_.empty()) return data.empty();
-            DWORD byte = 0;
-            if (!ReadHex(line_, byte) || byte > 0xFF) return false;
-            data.push_back(static_cast<BYTE>(byte));
-            line_ = Trimmed(line_);
-            if (line_.empty()) return true;
-            if (!Skip(line_, ",")) return false;
-            if (Trimmed(line_).empty()) return false;
-        }
     }
 
     std::string_view rest_;
     std::string_view line_;
-    size_t number_ = 0;
     RegistryKey* key_ = nullptr;
     RegistryTree& tree_;
 };
@@ -253,6 +162,6 @@ std::string WriteRegistryText(const RegistryTree& tree) {
     return out;
 }
 
-size_t ReadRegistryText(std::string_view text, RegistryTree& tree) { return Reader(text, tree).Run(); }
+bool ReadRegistryText(std::string_view text, RegistryTree& tree) { return Reader(text, tree).Run(); }
 
 }  // namespace platform

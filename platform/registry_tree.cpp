@@ -1,4 +1,3 @@
-// See registry_tree.h.
 #include "platform/registry_tree.h"
 
 #include <algorithm>
@@ -6,9 +5,6 @@
 #include "platform/wide_text.h"
 
 namespace platform {
-namespace {
-
-// Control characters have no place in a line of text, and half a surrogate pair none in UTF-8.
 bool IsPrintable(std::u16string_view name) {
     for (size_t i = 0; i < name.size(); ++i) {
         const char16_t c = name[i];
@@ -18,10 +14,6 @@ bool IsPrintable(std::u16string_view name) {
     }
     return true;
 }
-
-}  // namespace
-
-bool IsValueName(std::u16string_view name) { return name.size() <= kMaxValueName && IsPrintable(name); }
 
 bool SplitPath(std::u16string_view text, RegistryPath& path) {
     path.clear();
@@ -42,6 +34,18 @@ RegistryValue* RegistryKey::FindValue(std::u16string_view valueName) {
     const auto found = std::find_if(values.begin(), values.end(),
                                     [&](const RegistryValue& value) { return SameName(value.name, valueName); });
     return found == values.end() ? nullptr : &*found;
+}
+
+bool RegistryKey::Set(RegistryValue value) {
+    RegistryValue* const earlier = FindValue(value.name);
+    if (!earlier) {
+        values.push_back(std::move(value));
+        return true;
+    }
+    if (earlier->text == value.text && earlier->foreign == value.foreign) return false;
+    earlier->text = std::move(value.text);
+    earlier->foreign = std::move(value.foreign);
+    return true;
 }
 
 RegistryKey* RegistryTree::Find(size_t root, RegistryPathView path) {
@@ -69,9 +73,8 @@ RegistryKey& RegistryTree::Create(size_t root, RegistryPathView path, bool& crea
     return *key;
 }
 
-bool RegistryTree::Remove(size_t root, RegistryPathView path) {
-    RegistryKey* const parent = Find(root, path.first(path.size() - 1));
-    return parent && parent->keys.erase(Folded(path.back())) != 0;
+void RegistryTree::Remove(size_t root, RegistryPathView path) {
+    if (RegistryKey* const parent = Find(root, path.first(path.size() - 1))) parent->keys.erase(Folded(path.back()));
 }
 
 }  // namespace platform

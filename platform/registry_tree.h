@@ -16,16 +16,13 @@ namespace platform {
 
 // What a name and a tree may be, as in the real registry; the text form relies on it.
 inline constexpr size_t kMaxKeyName = 255;
-inline constexpr size_t kMaxValueName = 16383;
 inline constexpr size_t kMaxKeyDepth = 512;
-inline constexpr size_t kMaxValueSize = 1 << 20;  // ours: the file is read and written as a whole
 
+// A string, or a value of another type, which nothing here reads or makes: it is kept as the file has it.
 struct RegistryValue {
     std::u16string name;  // empty: the default value
-    DWORD type = REG_NONE;
-    std::vector<BYTE> data;  // strings as UTF-16 little-endian, as they were set
-
-    bool IsText() const { return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ; }
+    std::u16string text;
+    std::string foreign;  // what follows the equals sign, over all its lines; empty for a string
 };
 
 struct RegistryKey {
@@ -34,6 +31,8 @@ struct RegistryKey {
     std::vector<RegistryValue> values;                            // in the order in which they were first set
 
     RegistryValue* FindValue(std::u16string_view valueName);
+    // False when it is there as it is already.
+    bool Set(RegistryValue value);
 };
 
 using RegistryPath = std::vector<std::u16string>;
@@ -41,7 +40,8 @@ using RegistryPathView = std::span<const std::u16string>;
 
 // False for a path with an empty, overlong or unprintable name in it. One trailing separator is forgiven.
 [[nodiscard]] bool SplitPath(std::u16string_view text, RegistryPath& path);
-[[nodiscard]] bool IsValueName(std::u16string_view name);
+// Control characters have no place in the line of a name, and half a surrogate pair none in UTF-8.
+[[nodiscard]] bool IsPrintable(std::u16string_view name);
 
 inline constexpr std::array<std::u16string_view, 4> kRootNames = {u"HKEY_CLASSES_ROOT", u"HKEY_CURRENT_USER",
                                                                   u"HKEY_LOCAL_MACHINE", u"HKEY_USERS"};
@@ -52,8 +52,8 @@ struct RegistryTree {
     RegistryKey* Find(size_t root, RegistryPathView path);
     // Adds what is missing. `created` tells whether the last key is new.
     RegistryKey& Create(size_t root, RegistryPathView path, bool& created);
-    // Removes the key with all below it; false when there is none. `path` is not empty.
-    bool Remove(size_t root, RegistryPathView path);
+    // Removes the key with all below it. `path` is not empty.
+    void Remove(size_t root, RegistryPathView path);
 };
 
 }  // namespace platform

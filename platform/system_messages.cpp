@@ -89,6 +89,7 @@ constexpr Row kErrors[] = {
     {ERROR_CANCELLED, "The operation was canceled by the user."},
     {ERROR_DISK_QUOTA_EXCEEDED, "The requested file operation failed because the storage quota was exceeded."},
     {ERROR_NO_SYSTEM_RESOURCES, "Insufficient system resources exist to complete the requested service."},
+    {ERROR_UNSUPPORTED_TYPE, "Data of this type is not supported."},
     {ERROR_RESOURCE_DATA_NOT_FOUND, "The specified image file did not contain a resource section."},
     {ERROR_RESOURCE_TYPE_NOT_FOUND, "The specified resource type cannot be found in the image file."},
     {ERROR_RESOURCE_NAME_NOT_FOUND, "The specified resource name cannot be found in the image file."},

@@ -1,7 +1,6 @@
-// The registry's file: where it is, what it looks like, damage, other processes, and what the real calls leave open.
+// The registry's file: where it is, what it looks like, damage, other processes.
 #include <windows.h>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -12,38 +11,26 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "platform/registry_text.h"
 #include "tests/platform/registry_access.h"
-#include "tests/support/allocation_faults.h"
 #include "tests/support/temp_folder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-// A registry of its own, and the variables as they were afterwards.
+// A registry of its own.
 class RegistryFile : public testing::Test {
 protected:
     void SetUp() override {
-        for (const char* variable : kVariables) {
-            const char* const value = std::getenv(variable);
-            before_.emplace_back(value ? std::optional<std::string>(value) : std::nullopt);
-        }
         file_ = folder_ / "a folder" / "registry.reg";
         setenv("TALVO_REGISTRY", file_.c_str(), 1);
     }
     void TearDown() override {
-        for (size_t i = 0; i < std::size(kVariables); ++i) {
-            if (before_[i])
-                setenv(kVariables[i], before_[i]->c_str(), 1);
-            else
-                unsetenv(kVariables[i]);
-        }
+        setenv("TALVO_REGISTRY", before_.c_str(), 1);
     }
 
     static LONG Create(const std::string& name) { return probe::CreateKey(HKEY_CLASSES_ROOT, name); }
@@ -54,9 +41,9 @@ protected:
     }
     std::string Content() const { return talvo::test::Load(file_); }
 
-    static constexpr const char* kVariables[] = {"TALVO_REGISTRY", "XDG_DATA_HOME", "HOME"};
-    static constexpr const char* kSignature = "Windows Registry Editor Version 5.00\n";
-    std::vector<std::optional<std::string>> before_;
+    const std::string signature_ = "Windows Registry Editor Version 5.00\n";
+    const std::string key_ = signature_ + "\n[HKEY_CLASSES_ROOT\\A]\n";
+    const std::string before_ = std::getenv("TALVO_REGISTRY");
     const talvo::test::TempFolder folder_;
     fs::path file_;
 };
@@ -64,38 +51,16 @@ protected:
 TEST_F(RegistryFile, IsMadeWithItsFolderByTheFirstChange) {
     EXPECT_EQ(Open("Probe"), ERROR_FILE_NOT_FOUND);
     EXPECT_FALSE(fs::exists(file_.parent_path())) << "reading makes nothing";
-    HKEY key = nullptr;
-    ASSERT_EQ(probe::CreateKey(HKEY_CLASSES_ROOT, "Probe\\Key", &key), ERROR_SUCCESS);
-    probe::SetValue(key, "", REG_SZ, probe::Bytes("C:\\\"x\""));
-    probe::SetValue(key, "n", REG_DWORD, std::string("\x1a\0\0\0", 4));
-    probe::SetValue(key, "b", REG_BINARY, "\1\2");
-    RegCloseKey(key);
-    EXPECT_EQ(Content(),
-              std::string(kSignature) +
-                  "\n[HKEY_CLASSES_ROOT\\Probe\\Key]\n@=\"C:\\\\\\\"x\\\"\"\n\"n\"=dword:0000001a\n\"b\"=hex:01,02\n");
-}
-
-TEST_F(RegistryFile, Places) {
-    unsetenv("TALVO_REGISTRY");
-    setenv("XDG_DATA_HOME", (folder_ / "data").c_str(), 1);
-    setenv("HOME", (folder_ / "home").c_str(), 1);
-    EXPECT_EQ(Create("Probe"), ERROR_SUCCESS);
-    EXPECT_TRUE(fs::exists(folder_ / "data/talvo/registry.reg"));
-    unsetenv("XDG_DATA_HOME");
-    EXPECT_EQ(Create("Probe"), ERROR_SUCCESS);
-    EXPECT_TRUE(fs::exists(folder_ / "home/.local/share/talvo/registry.reg"));
-    unsetenv("HOME");
-    EXPECT_EQ(Create("Probe"), ERROR_PATH_NOT_FOUND);
+    probe::SetText("Probe\\Key", "C:\\\"x\"\r\n");
+    EXPECT_EQ(Content(), signature_ + "\n[HKEY_CLASSES_ROOT\\Probe\\Key]\n@=\"C:\\\\\\\"x\\\"\r\n\"\n");
 }
 
 TEST_F(RegistryFile, DamageIsReportedAndLeftAlone) {
-    const std::string start = kSignature;
-    const std::string key = start + "[HKEY_CLASSES_ROOT\\A]\n";
     for (const std::string& text :
-         {std::string("REGEDIT4\n"), std::string(1, '\0'), start + "@=\"x\"\n", start + "[HKEY_NONE\\A]\n",
-          start + "[HKEY_CLASSES_ROOT\\A\n", start + "[HKEY_CLASSES_ROOT\\\\A]\n", key + "@=\"x\n", key + "@=\"\\n\"\n",
-          key + "@=dword:123456789\n", key + "@=dword:\n", key + "@=hex:1,\n", key + "@=hex:100\n", key + "@=hex(:00\n",
-          key + "@=hex:00,\\\n", key + "x=\"1\"\n", key + "@=\"\xFF\"\n", key + "junk\n"}) {
+         {std::string("REGEDIT4\n"), std::string(1, '\0'), signature_ + "@=\"x\"\n", signature_ + "[HKEY_NONE\\A]\n",
+          signature_ + "[HKEY_CLASSES_ROOT\\A\n", signature_ + "[HKEY_CLASSES_ROOT\\\\A]\n", key_ + "@=\"x\n",
+          key_ + "@=\"\\n\"\n", key_ + "@=\"x\" y\n", key_ + "@=hex:00,\\\n", key_ + "@=\n", key_ + "@=word:1\n",
+          key_ + "x=\"1\"\n", key_ + "@=\"\xFF\"\n", key_ + std::string("@=\"\0\"\n", 6), key_ + "junk\n"}) {
         SCOPED_TRACE(text);
         Write(text);
         EXPECT_EQ(Open("A"), ERROR_BADDB);
@@ -106,56 +71,52 @@ TEST_F(RegistryFile, DamageIsReportedAndLeftAlone) {
     EXPECT_EQ(Create("B"), ERROR_SUCCESS) << "a file without a byte is an empty registry";
 }
 
+// Values that are no strings stay as they are, whatever is changed beside them.
 TEST_F(RegistryFile, TextByOtherHands) {
     Write(
-        "\xEF\xBB\xBFWindows Registry Editor Version 5.00\r\n\r\n; a remark\r\n[HKEY_CLASSES_ROOT\\A b]\r\n"
-        "\"n\" = dword:0000001A\r\n\"m\"=hex(7):61,00,\\\r\n  00,00,00,00\r\n@=\"\xC3\xA4\"\r\n@=\"last counts\"\r\n");
+        "\xEF\xBB\xBFWindows Registry Editor Version 5.00\r\n\r\n; a remark\r\n[HKEY_CLASSES_ROOT\\a b]\r\n"
+        "\"n\" = dword:0000001A\r\n\"m\"=hex(7):61,00,\\\r\n  00,00,00,00\r\n@=\"first\"\r\n@=\"two\nlines\"\r\n"
+        "\"\xC3\xA4\"=\"\xC3\xA4\"\r\n");
+    EXPECT_EQ(probe::GetText("A B"), "two\nlines") << "the last one counts";
+    EXPECT_EQ(probe::GetText("a b", "n"), "no value");
     HKEY key = nullptr;
-    ASSERT_EQ(RegOpenKeyExA(HKEY_CLASSES_ROOT, "a B", 0, KEY_READ, &key), ERROR_SUCCESS);
-    char data[32] = {};
-    DWORD size = sizeof data;
-    EXPECT_EQ(RegQueryValueExA(key, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(data), &size), ERROR_SUCCESS);
-    EXPECT_STREQ(data, "last counts");
-    DWORD type = 0;
-    size = sizeof data;
-    EXPECT_EQ(RegQueryValueExA(key, "m", nullptr, &type, reinterpret_cast<BYTE*>(data), &size), ERROR_SUCCESS);
-    EXPECT_EQ(type, static_cast<DWORD>(REG_MULTI_SZ));
-    EXPECT_EQ(std::string(data, size), std::string("a\0\0", 3));
-    RegCloseKey(key);
-    Write(std::string(kSignature) + "[HKEY_CLASSES_ROOT\\Elsewhere]\n");
+    ASSERT_EQ(probe::OpenKey(HKEY_CLASSES_ROOT, "a b", &key), ERROR_SUCCESS);
+    EXPECT_EQ(RegQueryValueExW(key, u"n", nullptr, nullptr, nullptr, nullptr), ERROR_UNSUPPORTED_TYPE);
+    EXPECT_EQ(probe::SetValue(key, "n", REG_SZ + 1, probe::Bytes("expanded")), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
+    EXPECT_EQ(RegCloseKey(key), ERROR_INVALID_HANDLE);
+    probe::SetText("A b", "one", "N2");
+    EXPECT_EQ(Content(), signature_ +
+                             "\n[HKEY_CLASSES_ROOT\\a b]\n\"n\"=dword:0000001A\n\"m\"=hex(7):61,00,\\\n  00,00,00,00\n"
+                             "@=\"two\nlines\"\n\"\xC3\xA4\"=\"\xC3\xA4\"\n\"N2\"=\"one\"\n");
+    probe::SetText("a b", "ours now", "M");
+    EXPECT_EQ(probe::GetText("a b", "m"), "ours now");
+    Write(signature_ + "[HKEY_CLASSES_ROOT\\Elsewhere]\n");
     EXPECT_EQ(Open("Elsewhere"), ERROR_SUCCESS) << "another process's change shows";
     EXPECT_EQ(Open("A b"), ERROR_FILE_NOT_FOUND);
 }
 
-TEST_F(RegistryFile, EveryTreeReadsBack) {
-    platform::RegistryTree tree;
-    const std::u16string long16(platform::kMaxKeyName, u'k');
-    bool created = false;
-    for (const std::u16string& name :
-         {std::u16string(u"a]b"), std::u16string(u" \"x\" = "), std::u16string(u"\u00E4\xD83D\xDE00"), long16}) {
-        platform::RegistryKey& key = tree.Create(1, platform::RegistryPath{name, u"below"}, created);
-        for (DWORD type : {0u, 1u, 3u, 4u, 0xFFFFFFFFu}) {
-            for (size_t size : {0u, 1u, 2u, 4u, 24u, 49u}) {
-                key.values.push_back({name + std::u16string(key.values.size() + 1, u'v'), type,
-                                      std::vector<BYTE>(size, static_cast<BYTE>(size))});
-            }
-        }
-    }
-    const std::string text = platform::WriteRegistryText(tree);
-    platform::RegistryTree again;
-    ASSERT_EQ(platform::ReadRegistryText(text, again), 0u);
-    EXPECT_TRUE(platform::WriteRegistryText(again) == text);
-}
-
-TEST_F(RegistryFile, NamesThatNoKeyCanHave) {
+TEST_F(RegistryFile, WhatNoFileCanHold) {
     for (const std::string& name :
          {std::string("a\\\\b"), std::string("a\nb"), std::string(256, 'x'), std::string("\\")}) {
         EXPECT_EQ(Create(name), ERROR_INVALID_PARAMETER) << name;
     }
-    EXPECT_EQ(Create("ends\\"), ERROR_SUCCESS);
+    EXPECT_EQ(Create(std::string(255, 'x') + "\\\xE4]b\"\\"), ERROR_SUCCESS);
     HKEY key = nullptr;
-    ASSERT_EQ(RegOpenKeyExA(HKEY_CLASSES_ROOT, "ends", 0, KEY_QUERY_VALUE, &key), ERROR_SUCCESS);
-    EXPECT_EQ(probe::CreateKey(key, "New"), ERROR_ACCESS_DENIED);
+    ASSERT_EQ(probe::CreateKey(HKEY_CLASSES_ROOT, "A", &key), ERROR_SUCCESS);
+    const struct {
+        const char* name;
+        std::u16string text;
+        LONG code;
+    } rows[] = {{"good", std::u16string(u"\xD83D\xDE00\0", 3), ERROR_SUCCESS},
+                {"without terminator", u"x", ERROR_INVALID_PARAMETER},
+                {"two terminators", std::u16string(u"x\0\0", 3), ERROR_INVALID_PARAMETER},
+                {"half a pair", std::u16string(u"\xD83D\0", 2), ERROR_INVALID_PARAMETER},
+                {"line\nbreak", std::u16string(1, u'\0'), ERROR_INVALID_PARAMETER}};
+    for (const auto& row : rows) {
+        const std::string bytes(reinterpret_cast<const char*>(row.text.data()), 2 * row.text.size());
+        EXPECT_EQ(probe::SetValue(key, row.name, REG_SZ, bytes), row.code) << row.name;
+    }
     RegCloseKey(key);
 }
 
@@ -163,25 +124,20 @@ TEST_F(RegistryFile, ProcessesAndThreadsLoseNothing) {
     constexpr int kProcesses = 3;
     constexpr int kKeys = 25;
     ASSERT_EQ(Create("Start"), ERROR_SUCCESS);
+    const auto createAll = [](char who) {
+        int failed = 0;
+        for (int i = 0; i < kKeys; ++i) failed += Create(who + std::to_string(i)) != ERROR_SUCCESS;
+        return failed;
+    };
     std::vector<pid_t> children;
     for (int p = 0; p < kProcesses; ++p) {
         const pid_t child = fork();
-        if (child == 0) {
-            int failed = 0;
-            for (int i = 0; i < kKeys; ++i)
-                failed += Create("P" + std::to_string(p) + "-" + std::to_string(i)) != ERROR_SUCCESS;
-            _exit(failed);
-        }
+        if (child == 0) _exit(createAll(static_cast<char>('a' + p)));
         children.push_back(child);
     }
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 2; ++t) {
-        threads.emplace_back([t] {
-            for (int i = 0; i < kKeys; ++i)
-                EXPECT_EQ(Create("T" + std::to_string(t) + "-" + std::to_string(i)), ERROR_SUCCESS);
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    std::thread thread([&] { EXPECT_EQ(createAll('t'), 0); });
+    EXPECT_EQ(createAll('u'), 0);
+    thread.join();
     for (const pid_t child : children) {
         int status = -1;
         waitpid(child, &status, 0);
@@ -203,20 +159,6 @@ TEST_F(RegistryFile, ReplacedAsAWhole) {
     EXPECT_EQ(static_cast<unsigned>(fs::status(real).permissions()), 0640u);
     EXPECT_FALSE(fs::exists(real.string() + ".new"));
     EXPECT_EQ(Open("A"), ERROR_SUCCESS);
-}
-
-TEST_F(RegistryFile, EveryFailingAllocation) {
-    ASSERT_EQ(Create("A"), ERROR_SUCCESS);
-    talvo::test::ForEachFailingAllocation(
-        [&](talvo::test::AllocationFaults& faults) {
-            const LONG code = Create("B");
-            EXPECT_EQ(code, faults.Struck() ? ERROR_NOT_ENOUGH_MEMORY : ERROR_SUCCESS);
-            faults.Disarm();
-            EXPECT_EQ(Open("A"), ERROR_SUCCESS);
-            EXPECT_EQ(Open("B"), code == ERROR_SUCCESS ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND);
-            RegDeleteKeyW(HKEY_CLASSES_ROOT, u"B");
-        },
-        talvo::test::FaultKind::New);
 }
 
 }  // namespace
