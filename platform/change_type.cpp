@@ -1,20 +1,18 @@
-// VariantChangeType: every source becomes a Number, a text or an object, and that becomes the target type. Currency,
-// date and decimal only convert to themselves, to nothing and to null.
+// VariantChangeType, to what an argument of a late-bound call can be: a 16- or 32-bit integer, a truth, a text or an object.
+// Numbers pass through a double, which is exact for all of these.
 #include <oleauto.h>
 
-#include <float.h>
 #include <math.h>
 
-#include <iterator>
+#include <algorithm>
+#include <charconv>
 #include <string_view>
 
+#include "platform/last_error.h"
 #include "platform/number_text.h"
 #include "platform/variant.h"
 
 namespace {
-
-using platform::Number;
-using platform::ParseNumber;
 
 constexpr VARTYPE kByteArray = VT_ARRAY | VT_UI1;
 
@@ -35,124 +33,106 @@ const IntegerType* IntegerOf(VARTYPE vt) {
     return nullptr;
 }
 
-bool IsNumeric(VARTYPE vt) { return IntegerOf(vt) || vt == VT_R4 || vt == VT_R8 || vt == VT_BOOL; }
-
-Number SignedNumber(LONGLONG value) {
-    const auto bits = static_cast<ULONGLONG>(value);
-    return {.whole = true, .negative = value < 0, .magnitude = value < 0 ? 0 - bits : bits, .real = 0};
-}
-
-Number IntegerFrom(const VARIANT& source, const IntegerType& type) {
+// The value with its sign, or the bits of an unsigned one.
+LONGLONG BitsOf(const VARIANT& source, const IntegerType& type) {
     switch (type.bits) {
         case 8:
-            return SignedNumber(type.isSigned ? static_cast<signed char>(source.cVal) : source.bVal);
+            return type.isSigned ? static_cast<signed char>(source.cVal) : source.bVal;
         case 16:
-            return SignedNumber(type.isSigned ? source.iVal : source.uiVal);
+            return type.isSigned ? source.iVal : source.uiVal;
         case 32:
-            return SignedNumber(type.isSigned ? source.lVal : LONGLONG{source.ulVal});
+            return type.isSigned ? source.lVal : LONGLONG{source.ulVal};
         default:
-            if (type.isSigned) return SignedNumber(source.llVal);
-            return {.whole = true, .negative = false, .magnitude = source.ullVal, .real = 0};
+            return source.llVal;
     }
+}
+
+std::u16string_view TextOf(BSTR text) { return text ? std::u16string_view(text, SysStringLen(text)) : u""; }
+
+HRESULT ToNumber(const VARIANT& source, double* out) {
+    if (const IntegerType* type = IntegerOf(source.vt)) {
+        const LONGLONG bits = BitsOf(source, *type);
+        return *out = type->isSigned ? static_cast<double>(bits) : static_cast<double>(static_cast<ULONGLONG>(bits)),
+               S_OK;
+    }
+    switch (source.vt) {
+        case VT_EMPTY:
+            return *out = 0, S_OK;
+        case VT_BOOL:
+            return *out = source.boolVal, S_OK;
+        case VT_R4:
+            return *out = double{source.fltVal}, S_OK;
+        case VT_R8:
+            return *out = source.dblVal, S_OK;
+        case VT_BSTR:
+            return platform::ParseNumber(TextOf(source.bstrVal), out);
+        default:
+            return DISP_E_TYPEMISMATCH;
+    }
+}
+
+HRESULT StoreInteger(const VARIANT& source, const IntegerType& type, VARIANT* target) {
+    double number = 0;
+    if (const HRESULT hr = ToNumber(source, &number); FAILED(hr)) return hr;
+    // Windows takes over the bits between two types of one width, and of a truth into any unsigned one: all of them are set.
+    const IntegerType* from = IntegerOf(source.vt);
+    if (from && from->bits == type.bits) return target->llVal = source.llVal, S_OK;
+    if (source.vt == VT_BOOL && !type.isSigned) return target->llVal = source.boolVal, S_OK;
+    const double rounded = nearbyint(number);  // half to even
+    const double least = type.isSigned ? -ldexp(1, type.bits - 1) : 0;
+    if (!(rounded >= least && rounded < least + ldexp(1, type.bits))) return DISP_E_OVERFLOW;
+    target->llVal = static_cast<LONGLONG>(rounded);  // narrower ones are its low bytes
+    return S_OK;
 }
 
 // The words for true and false. Text between number signs is what other programs write to files.
 bool ParseTruth(std::u16string_view text, VARIANT_BOOL* out) {
     const auto isWord = [text](std::u16string_view word) {
-        if (text.size() != word.size()) return false;
-        for (size_t i = 0; i < text.size(); ++i) {
-            const char16_t c = text[i] >= u'A' && text[i] <= u'Z' ? static_cast<char16_t>(text[i] + 32) : text[i];
-            if (c != word[i]) return false;
-        }
-        return true;
+        return std::equal(text.begin(), text.end(), word.begin(), word.end(),
+                          [](char16_t c, char16_t w) { return (c >= u'A' && c <= u'Z' ? c + 32 : c) == w; });
     };
     const bool truth = isWord(u"true") || text == u"#TRUE#";
     *out = truth ? VARIANT_TRUE : VARIANT_FALSE;
     return truth || isWord(u"false") || text == u"#FALSE#";
 }
 
-std::u16string_view TextOf(BSTR text) { return text ? std::u16string_view(text, SysStringLen(text)) : u""; }
+HRESULT StoreTruth(const VARIANT& source, VARIANT* target) {
+    if (source.vt == VT_BSTR && ParseTruth(TextOf(source.bstrVal), &target->boolVal)) return S_OK;
+    double number = 0;
+    if (const HRESULT hr = ToNumber(source, &number); FAILED(hr)) return hr;
+    target->boolVal = number != 0 ? VARIANT_TRUE : VARIANT_FALSE;
+    return S_OK;
+}
 
-HRESULT ToNumber(const VARIANT& source, bool wantWhole, Number* out) {
-    if (const IntegerType* type = IntegerOf(source.vt)) return *out = IntegerFrom(source, *type), S_OK;
+template <class... Number>
+HRESULT StoreDigits(VARIANT* target, Number... number) {
+    char digits[32];
+    char16_t text[sizeof digits];
+    char* const end = std::to_chars(digits, digits + sizeof digits, number...).ptr;
+    std::transform(digits, end, text, [](char c) { return static_cast<char16_t>(c == 'e' ? 'E' : c); });
+    target->bstrVal = SysAllocStringLen(text, static_cast<UINT>(end - digits));
+    return target->bstrVal ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT StoreText(const VARIANT& source, VARIANT* target) {
+    const IntegerType* type = IntegerOf(source.vt);
+    if (type && type->isSigned) return StoreDigits(target, BitsOf(source, *type));
+    if (type) return StoreDigits(target, static_cast<ULONGLONG>(BitsOf(source, *type)));
     switch (source.vt) {
         case VT_EMPTY:
-            return *out = Number(), S_OK;
+            target->bstrVal = SysAllocString(u"");
+            return target->bstrVal ? S_OK : E_OUTOFMEMORY;
         case VT_BOOL:
-            return *out = SignedNumber(source.boolVal), S_OK;
+            return StoreDigits(target, int{source.boolVal});
         case VT_R4:
-        case VT_R8:
-            out->whole = false;
-            out->real = source.vt == VT_R4 ? double{source.fltVal} : source.dblVal;
-            return S_OK;
-        case VT_BSTR: {
-            const std::u16string_view text = TextOf(source.bstrVal);
-            return ParseNumber(text.data(), static_cast<UINT>(text.size()), wantWhole, out);
+        case VT_R8: {
+            const double value = source.vt == VT_R4 ? double{source.fltVal} : source.dblVal;
+            const int precision = source.vt == VT_R4 ? 7 : 15;
+            return StoreDigits(target, value == 0 ? 0.0 : value, std::chars_format::general, precision);
         }
         default:
             return DISP_E_TYPEMISMATCH;
     }
-}
-
-HRESULT StoreInteger(Number number, const IntegerType& type, VARIANT* target) {
-    if (!number.whole) {
-        if (const HRESULT hr = platform::RoundToWhole(number.real, &number); FAILED(hr)) return hr;
-    }
-    const ULONGLONG limit = ~0ULL >> (64 - type.bits + type.isSigned);
-    const ULONGLONG most = !number.negative ? limit : type.isSigned ? limit + 1 : 0;
-    if (number.magnitude > most) return DISP_E_OVERFLOW;
-    target->ullVal = number.negative ? 0 - number.magnitude : number.magnitude;  // narrower ones are its low bytes
-    return S_OK;
-}
-
-double RealOf(const Number& number) {
-    if (!number.whole) return number.real;
-    const auto magnitude = static_cast<double>(number.magnitude);
-    return number.negative ? -magnitude : magnitude;
-}
-
-HRESULT StoreReal(double value, VARTYPE vt, VARIANT* target) {
-    if (vt == VT_R8) return target->dblVal = value, S_OK;
-    if (fabs(value) > FLT_MAX) return DISP_E_OVERFLOW;
-    target->fltVal = static_cast<FLOAT>(value);
-    return S_OK;
-}
-
-HRESULT StoreTruth(const VARIANT& source, VARIANT* target) {
-    if (source.vt == VT_BSTR && ParseTruth(TextOf(source.bstrVal), &target->boolVal)) return S_OK;
-    Number number;
-    if (const HRESULT hr = ToNumber(source, false, &number); FAILED(hr)) return hr;
-    target->boolVal = RealOf(number) != 0 ? VARIANT_TRUE : VARIANT_FALSE;
-    return S_OK;
-}
-
-HRESULT StoreNumber(const VARIANT& source, VARTYPE vt, VARIANT* target) {
-    if (vt == VT_BOOL) return StoreTruth(source, target);
-    const IntegerType* type = IntegerOf(vt);
-    const IntegerType* from = IntegerOf(source.vt);
-    if (type && from && type->bits == from->bits)
-        return target->ullVal = source.ullVal, S_OK;  // sign or not: same bits
-    Number number;
-    if (const HRESULT hr = ToNumber(source, type != nullptr, &number); FAILED(hr)) return hr;
-    if (type && source.vt == VT_BOOL && !type->isSigned) {  // all bits of true are set, in any width
-        target->ullVal = static_cast<ULONGLONG>(LONGLONG{source.boolVal});
-        return S_OK;
-    }
-    return type ? StoreInteger(number, *type, target) : StoreReal(RealOf(number), vt, target);
-}
-
-HRESULT StoreText(const VARIANT& source, USHORT flags, VARIANT* target) {
-    char16_t buffer[platform::kNumberTextMax];
-    std::u16string_view text;
-    Number number;
-    if (source.vt == VT_BOOL && (flags & (VARIANT_ALPHABOOL | VARIANT_LOCALBOOL))) {
-        text = source.boolVal ? u"True" : u"False";
-    } else if (source.vt != VT_EMPTY) {
-        if (const HRESULT hr = ToNumber(source, false, &number); FAILED(hr)) return hr;
-        text = {buffer, platform::FormatNumber(number, source.vt == VT_R4 ? 7 : 15, buffer)};
-    }
-    target->bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-    return target->bstrVal ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT StoreObject(const VARIANT& source, VARTYPE vt, VARIANT* target) {
@@ -172,33 +152,22 @@ HRESULT TextFromBytes(SAFEARRAY* array, VARIANT* target) {
     return target->bstrVal ? S_OK : E_OUTOFMEMORY;
 }
 
-HRESULT BytesFromText(BSTR text, VARIANT* target) {
-    target->parray = SafeArrayCreateVector(VT_UI1, 0, SysStringByteLen(text));
-    if (!target->parray) return E_OUTOFMEMORY;
-    const auto* bytes = reinterpret_cast<const BYTE*>(text);
-    for (UINT i = 0; i < SysStringByteLen(text); ++i) static_cast<BYTE*>(target->parray->pvData)[i] = bytes[i];
-    return S_OK;
-}
-
 // `source` is no reference and not of the type asked for. `target` gets the content; the caller sets its type.
-HRESULT Convert(const VARIANT& source, VARTYPE vt, USHORT flags, VARIANT* target) {
-    if (source.vt == VT_BSTR && vt == kByteArray) return BytesFromText(source.bstrVal, target);
+HRESULT Convert(const VARIANT& source, VARTYPE vt, VARIANT* target) {
     if (source.vt == kByteArray && vt == VT_BSTR) return TextFromBytes(source.parray, target);
-    if ((source.vt | vt) & ~VT_TYPEMASK || source.vt == VT_ERROR || source.vt == VT_NULL) return DISP_E_TYPEMISMATCH;
-    if (vt == VT_EMPTY || vt == VT_NULL) return S_OK;
+    if (source.vt & ~VT_TYPEMASK) return DISP_E_TYPEMISMATCH;
     if (vt == VT_DISPATCH || vt == VT_UNKNOWN) return StoreObject(source, vt, target);
-    if (vt == VT_BSTR) return StoreText(source, flags, target);
-    return IsNumeric(vt) ? StoreNumber(source, vt, target) : DISP_E_TYPEMISMATCH;
+    if (vt == VT_BSTR) return StoreText(source, target);
+    if (vt == VT_BOOL) return StoreTruth(source, target);
+    const IntegerType* type = IntegerOf(vt);
+    return type && (type->bits == 16 || type->bits == 32) ? StoreInteger(source, *type, target) : DISP_E_TYPEMISMATCH;
 }
 
 }  // namespace
 
-HRESULT VariantChangeType(VARIANTARG* pvargDest, VARIANTARG* pvarSrc, USHORT wFlags, VARTYPE vt) {
-    return VariantChangeTypeEx(pvargDest, pvarSrc, LOCALE_USER_DEFAULT, wFlags, vt);
-}
-
 // The destination keeps its content on failure, and may be the source.
-HRESULT VariantChangeTypeEx(VARIANTARG* pvargDest, VARIANTARG* pvarSrc, LCID, USHORT wFlags, VARTYPE vt) {
+HRESULT VariantChangeType(VARIANTARG* pvargDest, VARIANTARG* pvarSrc, USHORT wFlags, VARTYPE vt) {
+    if (wFlags != 0) return E_INVALIDARG;
     if (const HRESULT hr = platform::CheckType(pvarSrc->vt); FAILED(hr)) return hr;
     if (const HRESULT hr = platform::CheckType(vt); FAILED(hr) || vt == VT_CLSID) return DISP_E_BADVARTYPE;
     if (V_ISBYREF(pvarSrc) && !pvarSrc->byref) return DISP_E_TYPEMISMATCH;
@@ -210,7 +179,7 @@ HRESULT VariantChangeTypeEx(VARIANTARG* pvargDest, VARIANTARG* pvarSrc, LCID, US
         target = source;
         source.vt = VT_EMPTY;
     } else {
-        hr = Convert(source, vt, wFlags, &target);
+        hr = platform::OrOutOfMemory([&] { return Convert(source, vt, &target); });
         if (SUCCEEDED(hr)) target.vt = vt;
     }
     VariantClear(&source);

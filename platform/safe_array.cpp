@@ -1,5 +1,5 @@
-// SAFEARRAY. Features say how elements are released; data comes from the task allocator. Nothing asks an array for the
-// type of its elements, so none is kept.
+// SAFEARRAY of plain elements; data comes from the task allocator. Arrays whose elements own something are neither made
+// nor taken. Nothing asks an array for the type of its elements, so none is kept.
 #include <oleauto.h>
 
 #include <stdint.h>
@@ -9,23 +9,18 @@
 
 namespace {
 
-using platform::TypeSize;
-
-constexpr USHORT kCreateVector = 0x2000;  // data follows the descriptor in the same block
 constexpr USHORT kForeignData = FADF_AUTO | FADF_STATIC | FADF_EMBEDDED;
+constexpr USHORT kOwningElements = FADF_BSTR | FADF_UNKNOWN | FADF_DISPATCH | FADF_VARIANT;
 static_assert(sizeof(SAFEARRAY) == 32 && sizeof(VARIANT) == 24);
 
-void SetElementType(SAFEARRAY* array, VARTYPE vt) {
-    array->cbElements = TypeSize(vt);
-    if (vt == VT_BSTR) array->fFeatures = FADF_BSTR;
-    if (vt == VT_VARIANT) array->fFeatures = FADF_VARIANT;
-    if (vt == VT_DISPATCH) array->fFeatures = FADF_DISPATCH;
-    if (vt == VT_UNKNOWN) array->fFeatures = FADF_UNKNOWN;
+// The bytes of an element; 0 for one that owns something, or that no array can hold.
+ULONG PlainSize(VARTYPE vt) {
+    const bool owning = vt == VT_BSTR || vt == VT_UNKNOWN || vt == VT_DISPATCH || vt == VT_VARIANT;
+    return owning ? 0 : platform::TypeSize(vt);
 }
 
-// The descriptor and `extra` bytes behind it, all zero.
-SAFEARRAY* AllocateDescriptor(UINT dimensions, SIZE_T extra) {
-    const SIZE_T size = sizeof(SAFEARRAY) + (dimensions - 1) * sizeof(SAFEARRAYBOUND) + extra;
+SAFEARRAY* AllocateDescriptor(UINT dimensions) {
+    const SIZE_T size = sizeof(SAFEARRAY) + (dimensions - 1) * sizeof(SAFEARRAYBOUND);
     auto* array = static_cast<SAFEARRAY*>(CoTaskMemAlloc(size));
     if (!array) return nullptr;
     memset(array, 0, size);
@@ -44,67 +39,6 @@ bool CountElements(const SAFEARRAY* array, ULONG* count) {
         *count *= elements;
     }
     return true;
-}
-
-enum class Element { Plain, String, Object, Variant };
-
-Element KindOf(const SAFEARRAY* array) {
-    if (array->fFeatures & FADF_BSTR) return Element::String;
-    if (array->fFeatures & (FADF_UNKNOWN | FADF_DISPATCH)) return Element::Object;
-    if (array->fFeatures & FADF_VARIANT) return Element::Variant;
-    return Element::Plain;
-}
-
-void ReleaseElement(Element kind, BYTE* element) {
-    void* content = nullptr;
-    if (kind == Element::Variant) {
-        VariantClear(reinterpret_cast<VARIANT*>(element));
-        return;
-    }
-    memcpy(&content, element, sizeof content);
-    if (kind == Element::String) SysFreeString(static_cast<BSTR>(content));
-    if (kind == Element::Object && content) static_cast<IUnknown*>(content)->Release();
-}
-
-// Makes `target`, whose content is not looked at, a copy of `source`. Strings keep their length in bytes.
-HRESULT CopyElement(Element kind, BYTE* target, const BYTE* source, ULONG size) {
-    if (kind == Element::Variant) {
-        VariantInit(reinterpret_cast<VARIANT*>(target));
-        return VariantCopy(reinterpret_cast<VARIANT*>(target), reinterpret_cast<VARIANT*>(const_cast<BYTE*>(source)));
-    }
-    void* content = nullptr;
-    if (kind == Element::Plain) return memcpy(target, source, size), S_OK;
-    memcpy(&content, source, sizeof content);
-    if (kind == Element::Object && content) static_cast<IUnknown*>(content)->AddRef();
-    if (kind == Element::String && content) {
-        const BSTR text = static_cast<BSTR>(content);
-        content = SysAllocStringByteLen(reinterpret_cast<LPCSTR>(text), SysStringByteLen(text));
-        if (!content) return E_OUTOFMEMORY;
-    }
-    memcpy(target, &content, sizeof content);
-    return S_OK;
-}
-
-// Releases the first `count` elements and leaves zeros, so that doing it twice is harmless.
-void ReleaseElements(SAFEARRAY* array, ULONG count) {
-    auto* data = static_cast<BYTE*>(array->pvData);
-    const Element kind = KindOf(array);
-    for (ULONG i = 0; kind != Element::Plain && i < count; ++i) {
-        ReleaseElement(kind, data + SIZE_T{i} * array->cbElements);
-    }
-    memset(data, 0, SIZE_T{count} * array->cbElements);
-}
-
-HRESULT CopyElements(SAFEARRAY* target, const SAFEARRAY* source, ULONG count) {
-    const Element kind = KindOf(source);
-    auto* to = static_cast<BYTE*>(target->pvData);
-    const auto* from = static_cast<const BYTE*>(source->pvData);
-    if (kind == Element::Plain) return memcpy(to, from, SIZE_T{count} * source->cbElements), S_OK;
-    for (ULONG i = 0; i < count; ++i) {
-        const SIZE_T at = SIZE_T{i} * source->cbElements;
-        if (const HRESULT hr = CopyElement(kind, to + at, from + at, source->cbElements); FAILED(hr)) return hr;
-    }
-    return S_OK;
 }
 
 SAFEARRAYBOUND* Bound(SAFEARRAY* array, UINT dimension) {
@@ -134,15 +68,15 @@ HRESULT GetBound(SAFEARRAY* array, UINT dimension, LONG* out, bool upper) {
 HRESULT SafeArrayAllocDescriptor(UINT cDims, SAFEARRAY** ppsaOut) {
     if (cDims == 0 || cDims > UINT16_MAX) return E_INVALIDARG;
     if (!ppsaOut) return E_POINTER;
-    *ppsaOut = AllocateDescriptor(cDims, 0);
+    *ppsaOut = AllocateDescriptor(cDims);
     return *ppsaOut ? S_OK : E_OUTOFMEMORY;
 }
 
 SAFEARRAY* SafeArrayCreate(VARTYPE vt, UINT cDims, SAFEARRAYBOUND* rgsabound) {
     SAFEARRAY* array = nullptr;
-    if (TypeSize(vt) == 0 || !rgsabound) return nullptr;
-    if (FAILED(SafeArrayAllocDescriptor(cDims, &array))) return nullptr;
-    SetElementType(array, vt);
+    const ULONG size = PlainSize(vt);
+    if (size == 0 || !rgsabound || FAILED(SafeArrayAllocDescriptor(cDims, &array))) return nullptr;
+    array->cbElements = size;
     for (UINT i = 0; i < cDims; ++i) array->rgsabound[i] = rgsabound[cDims - 1 - i];
     if (SUCCEEDED(AllocateData(array))) return array;
     CoTaskMemFree(array);
@@ -150,27 +84,15 @@ SAFEARRAY* SafeArrayCreate(VARTYPE vt, UINT cDims, SAFEARRAYBOUND* rgsabound) {
 }
 
 SAFEARRAY* SafeArrayCreateVector(VARTYPE vt, LONG lLbound, ULONG cElements) {
-    const ULONG size = TypeSize(vt);
-    ULONG bytes = 0;
-    if (size == 0 || __builtin_mul_overflow(size, cElements, &bytes)) return nullptr;
-    SAFEARRAY* array = AllocateDescriptor(1, bytes);
-    if (!array) return nullptr;
-    SetElementType(array, vt);
-    array->fFeatures |= kCreateVector;
-    array->rgsabound[0] = {cElements, lLbound};
-    array->pvData = array + 1;
-    return array;
+    SAFEARRAYBOUND bound = {cElements, lLbound};
+    return SafeArrayCreate(vt, 1, &bound);
 }
 
 HRESULT SafeArrayDestroy(SAFEARRAY* psa) {
-    ULONG count = 0;
     if (!psa) return S_OK;
     if (psa->cLocks != 0) return DISP_E_ARRAYISLOCKED;
-    if (psa->pvData) {
-        if (!CountElements(psa, &count)) return E_UNEXPECTED;
-        ReleaseElements(psa, count);
-        if (!(psa->fFeatures & (kForeignData | kCreateVector))) CoTaskMemFree(psa->pvData);
-    }
+    if (psa->fFeatures & kOwningElements) return E_INVALIDARG;
+    if (!(psa->fFeatures & kForeignData)) CoTaskMemFree(psa->pvData);
     CoTaskMemFree(psa);
     return S_OK;
 }
@@ -207,16 +129,13 @@ HRESULT SafeArrayCopy(SAFEARRAY* psa, SAFEARRAY** ppsaOut) {
     if (!ppsaOut) return E_INVALIDARG;
     *ppsaOut = nullptr;
     if (!psa) return S_OK;
-    if (psa->cbElements == 0 || !CountElements(psa, &count)) return E_INVALIDARG;
-    SAFEARRAY* copy = AllocateDescriptor(psa->cDims, 0);
+    if (psa->cbElements == 0 || (psa->fFeatures & kOwningElements) || !CountElements(psa, &count)) return E_INVALIDARG;
+    SAFEARRAY* copy = AllocateDescriptor(psa->cDims);
     if (!copy) return E_OUTOFMEMORY;
-    constexpr USHORT kNotCopied = kForeignData | FADF_FIXEDSIZE | kCreateVector;
-    copy->fFeatures = psa->fFeatures & static_cast<USHORT>(~kNotCopied);
     copy->cbElements = psa->cbElements;
     memcpy(copy->rgsabound, psa->rgsabound, psa->cDims * sizeof(SAFEARRAYBOUND));
-    HRESULT hr = AllocateData(copy);
-    if (SUCCEEDED(hr) && psa->pvData) hr = CopyElements(copy, psa, count);
-    if (FAILED(hr)) return SafeArrayDestroy(copy), hr;
+    if (FAILED(AllocateData(copy))) return CoTaskMemFree(copy), E_OUTOFMEMORY;
+    if (psa->pvData) memcpy(copy->pvData, psa->pvData, SIZE_T{count} * psa->cbElements);
     *ppsaOut = copy;
     return S_OK;
 }

@@ -101,33 +101,4 @@ TEST(CodePage, WideToNarrow) {
     }
 }
 
-TEST(CodePage, Arguments) {
-    WCHAR wide[8];
-    char narrow[8];
-    EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "ab", -1, wide, 8), 3);  // with the terminator
-    EXPECT_EQ(wide[2], 0);
-    EXPECT_EQ(WideCharToMultiByte(CP_ACP, 0, wide, -1, narrow, 8, nullptr, nullptr), 3);
-    EXPECT_STREQ(narrow, "ab");
-    const struct {
-        UINT codePage;
-        DWORD flags;
-        const char* text;
-        int size;
-        WCHAR* target;
-        int room;
-        LONG error;
-    } rows[] = {
-        {CP_UTF8, 0, nullptr, 1, wide, 8, ERROR_INVALID_PARAMETER},
-        {CP_UTF8, 0, "a", 0, wide, 8, ERROR_INVALID_PARAMETER},
-        {CP_UTF8, 0, "a", 1, wide, -1, ERROR_INVALID_PARAMETER},
-        {CP_UTF8, 0, "a", 1, nullptr, 8, ERROR_INVALID_PARAMETER},
-        {4711, 0, "a", 1, wide, 8, ERROR_INVALID_PARAMETER},
-        {CP_UTF8, 0x100, "a", 1, wide, 8, ERROR_INVALID_FLAGS},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(MultiByteToWideChar(row.codePage, row.flags, row.text, row.size, row.target, row.room), 0);
-        EXPECT_EQ(LastError(), row.error);
-    }
-}
-
 }  // namespace

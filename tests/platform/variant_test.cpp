@@ -3,12 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 namespace {
 
 using probe::Counted;
-using probe::Text;
 
 constexpr HRESULT kBad = DISP_E_BADVARTYPE;
 constexpr HRESULT kOverflow = DISP_E_OVERFLOW;
@@ -42,9 +42,9 @@ VARIANT String(const OLECHAR* text) {
 // What it holds as text; nothing for what has no text.
 std::string Shown(const VARIANT& v) {
     VARIANT text = Make(VT_EMPTY);
-    VariantChangeTypeEx(&text, const_cast<VARIANT*>(&v), 0x409, 0, VT_BSTR);
-    std::string result(text.vt == VT_BSTR ? text.bstrVal : nullptr,
-                       text.vt == VT_BSTR ? text.bstrVal + SysStringLen(text.bstrVal) : nullptr);
+    VariantChangeType(&text, const_cast<VARIANT*>(&v), 0, VT_BSTR);
+    std::string result;
+    if (text.vt == VT_BSTR) result = probe::Narrow(text.bstrVal, SysStringLen(text.bstrVal));
     VariantClear(&text);
     return result;
 }
@@ -55,18 +55,14 @@ TEST(Variant, TypesThatClearAndCopy) {
         HRESULT copy;
         HRESULT clear;
     } rows[] = {
-        {VT_EMPTY, S_OK, S_OK},
         {VT_I4, S_OK, S_OK},
-        {VT_BSTR, S_OK, S_OK},
         {VT_DECIMAL, S_OK, S_OK},
         {VT_CLSID, kBad, S_OK},
         {15, kBad, kBad},
-        {VT_VOID, kBad, kBad},
         {VT_SAFEARRAY, kBad, kBad},
         {VT_ARRAY | VT_I4, S_OK, S_OK},
         {VT_ARRAY, kBad, kBad},
         {VT_BYREF | VT_NULL, kBad, kBad},
-        {VT_BYREF | VT_I2, S_OK, S_OK},
         {VT_BYREF | VT_ARRAY | VT_UI1, S_OK, S_OK},
         {VT_VECTOR | VT_I4, kBad, kBad},
         {VT_RESERVED | VT_I4, kBad, kBad},
@@ -98,33 +94,23 @@ TEST(Variant, OwnsWhatItHolds) {
     EXPECT_EQ(object.references, 4);
     for (VARIANT* value : {&reference, &source, &copy, &target}) EXPECT_EQ(VariantClear(value), S_OK);
     EXPECT_EQ(object.references, 1);
-
-    const OLECHAR text[] = {'a', 0, 'b'};
-    source = Make(VT_BSTR);
-    source.bstrVal = SysAllocStringLen(text, 3);
-    EXPECT_EQ(VariantCopy(&copy, &source), S_OK);
-    EXPECT_NE(copy.bstrVal, source.bstrVal);
-    EXPECT_EQ(Text(copy.bstrVal, SysStringLen(copy.bstrVal)), Text(text, 3));
-    VariantClear(&copy);
-    VariantClear(&source);
 }
 
 TEST(Variant, References) {
-    VARIANT value = Make(VT_I4, 70000), target = Make(VT_EMPTY);
-    VARIANT toValue = Make(VT_BYREF | VT_VARIANT), toReference = toValue;
-    toValue.pvarVal = &value;
-    toReference.pvarVal = &toValue;
-    EXPECT_EQ(VariantCopyInd(&target, &toValue), S_OK);
-    EXPECT_EQ(Shown(target), "70000");
-    EXPECT_EQ(VariantCopyInd(&target, &toReference), E_INVALIDARG);  // one level only
-    VARIANT number = Make(VT_BYREF | VT_I4);
+    VARIANT value = Make(VT_I4, 70000), target = Make(VT_EMPTY), number = Make(VT_BYREF | VT_I4);
     number.plVal = &value.lVal;
     EXPECT_EQ(VariantChangeType(&target, &number, 0, VT_I2), DISP_E_OVERFLOW);
     EXPECT_EQ(VariantChangeType(&number, &number, 0, VT_BSTR), S_OK);  // in place
     EXPECT_EQ(Shown(number), "70000");
+    VARIANT toOwn = Make(VT_BYREF | VT_BSTR);
+    toOwn.pbstrVal = &number.bstrVal;
+    EXPECT_EQ(VariantCopyInd(&number, &toOwn), S_OK);  // the source lies in the destination
+    EXPECT_EQ(Shown(number), "70000");
     VariantClear(&number);
-    number = Make(VT_BYREF | VT_I4);
-    EXPECT_EQ(VariantChangeType(&target, &number, 0, VT_I2), DISP_E_TYPEMISMATCH);
+    VARIANT toValue = Make(VT_BYREF | VT_VARIANT), toReference = toValue;
+    toValue.pvarVal = &value;
+    toReference.pvarVal = &toValue;
+    EXPECT_EQ(VariantCopyInd(&target, &toReference), E_INVALIDARG);  // one level only
 
     DECIMAL decimal = {};
     decimal.Lo64 = 77;
@@ -133,13 +119,6 @@ TEST(Variant, References) {
     EXPECT_EQ(VariantCopyInd(&target, &toDecimal), S_OK);
     EXPECT_EQ(target.vt, VT_DECIMAL);
     EXPECT_EQ(target.decVal.Lo64, 77u);
-    VariantClear(&target);
-
-    VARIANT own = String(OLESTR("x")), toOwn = Make(VT_BYREF | VT_BSTR);
-    toOwn.pbstrVal = &own.bstrVal;
-    EXPECT_EQ(VariantCopyInd(&own, &toOwn), S_OK);  // the source lies in the destination
-    EXPECT_EQ(Shown(own), "x");
-    VariantClear(&own);
 }
 
 struct Conversion {
@@ -147,13 +126,12 @@ struct Conversion {
     VARTYPE vt;
     HRESULT code;
     const char* shown;
-    USHORT flags = 0;
 };
 
 void Check(Conversion row) {
     SCOPED_TRACE(Shown(row.source) + " of type " + std::to_string(row.source.vt) + " to " + std::to_string(row.vt));
     VARIANT target = Make(VT_EMPTY);
-    EXPECT_EQ(VariantChangeTypeEx(&target, &row.source, 0x409, row.flags, row.vt), row.code);
+    EXPECT_EQ(VariantChangeType(&target, &row.source, 0, row.vt), row.code);
     EXPECT_EQ(target.vt, row.code == S_OK ? row.vt : 0);
     EXPECT_EQ(Shown(target), row.shown);
     VariantClear(&target);
@@ -162,33 +140,24 @@ void Check(Conversion row) {
 
 TEST(Variant, NumbersAndTextEachWay) {
     const Conversion rows[] = {
-        {Make(VT_I1, 0xfb), VT_I8, S_OK, "-5"},
-        {Make(VT_I4, -129), VT_I1, kOverflow, ""},
-        {Make(VT_I4, -1), VT_UI8, kOverflow, ""},
-        {Make(VT_UI4, 0xffffffff), VT_I8, S_OK, "4294967295"},
-        {Make(VT_UI4, 0xffffffff), VT_I4, S_OK, "-1"},  // between two types of one width the bits are taken over
-        {Make(VT_I8, -2), VT_UI8, S_OK, "18446744073709551614"},
+        {Make(VT_I1, 0xfb), VT_I4, S_OK, "-5"},
+        {Make(VT_UI4, 0xffffffff), VT_I4, S_OK, "-1"},
+        {Make(VT_UI4, 0x8000), VT_I2, kOverflow, ""},
+        {Make(VT_I8, -1), VT_UI4, kOverflow, ""},
+        {Make(VT_UI8, -1), VT_I4, kOverflow, ""},
         {Real(2.5), VT_I4, S_OK, "2"},
-        {Real(32767.4), VT_I2, S_OK, "32767"},
         {Real(32767.5), VT_I2, kOverflow, ""},
-        {Real(-0.5), VT_UI1, S_OK, "0"},
-        {Real(-0.6), VT_UI1, kOverflow, ""},
+        {Real(-0.5), VT_UI4, S_OK, "0"},
+        {Real(-0.6), VT_UI4, kOverflow, ""},
         {Real(-2147483648.5), VT_I4, S_OK, "-2147483648"},
         {Real(2147483647.5), VT_I4, kOverflow, ""},
-        {Real(9.3e18), VT_I8, kOverflow, ""},
-        {Real(9.3e18), VT_UI8, S_OK, "9300000000000000000"},
-        {Real(1e300), VT_R4, kOverflow, ""},
-        {Single(2.5f), VT_R8, S_OK, "2.5"},
-        {Make(VT_BOOL, 0xffff), VT_UI1, S_OK, "255"},
+        {Single(2.5f), VT_UI2, S_OK, "2"},
         {Make(VT_BOOL, 0xffff), VT_UI4, S_OK, "4294967295"},
+        {Make(VT_BOOL, 0xffff), VT_I2, S_OK, "-1"},
         {Make(VT_I4, 300), VT_BOOL, S_OK, "-1"},
         {Real(0.001), VT_BOOL, S_OK, "-1"},
         {Make(VT_EMPTY), VT_I4, S_OK, "0"},
-        {Make(VT_EMPTY), VT_NULL, S_OK, ""},
         {Make(VT_NULL), VT_I4, kMismatch, ""},
-        {Make(VT_NULL), VT_EMPTY, kMismatch, ""},
-        {Make(VT_I4, 5), VT_ERROR, kMismatch, ""},
-        {Make(VT_I4, 5), VT_VARIANT, kMismatch, ""},
         {Make(VT_I4, 5), VT_ARRAY | VT_I4, kMismatch, ""},
         {Make(VT_I4, 5), VT_VOID, kBad, ""},
         {Make(VT_EMPTY), VT_BSTR, S_OK, ""},
@@ -198,35 +167,22 @@ TEST(Variant, NumbersAndTextEachWay) {
         {Real(-0.0), VT_BSTR, S_OK, "0"},
         {Real(1.0 / 3), VT_BSTR, S_OK, "0.333333333333333"},
         {Real(1e15), VT_BSTR, S_OK, "1E+15"},
-        {Single(0.1f), VT_BSTR, S_OK, "0.1"},
         {Single(16777216), VT_BSTR, S_OK, "1.677722E+07"},
-        {Make(VT_BOOL, 0xffff), VT_BSTR, S_OK, "-1"},
-        {Make(VT_BOOL, 0xffff), VT_BSTR, S_OK, "True", VARIANT_ALPHABOOL},
-        {Make(VT_BOOL, 0), VT_BSTR, S_OK, "False", VARIANT_ALPHABOOL},
-        {String(OLESTR(" -5 ")), VT_I4, S_OK, "-5"},
-        {String(OLESTR("\t+5\n")), VT_I2, S_OK, "5"},
-        {String(OLESTR("1,234")), VT_I4, S_OK, "1234"},
-        {String(OLESTR("2.50")), VT_I4, S_OK, "2"},
-        {String(OLESTR("2.50000000000000000001")), VT_I4, S_OK, "3"},
-        {String(OLESTR(".5")), VT_R8, S_OK, "0.5"},
+        {String(OLESTR(" - 5 ")), VT_I4, S_OK, "-5"},
+        {String(OLESTR("\t+1,234\n")), VT_I2, S_OK, "1234"},
         {String(OLESTR("5.")), VT_I4, S_OK, "5"},
-        {String(OLESTR("1e-3")), VT_R8, S_OK, "0.001"},
-        {String(OLESTR("1e-400")), VT_R8, S_OK, "0"},
-        {String(OLESTR("1e400")), VT_R8, kOverflow, ""},
-        {String(OLESTR("00000000000000000000000000000000000005")), VT_I1, S_OK, "5"},
-        {String(OLESTR("9223372036854775807")), VT_I8, S_OK, "9223372036854775807"},
-        {String(OLESTR("9223372036854775808")), VT_I8, kOverflow, ""},
-        {String(OLESTR("18446744073709551616")), VT_UI8, kOverflow, ""},
+        {String(OLESTR(".5e1")), VT_I4, S_OK, "5"},
+        {String(OLESTR("1e-400")), VT_I4, S_OK, "0"},
+        {String(OLESTR("1e400")), VT_I4, kOverflow, ""},
+        {String(OLESTR("4294967295")), VT_UI4, S_OK, "4294967295"},
         {String(OLESTR("-1")), VT_UI4, kOverflow, ""},
-        {String(OLESTR("1e39")), VT_R4, kOverflow, ""},
         {String(OLESTR("")), VT_I4, kMismatch, ""},
-        {Make(VT_BSTR), VT_I4, kMismatch, ""},
-        {String(OLESTR(".")), VT_R8, kMismatch, ""},
-        {String(OLESTR("1e")), VT_R8, kMismatch, ""},
+        {String(OLESTR("1e")), VT_I4, kMismatch, ""},
+        {String(OLESTR("--1")), VT_I4, kMismatch, ""},
         {String(OLESTR("1 2")), VT_I4, kMismatch, ""},
-        {String(OLESTR("inf")), VT_R8, kMismatch, ""},
+        {String(OLESTR("inf")), VT_I4, kMismatch, ""},
         {String(OLESTR("tRUE")), VT_BOOL, S_OK, "-1"},
-        {String(OLESTR("#TRUE#")), VT_BOOL, S_OK, "-1"},
+        {String(OLESTR("#FALSE#")), VT_BOOL, S_OK, "0"},
         {String(OLESTR("0.0")), VT_BOOL, S_OK, "0"},
         {String(OLESTR("yes")), VT_BOOL, kMismatch, ""},
         {Make(VT_BSTR), VT_BSTR, S_OK, ""},
@@ -235,16 +191,14 @@ TEST(Variant, NumbersAndTextEachWay) {
 }
 
 TEST(Variant, BytesAndObjects) {
-    VARIANT text = Make(VT_BSTR), bytes = Make(VT_EMPTY);
-    text.bstrVal = SysAllocStringByteLen("abc", 3);
-    ASSERT_EQ(VariantChangeType(&bytes, &text, 0, VT_ARRAY | VT_UI1), S_OK);
-    EXPECT_EQ(bytes.parray->rgsabound[0].cElements, 3u);
-    EXPECT_EQ(memcmp(bytes.parray->pvData, "abc", 3), 0);
-    EXPECT_EQ(VariantChangeType(&text, &bytes, 0, VT_I4), DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(text.vt, VT_BSTR);  // kept on failure
+    VARIANT bytes = Make(VT_ARRAY | VT_UI1);
+    bytes.parray = SafeArrayCreateVector(VT_UI1, 0, 3);
+    memcpy(bytes.parray->pvData, "abc", 3);
+    EXPECT_EQ(VariantChangeType(&bytes, &bytes, 0, VT_I4), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(bytes.vt, VT_ARRAY | VT_UI1);  // kept on failure
     EXPECT_EQ(VariantChangeType(&bytes, &bytes, 0, VT_BSTR), S_OK);
     EXPECT_EQ(SysStringByteLen(bytes.bstrVal), 3u);
-    VariantClear(&text);
+    EXPECT_EQ(memcmp(bytes.bstrVal, "abc", 3), 0);
     VariantClear(&bytes);
 
     Counted object;

@@ -39,14 +39,6 @@ TEST(NativeFiles, NamesThatCannotExistHere) {
     EXPECT_TRUE(DeleteFileA(odd.c_str()));
 }
 
-TEST(NativeFiles, FullDevice) {
-    const HANDLE full = CreateFileA("/dev/full", GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    DWORD count = 77;
-    EXPECT_EQ(Error(WriteFile(full, "x", 1, &count, nullptr)), ERROR_DISK_FULL);
-    EXPECT_EQ(count, 0u);
-    CloseHandle(full);
-}
-
 // Runs `work` in another process and gives back its answer.
 template <class Work>
 int InChild(Work work) {

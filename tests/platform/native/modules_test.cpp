@@ -48,20 +48,22 @@ TEST_F(Modules, EntryIsToldOfBothEnds) {
 TEST_F(Modules, NamesAndHandles) {
     std::string backslashes = SamplePath();
     for (char& c : backslashes) c = c == '/' ? '\\' : c;
-    EXPECT_EQ(GetModuleHandleA(SAMPLE_MODULE), module_);
     EXPECT_EQ(GetModuleHandleA(backslashes.c_str()), module_);
-    EXPECT_TRUE(DisableThreadLibraryCalls(module_));
-    char name[1024];
-    GetModuleFileNameA(module_, name, sizeof name);
-    EXPECT_EQ(name, SamplePath());
     EXPECT_FALSE(GetProcAddress(module_, "GetACP"));  // it uses the stand-in, but does not offer it
-    EXPECT_FALSE(GetProcAddress(module_, MAKEINTRESOURCEA(1)));
+    char name[1024];
+    const DWORD length = GetModuleFileNameA(module_, name, sizeof name);
+    EXPECT_EQ(name, SamplePath());
+    EXPECT_EQ(GetModuleFileNameA(module_, name, length), length);
+    EXPECT_EQ(LastError(), ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(GetModuleHandleA("OleAut32"), GetModuleHandleA("kernel32.dll")) << "the stand-in is all of them";
 
     const fs::path text = fs::temp_directory_path() / "talvo_no_module.so";
     std::ofstream(text) << "no module";
     EXPECT_FALSE(LoadLibraryA(text.c_str()));
     EXPECT_EQ(LastError(), ERROR_BAD_EXE_FORMAT);
     fs::remove(text);
+    EXPECT_FALSE(LoadLibraryA("no_such_module.dll"));
+    EXPECT_EQ(LastError(), ERROR_MOD_NOT_FOUND);
 }
 
 TEST_F(Modules, Resources) {
