@@ -1,3 +1,4 @@
+// The form is checked here; the digits are read by the standard library, which asks no locale.
 #include "platform/number_text.h"
 
 #include <charconv>

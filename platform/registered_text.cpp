@@ -1,3 +1,4 @@
+// Each look-up is one step on the store, so that no change of another process comes between its parts.
 #include "platform/registered_text.h"
 
 #include "platform/wide_text.h"

@@ -1,3 +1,4 @@
+// Handles are numbers that count up, so one that was closed never comes back as the handle of another key.
 #include "platform/registry_handles.h"
 
 #include <algorithm>

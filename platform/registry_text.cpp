@@ -1,3 +1,4 @@
+// Names and strings are checked when they are set or read, so that writing cannot fail.
 #include "platform/registry_text.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Keys are found by their folded names, which are also their order.
 #include "platform/registry_tree.h"
 
 #include <algorithm>

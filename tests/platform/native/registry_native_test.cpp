@@ -29,9 +29,7 @@ protected:
         file_ = folder_ / "a folder" / "registry.reg";
         setenv("TALVO_REGISTRY", file_.c_str(), 1);
     }
-    void TearDown() override {
-        setenv("TALVO_REGISTRY", before_.c_str(), 1);
-    }
+    void TearDown() override { setenv("TALVO_REGISTRY", before_.c_str(), 1); }
 
     static LONG Create(const std::string& name) { return probe::CreateKey(HKEY_CLASSES_ROOT, name); }
     static LONG Open(const std::string& name) { return probe::OpenKey(HKEY_CLASSES_ROOT, name); }
