@@ -35,12 +35,6 @@ HRESULT CreateRegistered(const ClassName& name, REFIID iid, void** object) {
     return CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, iid, object);
 }
 
-struct KeyTraits {
-    using Value = HKEY;
-    static constexpr Value Null() noexcept { return nullptr; }
-    static void Close(Value value) noexcept { RegCloseKey(value); }
-};
-
 std::string Narrow(const OLECHAR* text) { return std::string(text, text + std::char_traits<OLECHAR>::length(text)); }
 
 // The module that is registered for the component; empty when the registry does not say.
@@ -49,7 +43,7 @@ std::string RegisteredPath() {
     OLECHAR braced[39];
     if (FAILED(CLSIDFromProgID(kComponentClass.progId, &id)) || StringFromGUID2(id, braced, 39) == 0) return {};
     const std::string name = "CLSID\\" + Narrow(braced) + "\\InprocServer32";
-    com::UniqueAny<KeyTraits> key;
+    com::UniqueKey key;
     if (RegOpenKeyEx(HKEY_CLASSES_ROOT, name.c_str(), 0, KEY_QUERY_VALUE, key.Put()) != ERROR_SUCCESS) return {};
     std::string path(kLongestPath, '\0');
     DWORD size = kLongestPath;

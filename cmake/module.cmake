@@ -27,11 +27,6 @@ else()
     VERBATIM)
   add_module_resources(TalvoBinaryEncoding
     TYPELIB 1 ${module_idl}
-    REGISTRY 102 server/resources/binary_encoding.rgs
-    REGISTRY 103 server/resources/uu.rgs
-    REGISTRY 104 server/resources/xx.rgs
-    REGISTRY 105 server/resources/base64.rgs
-    REGISTRY 106 server/resources/hexa.rgs
-    REGISTRY 107 server/resources/binhex.rgs
-    REGISTRY 108 server/resources/quoted_printable.rgs)
+    REGISTRY 102 server/resources/component.rgs
+    REGISTRY 103 server/resources/format.rgs)
 endif()

@@ -1,4 +1,4 @@
-// Owner of one resource: a string, a task block, an array, a file. Move only; empty it, give it away, or let it close.
+// Owner of one resource: a string, a task block, an array, a file, a registry key. Move only; empty it, give it away, or let it close.
 // No operator& and no implicit conversion: both hide leaks.
 #pragma once
 
@@ -74,5 +74,12 @@ struct FileTraits {
     static void Close(Value value) noexcept { CloseHandle(value); }
 };
 using UniqueFile = UniqueAny<FileTraits>;
+
+struct KeyTraits {
+    using Value = HKEY;
+    static constexpr Value Null() noexcept { return nullptr; }
+    static void Close(Value value) noexcept { RegCloseKey(value); }
+};
+using UniqueKey = UniqueAny<KeyTraits>;
 
 }  // namespace com

@@ -7,14 +7,18 @@
 namespace talvo {
 namespace {
 
+constexpr WORD kComponentScript = 102;
+constexpr WORD kFormatScript = 103;
+
 constinit ClassEntry g_classes[] = {
-    {&CLSID_TalvoBinaryEncoding, 102, &CreateComponent},
-    {&CLSID_TalvoUUEncodingFormat, 103, &com::CreateObject<UUFormat>},
-    {&CLSID_TalvoXXEncodingFormat, 104, &com::CreateObject<XXFormat>},
-    {&CLSID_TalvoBase64EncodingFormat, 105, &com::CreateObject<Base64Format>},
-    {&CLSID_TalvoHexaEncodingFormat, 106, &com::CreateObject<HexaFormat>},
-    {&CLSID_TalvoBinHexEncodingFormat, 107, &com::CreateObject<BinHexFormat>},
-    {&CLSID_TalvoQuotedPrintableEncodingFormat, 108, &com::CreateObject<QuotedPrintableFormat>},
+    {&CLSID_TalvoBinaryEncoding, OLESTR("BinaryEncoding"), kComponentScript, &CreateComponent},
+    {&CLSID_TalvoUUEncodingFormat, OLESTR("UUEncoding"), kFormatScript, &com::CreateObject<UUFormat>},
+    {&CLSID_TalvoXXEncodingFormat, OLESTR("XXEncoding"), kFormatScript, &com::CreateObject<XXFormat>},
+    {&CLSID_TalvoBase64EncodingFormat, OLESTR("Base64Encoding"), kFormatScript, &com::CreateObject<Base64Format>},
+    {&CLSID_TalvoHexaEncodingFormat, OLESTR("HexaEncoding"), kFormatScript, &com::CreateObject<HexaFormat>},
+    {&CLSID_TalvoBinHexEncodingFormat, OLESTR("BinHexEncoding"), kFormatScript, &com::CreateObject<BinHexFormat>},
+    {&CLSID_TalvoQuotedPrintableEncodingFormat, OLESTR("QuotedPrintableEncoding"), kFormatScript,
+     &com::CreateObject<QuotedPrintableFormat>},
 };
 
 // The enumeration that clients compile against and the server's own table of codes are one list.

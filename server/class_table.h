@@ -12,7 +12,8 @@ namespace talvo {
 
 struct ClassEntry {
     const CLSID* Class;
-    WORD Script;  // resource of type REGISTRY
+    const WCHAR* Name;  // %NAME% of its script: of its ProgID, and in its description
+    WORD Script;        // resource of type REGISTRY
     // Builds the plain object, or the aggregatable one for `outer`.
     HRESULT (*Create)(IUnknown* outer, REFIID iid, void** object) noexcept;
     ClassFactory* Factory = nullptr;  // made on first use, under the class-object lock, and kept until the module stops

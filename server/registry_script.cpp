@@ -7,13 +7,15 @@
 #include <utility>
 #include <vector>
 
+#include "com/unique.h"
+
 namespace talvo {
 namespace {
 
 using WideString = std::basic_string<WCHAR>;
 
-constexpr std::string_view kModuleMark = "%MODULE%";
 constexpr int kMaxDepth = 32;
+constexpr REGSAM kAccess = KEY_READ | KEY_WRITE;
 
 struct Value {
     WideString Name;  // empty: the key's default value
@@ -28,24 +30,26 @@ struct Key {
     std::vector<Key> Keys;
 };
 
-WideString Widen(std::string_view text) { return WideString(text.begin(), text.end()); }  // scripts are ASCII
-
-// The text of a value, with the module's path in place of its mark.
-WideString Expand(std::string_view text, std::basic_string_view<WCHAR> modulePath) {
+// Scripts are ASCII; what takes the place of a mark is not looked at again.
+WideString Expand(std::string_view text, std::span<const ScriptMark> marks) {
     WideString expanded;
-    for (size_t mark; (mark = text.find(kModuleMark)) != text.npos; text.remove_prefix(mark + kModuleMark.size())) {
-        expanded += Widen(text.substr(0, mark));
-        expanded += modulePath;
+    while (!text.empty()) {
+        const auto mark =
+            std::ranges::find_if(marks, [text](const ScriptMark& each) { return text.starts_with(each.Mark); });
+        if (mark != marks.end()) {
+            expanded += mark->Text;
+        } else {
+            expanded += static_cast<WCHAR>(text.front());
+        }
+        text.remove_prefix(mark != marks.end() ? mark->Mark.size() : 1);
     }
-    return expanded += Widen(text);
+    return expanded;
 }
 
 // Recursive descent over the text. Every function answers false for a text that is no script.
 class Reader {
 public:
-    Reader(std::string_view text, std::basic_string_view<WCHAR> modulePath) : rest_(text), modulePath_(modulePath) {
-        Advance();
-    }
+    Reader(std::string_view text, std::span<const ScriptMark> marks) : rest_(text), marks_(marks) { Advance(); }
 
     bool ReadScript(Key& root) { return Is("HKCR") && (Advance(), ReadBody(root, 0)) && Is(""); }
 
@@ -82,7 +86,7 @@ private:
 
     bool ReadName(WideString& name) {
         if (token_.empty() || (!quoted_ && (Is("{") || Is("}") || Is("=")))) return false;
-        name = Widen(token_);
+        name = Expand(token_, marks_);
         Advance();
         return true;
     }
@@ -93,7 +97,7 @@ private:
         if (!Is("s")) return false;
         Advance();
         if (!quoted_) return false;
-        text = Expand(token_, modulePath_);
+        text = Expand(token_, marks_);
         Advance();
         return true;
     }
@@ -132,33 +136,12 @@ private:
     }
 
     std::string_view rest_;
-    std::basic_string_view<WCHAR> modulePath_;
+    std::span<const ScriptMark> marks_;
     std::string token_;
     bool quoted_ = false;
 };
 
 HRESULT Code(LSTATUS status) noexcept { return HRESULT_FROM_WIN32(static_cast<DWORD>(status)); }
-
-class OpenKey {
-public:
-    ~OpenKey() {
-        if (key_) RegCloseKey(key_);
-    }
-    OpenKey() = default;
-    OpenKey(const OpenKey&) = delete;
-    OpenKey& operator=(const OpenKey&) = delete;
-
-    LSTATUS Create(HKEY parent, const WideString& name) {
-        return RegCreateKeyExW(parent, name.c_str(), 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key_, nullptr);
-    }
-    LSTATUS Open(HKEY parent, const WideString& name) {
-        return RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ | KEY_WRITE, &key_);
-    }
-    HKEY Get() const { return key_; }
-
-private:
-    HKEY key_ = nullptr;
-};
 
 LSTATUS DeleteTree(HKEY parent, const WideString& name) {
     const LSTATUS status = RegDeleteTreeW(parent, name.c_str());
@@ -171,8 +154,10 @@ LSTATUS CreateOne(HKEY parent, const Key& key) {
     if (key.ForceRemove) {
         if (const LSTATUS status = DeleteTree(parent, key.Name); status != ERROR_SUCCESS) return status;
     }
-    OpenKey open;
-    if (const LSTATUS status = open.Create(parent, key.Name); status != ERROR_SUCCESS) return status;
+    com::UniqueKey open;
+    const LSTATUS created =
+        RegCreateKeyExW(parent, key.Name.c_str(), 0, nullptr, 0, kAccess, nullptr, open.Put(), nullptr);
+    if (created != ERROR_SUCCESS) return created;
     for (const Value& value : key.Values) {
         const auto bytes = static_cast<DWORD>((value.Text.size() + 1) * sizeof(WCHAR));
         const LSTATUS status = RegSetValueExW(open.Get(), value.Name.empty() ? nullptr : value.Name.c_str(), 0, REG_SZ,
@@ -194,8 +179,8 @@ LSTATUS CreateKeys(HKEY parent, const std::vector<Key>& keys) {
 LSTATUS RemoveKeys(HKEY parent, const std::vector<Key>& keys);
 
 LSTATUS RemoveBelow(HKEY parent, const Key& key) {
-    OpenKey open;
-    const LSTATUS status = open.Open(parent, key.Name);
+    com::UniqueKey open;
+    const LSTATUS status = RegOpenKeyExW(parent, key.Name.c_str(), 0, kAccess, open.Put());
     if (status != ERROR_SUCCESS) return status;
     const LSTATUS below = RemoveKeys(open.Get(), key.Keys);
     for (const Value& value : key.Values)
@@ -222,10 +207,10 @@ LSTATUS RemoveKeys(HKEY parent, const std::vector<Key>& keys) {
 
 }  // namespace
 
-HRESULT RunRegistryScript(std::string_view script, std::basic_string_view<WCHAR> modulePath,
-                          ScriptAction action) noexcept try {
+HRESULT RunRegistryScript(std::string_view script, std::span<const ScriptMark> marks, ScriptAction action) noexcept
+    try {
     Key root;
-    if (!Reader(script, modulePath).ReadScript(root)) return Code(ERROR_BAD_FORMAT);
+    if (!Reader(script, marks).ReadScript(root)) return Code(ERROR_BAD_FORMAT);
     return Code(action == ScriptAction::Register ? CreateKeys(HKEY_CLASSES_ROOT, root.Keys)
                                                  : RemoveKeys(HKEY_CLASSES_ROOT, root.Keys));
 } catch (const std::bad_alloc&) {

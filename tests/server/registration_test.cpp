@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "server/type_library.h"
+#include "server/registration.h"
 #include "tests/server/registry_tree.h"
 #include "tests/support/module/variants.h"
 #include "tests/support/temp_folder.h"

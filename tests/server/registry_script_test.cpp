@@ -16,7 +16,9 @@ protected:
     void TearDown() override { DeleteKeys(kRoot); }
 
     static std::string Run(std::string_view script, ScriptAction action) {
-        return Name(RunRegistryScript(script, Widen("C:\\a b\\m.dll"), action));
+        const WideText module = Widen("C:\\a b\\m.dll"), name = Widen("TalvoTest"), quoted = Widen("'%MODULE%'");
+        const ScriptMark marks[] = {{"%MODULE%", module}, {"%NAME%", name}, {"%QUOTED%", quoted}};
+        return Name(RunRegistryScript(script, marks, action));
     }
     static std::string Register(std::string_view script) { return Run(script, ScriptAction::Register); }
     static std::string Unregister(std::string_view script) { return Run(script, ScriptAction::Unregister); }
@@ -36,6 +38,9 @@ const struct {
     {"the module's path",
      "HKCR { TalvoTest = s '%MODULE%, 101' { val Twice = s '%MODULE%|%MODULE%' } }",
      {{"TalvoTest", "C:\\a b\\m.dll, 101"}, {"TalvoTest : Twice", "C:\\a b\\m.dll|C:\\a b\\m.dll"}}},
+    {"marks in names, and in what takes the place of one",
+     "HKCR { %NAME% { 'a %NAME%' = s '%QUOTED%' } }",
+     {{"TalvoTest", "-"}, {"TalvoTest\\a TalvoTest", "'%MODULE%'"}}},
     {"a mark cut short is text", "HKCR { TalvoTest = s '%MODULE %MODULE' }", {{"TalvoTest", "%MODULE %MODULE"}}},
     {"named values of the right key",
      "HKCR { TalvoTest { a { val v = s '1' } val w = s '2' } }",

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "com/module_state.h"
+#include "com/unique.h"
 
 namespace talvo {
 namespace {
@@ -33,10 +34,9 @@ std::optional<DWORD> ReadColour(HKEY key, const char* name) noexcept {
 }
 
 void ReadColours(LinkState& state) noexcept {
-    HKEY key = nullptr;
-    if (RegOpenKeyExA(HKEY_CURRENT_USER, kColourKey, 0, KEY_ALL_ACCESS, &key) != ERROR_SUCCESS) return;
-    state.SetColours(ReadColour(key, "Anchor Color"), ReadColour(key, "Anchor Color Visited"));
-    RegCloseKey(key);
+    com::UniqueKey key;
+    if (RegOpenKeyExA(HKEY_CURRENT_USER, kColourKey, 0, KEY_ALL_ACCESS, key.Put()) != ERROR_SUCCESS) return;
+    state.SetColours(ReadColour(key.Get(), "Anchor Color"), ReadColour(key.Get(), "Anchor Color Visited"));
 }
 
 }  // namespace
