@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "cli/text.h"
+
 namespace talvo {
 namespace {
 
@@ -41,16 +43,9 @@ std::string NameFault(std::string_view name) {
 }
 
 std::string Printable(std::string_view name) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
     std::string text;
-    for (const char c : name) {
-        if (!IsControl(c)) {
-            text += c;
-            continue;
-        }
-        const auto byte = static_cast<unsigned char>(c);
-        text += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
-    }
+    for (const char c : name)
+        text += IsControl(c) ? "\\x" + InBase(16, static_cast<unsigned char>(c), 2) : std::string(1, c);
     return text;
 }
 

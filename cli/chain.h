@@ -9,8 +9,8 @@
 
 #include "TalvoBinaryEncoding.h"
 
-#include "cli/failure.h"
 #include "cli/format_classes.h"
+#include "cli/messages.h"
 #include "cli/options.h"
 #include "cli/server_access.h"
 #include "com/com_ptr.h"

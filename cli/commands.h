@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "cli/failure.h"
+#include "cli/messages.h"
 #include "cli/options.h"
 
 namespace talvo {

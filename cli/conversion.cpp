@@ -143,11 +143,11 @@ private:
         while (!chunk.last) {
             if (const DWORD code = reader.Next(chunk); code != ERROR_SUCCESS)
                 return FileFailure(reader.Current().Name(), "read", code);
-            const Interruption::Pause pause;
+            const auto pause = Interruption::Pause();
             if (Failure failure = ConvertChunk(chunk); failure) return failure;
             progress.Show(chunk.offset + chunk.bytes.size());
         }
-        const Interruption::Pause pause;
+        const auto pause = Interruption::Pause();
         if (chain_.LacksBeginLine())
             return {ExitCode::BadData, {source_.Name() + ": " + kNoBeginLine, "--no-header decodes lines without one"}};
         return output_.Finish();

@@ -12,18 +12,8 @@
 namespace talvo {
 namespace {
 
-ETBEndOfLineType EndOfLineType(LineBreaks lineBreaks) {
-    switch (lineBreaks) {
-        case LineBreaks::CrLf:
-            return bltCrLf;
-        case LineBreaks::Lf:
-            return bltLf;
-        case LineBreaks::Cr:
-            return bltCr;
-        default:
-            return bltNone;
-    }
-}
+// By LineBreaks.
+constexpr ETBEndOfLineType kEndOfLineTypes[] = {bltNone, bltCrLf, bltLf, bltCr};
 
 // Puts options one after the other until one is refused.
 template <class Properties>
@@ -31,28 +21,26 @@ class Setter {
 public:
     explicit Setter(Properties* format) : format_(format) {}
 
-    // The property's type may be signed where the option is not: the bits are what counts.
     template <class Value, class Option>
     void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(Value),
              const std::optional<Option>& value) {
         if (!value || FAILED(refusal_.result)) return;
-        Note(name, (format_->*put)(static_cast<Value>(*value)));
-    }
-    void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(const BYTE*),
-             std::optional<FourBytes> value) {
-        if (value && SUCCEEDED(refusal_.result)) Note(name, (format_->*put)(value->data()));
-    }
-    void Put(const char* name, HRESULT (STDMETHODCALLTYPE Properties::*put)(BSTR),
-             const std::optional<std::string>& value) {
-        if (!value || FAILED(refusal_.result)) return;
-        const com::UniqueBstr wide = com::Widen(CP_ACP, *value);
-        Note(name, wide ? (format_->*put)(wide.Get()) : E_OUTOFMEMORY);
+        if (const HRESULT hr = Store(put, *value); FAILED(hr)) refusal_ = {hr, name};
     }
     Refusal Result() const { return refusal_; }
 
 private:
-    void Note(const char* name, HRESULT hr) {
-        if (FAILED(hr)) refusal_ = {hr, name};
+    // The property's type may be signed where the option is not: the bits are what counts.
+    template <class Value, class Option>
+    HRESULT Store(HRESULT (STDMETHODCALLTYPE Properties::*put)(Value), const Option& value) {
+        return (format_->*put)(static_cast<Value>(value));
+    }
+    HRESULT Store(HRESULT (STDMETHODCALLTYPE Properties::*put)(const BYTE*), const FourBytes& value) {
+        return (format_->*put)(value.data());
+    }
+    HRESULT Store(HRESULT (STDMETHODCALLTYPE Properties::*put)(BSTR), const std::string& value) {
+        const com::UniqueBstr wide = com::Widen(CP_ACP, value);
+        return wide ? (format_->*put)(wide.Get()) : E_OUTOFMEMORY;
     }
 
     Properties* format_;
@@ -72,7 +60,8 @@ Refusal SetOptions(IUnknown* object, const Stage& stage, bool tolerant) {
     Setter<P> set(format.Get());
     set.Put("--line-length", &P::put_MaxLineLength, stage.lineLength);
     if (stage.lineBreaks)
-        set.Put("--line-breaks", &P::put_EndOfLineType, std::optional(EndOfLineType(*stage.lineBreaks)));
+        set.Put("--line-breaks", &P::put_EndOfLineType,
+                std::optional(kEndOfLineTypes[static_cast<size_t>(*stage.lineBreaks)]));
     set.Put("--tolerant", &P::put_ContinueOnInvalidData, std::optional(tolerant));
     if constexpr (kHasHeader<P>) {
         set.Put("--no-header", &P::put_IncludeHeaderFooter, std::optional(!stage.noHeader));

@@ -25,19 +25,12 @@ std::string Line(const std::string& name, const std::string& value) {
     return name + ":" + std::string(15 - name.size(), ' ') + value + "\n";
 }
 
-std::string Octal(uint32_t mode) {
-    std::string digits;
-    for (; mode != 0 || digits.size() < 4; mode >>= 3)
-        digits.insert(digits.begin(), static_cast<char>('0' + (mode & 7)));
-    return digits;
-}
-
 // The digits, which --type takes, and the characters where they can be shown.
 std::string Signature(const FourBytes& bytes) {
     std::string digits, characters;
     bool shown = true;
     for (const uint8_t byte : bytes) {
-        digits += Hexadecimal(byte, 2);
+        digits += InBase(16, byte, 2);
         characters += static_cast<char>(byte);
         shown &= byte >= 0x20 && byte < 0x7F;
     }
@@ -49,10 +42,10 @@ std::string HeaderLines(const Header& header) {
     std::string name = header.name.empty() ? "none" : Printable(header.name);
     if (!header.name.empty() && !fault.empty()) name += " (decoding into a folder refuses it: " + fault + ")";
     std::string text = Line("name", name);
-    if (header.permissions) text += Line("permissions", Octal(*header.permissions));
+    if (header.permissions) text += Line("permissions", InBase(8, *header.permissions, 4));
     if (!header.forks) return text;
     text += Line("type", Signature(header.forks->type)) + Line("creator", Signature(header.forks->creator));
-    text += Line("flags", "0x" + Hexadecimal(header.forks->flags, 4));
+    text += Line("flags", "0x" + InBase(16, header.forks->flags, 4));
     text += Line("data fork", Counted(header.forks->dataLength, "byte"));
     return text + Line("resource fork", Counted(header.forks->resourceLength, "byte"));
 }

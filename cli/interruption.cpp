@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <chrono>
-#include <mutex>
 
 #include "cli/messages.h"
 
@@ -39,7 +38,6 @@ Interruption::~Interruption() {
     SetConsoleCtrlHandler(&Interrupted, FALSE);
 }
 
-Interruption::Pause::Pause() { busy.lock(); }
-Interruption::Pause::~Pause() { busy.unlock(); }
+std::unique_lock<std::timed_mutex> Interruption::Pause() { return std::unique_lock(busy); }
 
 }  // namespace talvo

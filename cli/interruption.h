@@ -1,6 +1,8 @@
 // Ctrl-C in the middle of a conversion: the process ends as it would anyway, but first says what it leaves incomplete.
 #pragma once
 
+#include <mutex>
+
 #include "cli/output.h"
 
 namespace talvo {
@@ -14,13 +16,7 @@ public:
     ~Interruption();
 
     // While the output is being worked with, an interruption waits.
-    class Pause {
-    public:
-        Pause();
-        Pause(const Pause&) = delete;
-        Pause& operator=(const Pause&) = delete;
-        ~Pause();
-    };
+    [[nodiscard]] static std::unique_lock<std::timed_mutex> Pause();
 };
 
 }  // namespace talvo

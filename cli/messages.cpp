@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "TalvoBinaryEncoding.h"
+
 #include "cli/streams.h"
 #include "cli/text.h"
 #include "com/com_ptr.h"
@@ -70,11 +72,39 @@ std::string SystemText(DWORD code) {
 
 std::string Describe(HRESULT result, const std::string& text) {
     const auto row = std::ranges::find(kNames, result, &CodeName::code);
-    const std::string value = "0x" + Hexadecimal(static_cast<ULONG>(result), 8);
+    const std::string value = "0x" + InBase(16, static_cast<ULONG>(result), 8);
     return (row == std::end(kNames) ? value : std::string(row->name) + " (" + value + ")") + ": " + text;
 }
 
+// Whose fault it is: the data's, the command line's, or the component's.
+ExitCode ExitCodeFor(HRESULT result) {
+    switch (result) {
+        case berInvalidCharacterInData:
+        case berInvalidEndOfData:
+        case berRemainingData:
+        case berInvalidLineLengthInData:
+        case berInvalidNumberOfCharacterOnLine:
+        case berInvalidChecksum:
+        case berInvalidHeaderChecksum:
+        case berInvalidLengthInHeader:
+            return ExitCode::BadData;
+        case berInvalidEndOfLineType:
+        case berEmptyFileNameInHeader:
+            return ExitCode::Usage;
+        default:
+            return ExitCode::Unavailable;
+    }
+}
+
 }  // namespace
+
+Failure FileFailure(const std::string& name, const char* action, DWORD code) {
+    return {ExitCode::FileFailed, {name + ": cannot " + action + ": " + DescribeError(code)}};
+}
+
+Failure ResultFailure(const std::string& what, HRESULT result) {
+    return {ExitCodeFor(result), {what + ": " + DescribeResult(result)}};
+}
 
 void Say(std::string_view text) {
     const std::string line = "talvo: " + std::string(text) + "\n";

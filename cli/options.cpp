@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <vector>
 
 namespace talvo {
@@ -29,16 +30,16 @@ constexpr Named<Format> kFormats[] = {{"uu", Format::UU},
 constexpr Named<LineBreaks> kLineBreaks[] = {
     {"crlf", LineBreaks::CrLf}, {"lf", LineBreaks::Lf}, {"cr", LineBreaks::Cr}, {"none", LineBreaks::None}};
 
-template <class Value>
-const Named<Value>* Find(std::span<const Named<Value>> rows, std::string_view name) {
-    const auto found = std::ranges::find(rows, name, &Named<Value>::name);
-    return found == rows.end() ? nullptr : &*found;
+template <class Value, size_t count>
+const Named<Value>* Find(const Named<Value> (&rows)[count], std::string_view name) {
+    const auto* const found = std::ranges::find(rows, name, &Named<Value>::name);
+    return found == std::end(rows) ? nullptr : found;
 }
 
-template <class Value>
-std::string_view NameIn(std::span<const Named<Value>> rows, Value value) {
-    const auto found = std::ranges::find(rows, value, &Named<Value>::value);
-    return found == rows.end() ? std::string_view() : found->name;
+template <class Value, size_t count>
+std::string_view NameIn(const Named<Value> (&rows)[count], Value value) {
+    const auto* const found = std::ranges::find(rows, value, &Named<Value>::value);
+    return found == std::end(rows) ? std::string_view() : found->name;
 }
 
 // Digits of the base and nothing else; with base 0 decimal ones, or hexadecimal ones after "0x".
@@ -75,15 +76,10 @@ struct Target {
     Stage& stage;
 };
 
-bool StoreFormat(Target to, std::string_view value) {
-    const auto* const row = Find<Format>(kFormats, value);
-    if (row) to.stage.format = row->value;
-    return row != nullptr;
-}
-
-bool StoreLineBreaks(Target to, std::string_view value) {
-    const auto* const row = Find<LineBreaks>(kLineBreaks, value);
-    if (row) to.stage.lineBreaks = row->value;
+template <const auto& rows, auto field>
+bool StoreNamed(Target to, std::string_view value) {
+    const auto* const row = Find(rows, value);
+    if (row) to.stage.*field = row->value;
     return row != nullptr;
 }
 
@@ -151,8 +147,8 @@ constexpr std::string_view kSignature = "four characters or eight hexadecimal di
 
 // clang-format off
 constexpr OptionRow kOptions[] = {
-    {'f', "format", kFormatNames, kConversions | kInfo, kAny, &StoreFormat},
-    {0, "then", kFormatNames, kConversions, kAny, &StoreFormat},
+    {'f', "format", kFormatNames, kConversions | kInfo, kAny, &StoreNamed<kFormats, &Stage::format>},
+    {0, "then", kFormatNames, kConversions, kAny, &StoreNamed<kFormats, &Stage::format>},
     {'o', "output", "a file, a folder, or - for standard output", kConversions, kAny,
      &StoreText<&Options::destination>},
     {'a', "append", "", kConversions, kAny, &StoreFlag<&Options::append>},
@@ -160,8 +156,8 @@ constexpr OptionRow kOptions[] = {
     {0, "offset", kBytes, kConversions | kInfo, kAny, &StoreOffset},
     {0, "size", kBytes, kConversions | kInfo, kAny, &StoreSize},
     {'l', "line-length", k32Bits, kEncode, kAny, &StoreStageNumber<&Stage::lineLength>},
-    {'b', "line-breaks", "crlf, lf, cr or none", kEncode, kAny, &StoreLineBreaks},
-    {'b', "line-breaks", "crlf, lf, cr or none", kDecode | kInfo, Bit(Format::QuotedPrintable), &StoreLineBreaks},
+    {'b', "line-breaks", "crlf, lf, cr or none", kEncode, kAny, &StoreNamed<kLineBreaks, &Stage::lineBreaks>},
+    {'b', "line-breaks", "crlf, lf, cr or none", kDecode | kInfo, Bit(Format::QuotedPrintable), &StoreNamed<kLineBreaks, &Stage::lineBreaks>},
     {0, "no-header", "", kConversions | kInfo, kHeaders, &StoreNoHeader},
     {'n', "name", "a file name", kEncode, kHeaders, &StoreName},
     {'m', "mode", "an octal number from 0 to 7777", kEncode, kUuXx, &StoreMode},
@@ -216,7 +212,7 @@ private:
             options_.help = true;
         } else if (word == "--version") {
             options_.command = Command::Version;
-        } else if (const auto* const row = Find<Command>(kCommands, word)) {
+        } else if (const auto* const row = Find(kCommands, word)) {
             options_.command = row->value;
             options_.help = helpTopic;
         } else {
@@ -338,9 +334,9 @@ private:
 ParsedOptions ParseOptions(std::span<const char* const> words) { return Parser(words).Run(); }
 
 std::string_view NameOf(Command command) {
-    return command == Command::Version ? "--version" : NameIn<Command>(kCommands, command);
+    return command == Command::Version ? "--version" : NameIn(kCommands, command);
 }
-std::string_view NameOf(Format format) { return NameIn<Format>(kFormats, format); }
+std::string_view NameOf(Format format) { return NameIn(kFormats, format); }
 
 bool HasHeader(Format format) { return (kHeaders & Bit(format)) != 0; }
 

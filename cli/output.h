@@ -11,7 +11,7 @@
 
 #include "cli/chain.h"
 #include "cli/destination.h"
-#include "cli/failure.h"
+#include "cli/messages.h"
 #include "cli/options.h"
 
 namespace talvo {

@@ -89,31 +89,25 @@ DWORD LoadModule(const std::string& given, ServerModule& module, std::string& tr
 
 Failure Server::Connect(const std::string& given) {
     HRESULT hr = library_.Result();
-    if (SUCCEEDED(hr) && given.empty() && SUCCEEDED(TryRegistered())) return {};
+    if (SUCCEEDED(hr) && given.empty() && SUCCEEDED(Try("through the class registry"))) return {};
     if (SUCCEEDED(hr)) hr = TryModule(given);
     return Created("the component", hr);
 }
 
-HRESULT Server::TryRegistered() {
-    com::ComPtr<ITalvoBinaryEncoding> component;
-    registered_ = true;
-    place_ = "registered";
-    const HRESULT hr = Create(kComponentClass, __uuidof(ITalvoBinaryEncoding), component.PutVoid());
-    if (FAILED(hr)) failures_.push_back("through the class registry: " + DescribeSystemResult(hr));
-    return hr;
+HRESULT Server::TryModule(const std::string& given) {
+    place_ = given.empty() ? "beside the command" : "given by --module";
+    registered_ = false;
+    std::string tried;
+    const DWORD code = LoadModule(given, module_, tried);
+    if (code == ERROR_SUCCESS) return Try("from " + tried);
+    failures_.push_back("from " + tried + ": " + DescribeError(code));
+    return HRESULT_FROM_WIN32(code);
 }
 
-HRESULT Server::TryModule(const std::string& given) {
+HRESULT Server::Try(const std::string& way) {
     com::ComPtr<ITalvoBinaryEncoding> component;
-    registered_ = false;
-    place_ = given.empty() ? "beside the command" : "given by --module";
-    std::string tried;
-    if (const DWORD code = LoadModule(given, module_, tried); code != ERROR_SUCCESS) {
-        failures_.push_back("from " + tried + ": " + DescribeError(code));
-        return HRESULT_FROM_WIN32(code);
-    }
     const HRESULT hr = Create(kComponentClass, __uuidof(ITalvoBinaryEncoding), component.PutVoid());
-    if (FAILED(hr)) failures_.push_back("from " + tried + ": " + DescribeSystemResult(hr));
+    if (FAILED(hr)) failures_.push_back(way + ": " + DescribeSystemResult(hr));
     return hr;
 }
 

@@ -10,8 +10,8 @@
 
 #include "TalvoBinaryEncoding.h"
 
-#include "cli/failure.h"
 #include "cli/format_classes.h"
+#include "cli/messages.h"
 #include "com/com_ptr.h"
 #include "com/unique.h"
 
@@ -70,15 +70,15 @@ public:
     const std::vector<std::string>& Failures() const { return failures_; }
 
 private:
-    HRESULT TryRegistered();
+    HRESULT Try(const std::string& way);
     HRESULT TryModule(const std::string& given);
     HRESULT Create(const ClassName& name, REFIID iid, void** object) const;
     Failure Created(const std::string& what, HRESULT result) const;
 
     ComLibrary library_;  // before the module, so that it goes last
     ServerModule module_;
-    const char* place_ = "";
-    bool registered_ = false;
+    const char* place_ = "registered";
+    bool registered_ = true;
     std::vector<std::string> failures_;
 };
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/failure.h"
+#include "cli/messages.h"
 #include "cli/streams.h"
 #include "com/unique.h"
 

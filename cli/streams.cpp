@@ -3,24 +3,21 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace talvo {
 
 HANDLE StandardHandle(DWORD which) {
-    struct Entry {
-        DWORD which;
-        HANDLE handle;
-    };
-    static const std::array<Entry, 3> entries = [] {
-        std::array<Entry, 3> all = {
-            {{STD_INPUT_HANDLE, nullptr}, {STD_OUTPUT_HANDLE, nullptr}, {STD_ERROR_HANDLE, nullptr}}};
-        for (Entry& entry : all) {
-            entry.handle = GetStdHandle(entry.which);
-            if (entry.handle == nullptr) entry.handle = INVALID_HANDLE_VALUE;
-        }
+    constexpr DWORD kStreams[] = {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE};
+    static const auto handles = [&] {
+        std::array<HANDLE, std::size(kStreams)> all{};
+        std::ranges::transform(kStreams, all.begin(), [](DWORD stream) {
+            const HANDLE handle = GetStdHandle(stream);
+            return handle == nullptr ? INVALID_HANDLE_VALUE : handle;
+        });
         return all;
     }();
-    return std::ranges::find(entries, which, &Entry::which)->handle;
+    return handles[static_cast<size_t>(std::ranges::find(kStreams, which) - kStreams)];
 }
 
 // The calls on a stream that the parent closed would say nothing helpful.

@@ -1,10 +1,6 @@
 // Conversions go through the system, so that they are those of the file calls.
 #include "cli/text.h"
 
-#include <algorithm>
-#include <charconv>
-#include <iterator>
-
 #include "com/narrow_text.h"
 
 namespace talvo {
@@ -20,12 +16,11 @@ std::string Counted(unsigned long long count, std::string_view what) {
     return std::to_string(count) + " " + std::string(what) + (count == 1 ? "" : "s");
 }
 
-std::string Hexadecimal(unsigned long long value, size_t digits) {
-    char room[16];
-    const auto end = std::to_chars(room, std::end(room), value, 16).ptr;
-    std::string text(room, end);
-    std::ranges::transform(text, text.begin(), [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
-    return std::string(digits - std::min(digits, text.size()), '0') + text;
+std::string InBase(unsigned base, unsigned long long value, size_t least) {
+    std::string digits;
+    for (; value != 0 || digits.size() < least; value /= base)
+        digits.insert(digits.begin(), "0123456789ABCDEF"[value % base]);
+    return digits;
 }
 
 }  // namespace talvo

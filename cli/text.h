@@ -13,7 +13,7 @@ std::string Narrow(BSTR wide);
 
 // "1 byte", "2 bytes"
 std::string Counted(unsigned long long count, std::string_view what);
-// At least `digits` digits, capital letters.
-std::string Hexadecimal(unsigned long long value, size_t digits);
+// At least `least` digits, with capital letters above 9.
+std::string InBase(unsigned base, unsigned long long value, size_t least);
 
 }  // namespace talvo
