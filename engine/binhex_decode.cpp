@@ -1,11 +1,9 @@
 // BinHex decode step. Each layer takes in the whole call before the next one sees any of it, so a defect of an outer
 // layer is reported before those of an inner one. The run-length layer is gone through twice: the first pass judges and
 // measures it, so that the output is allocated once, for what will be in it.
-#include "engine/binhex_forks.h"
+#include "engine/binhex_decode.h"
+
 #include "engine/binhex_runs.h"
-#include "engine/binhex_text.h"
-#include "engine/steps.h"
-#include "engine/verdict.h"
 
 namespace talvo {
 namespace {
@@ -15,9 +13,9 @@ bool DecodeRuns(RunDecoder& runs, ByteSpan coded, bool endOfData, Verdict& verdi
     return runs.Decode(coded, verdict, sink) && (!endOfData || runs.Finish(sink));
 }
 
-HRESULT ReadForks(EncodingSession& s, RunDecoder& runs, ByteSpan coded, uint64_t size, bool endOfData, Verdict& verdict,
-                  Output& out) noexcept {
-    ForkReader forks(s, verdict, out, size);
+HRESULT ReadForks(const Conversion& c, RunDecoder& runs, ByteSpan coded, uint64_t size, bool endOfData,
+                  Verdict& verdict, Output& out) noexcept {
+    ForkReader forks(c, verdict, out, size);
     static_cast<void>(DecodeRuns(runs, coded, endOfData, verdict, forks) && forks.Finish(endOfData));
     return forks.Result();
 }
@@ -33,16 +31,17 @@ HRESULT ReadPlainData(RunDecoder& runs, ByteSpan coded, uint64_t size, bool endO
 
 }  // namespace
 
-HRESULT BinHexDecode(EncodingSession& s, const StepInput& input, Output& out) noexcept {
-    Verdict verdict(s.ContinueOnInvalidData);
+HRESULT BinHexDecode(const Conversion& c, const StepInput& input, Output& out) noexcept {
+    BinHexState& s = c.Now.BinHex;
+    Verdict verdict(c.Chosen.ContinueOnInvalidData);
     const ByteSpan text = FindBinHexData(s, input.Source);
 
     Output scratch;
     if (!s.Finished) {
-        if (const HRESULT hr = scratch.Allocate(BinHexBytesBound(s, text.size())); FAILED(hr)) return hr;
+        if (const HRESULT hr = scratch.Allocate(BinHexBytesBound(c.Now.Group, text.size())); FAILED(hr)) return hr;
     }
     Writer write(scratch);
-    if (!ReadBinHexCharacters(s, text, input.EndOfData, verdict, write)) return verdict.Result();
+    if (!ReadBinHexCharacters(c.Now, text, input.EndOfData, verdict, write)) return verdict.Result();
     const ByteSpan coded(scratch.Data(), write.Count());
 
     RunDecoder runs(s.RunByte, s.NothingHeld, s.RunMarkerSeen);
@@ -54,8 +53,8 @@ HRESULT BinHexDecode(EncodingSession& s, const StepInput& input, Output& out) no
     };
     if (!DecodeRuns(measure, coded, input.EndOfData, verdict, count)) return verdict.Result();
 
-    const HRESULT hr = s.IncludeHeaderFooter ? ReadForks(s, runs, coded, size, input.EndOfData, verdict, out)
-                                             : ReadPlainData(runs, coded, size, input.EndOfData, verdict, out);
+    const HRESULT hr = c.Chosen.IncludeHeaderFooter ? ReadForks(c, runs, coded, size, input.EndOfData, verdict, out)
+                                                    : ReadPlainData(runs, coded, size, input.EndOfData, verdict, out);
     s.RunByte = runs.Byte();
     s.NothingHeld = runs.NothingHeld();
     s.RunMarkerSeen = runs.MarkerSeen();

@@ -6,50 +6,47 @@
 
 #include "engine/binhex_runs.h"
 #include "engine/binhex_stream.h"
-#include "engine/binhex_tables.h"
 #include "engine/crc16.h"
 #include "engine/kernels/kernels.h"
-#include "engine/line_writer.h"
-#include "engine/sextets.h"
-#include "engine/steps.h"
-#include "server/results/result_codes.h"
+#include "engine/output.h"
 
 namespace talvo {
 namespace {
 
 // Characters of the 6-bit layer, and the ":" in front of them.
-uint64_t CharacterCount(const EncodingSession& s, uint64_t coded, bool startOfSession, bool endOfData) noexcept {
-    const uint64_t bytes = s.HeldCount + coded;
+uint64_t CharacterCount(const Conversion& c, uint64_t coded, const StepInput& input) noexcept {
+    const uint64_t bytes = c.Now.Group.HeldBytes + coded;
     const uint64_t rest = bytes % kGroupBytes;
-    return bytes / kGroupBytes * kGroupCharacters + (endOfData && rest != 0 ? rest + 1 : 0) +
-           (startOfSession && s.IncludeHeaderFooter ? 1 : 0);
+    return bytes / kGroupBytes * kGroupCharacters + (input.EndOfData && rest != 0 ? rest + 1 : 0) +
+           (input.StartOfSession && c.Chosen.IncludeHeaderFooter ? 1 : 0);
 }
 
 // The identification line and what follows the last character.
-uint64_t FrameSize(const EncodingSession& s, bool startOfSession, bool endOfData) noexcept {
-    if (!s.IncludeHeaderFooter) return 0;
-    const uint64_t lineBreak = LineBreakBytes(s.EndOfLineType).size();
-    return (startOfSession ? kIdentificationLine.size() + lineBreak : 0) + (endOfData ? 1 + lineBreak : 0);
+uint64_t FrameSize(const Options& options, const StepInput& input) noexcept {
+    if (!options.IncludeHeaderFooter) return 0;
+    const uint64_t lineBreak = LineBreakBytes(options.EndOfLineType).size();
+    return (input.StartOfSession ? kIdentificationLine.size() + lineBreak : 0) + (input.EndOfData ? 1 + lineBreak : 0);
 }
 
 // What one call adds to the binary layer.
 class BinaryLayer {
 public:
     // berInvalidLengthInHeader at the end of data that is not as long as the forks announced.
-    HRESULT Collect(EncodingSession& s, const StepInput& input) noexcept {
-        if (!s.IncludeHeaderFooter) {
+    HRESULT Collect(const Conversion& c, const StepInput& input) noexcept {
+        if (!c.Chosen.IncludeHeaderFooter) {
             Add(input.Source);
             return S_OK;
         }
         if (input.StartOfSession) {
-            header_ = BuildHeaderBlock(s);
+            header_ = BuildHeaderBlock(c.Header);
             Add(ByteSpan(header_.Bytes, header_.Size));
         }
-        const uint64_t before = s.ForkCount;
-        s.ForkCount += input.Source.size();
+        BinHexState& s = c.Now.BinHex;
+        const uint64_t before = s.SourceCount;
+        s.SourceCount += input.Source.size();
         ByteSpan rest = input.Source;
-        if (!s.DataForkDone && s.ForkCount >= s.HeaderDataForkLength) {
-            const auto missing = static_cast<size_t>(s.HeaderDataForkLength - before);
+        if (!s.DataForkDone && s.SourceCount >= c.Header.HeaderDataForkLength) {
+            const auto missing = static_cast<size_t>(c.Header.HeaderDataForkLength - before);
             AddFork(s, rest.first(missing));
             AddCrc(s, dataCrc_);
             rest = rest.subspan(missing);
@@ -57,7 +54,7 @@ public:
         }
         AddFork(s, rest);
         if (!input.EndOfData) return S_OK;
-        if (s.ForkCount != uint64_t{s.HeaderDataForkLength} + s.HeaderResourceForkLength) {
+        if (s.SourceCount != uint64_t{c.Header.HeaderDataForkLength} + c.Header.HeaderResourceForkLength) {
             return berInvalidLengthInHeader;
         }
         AddCrc(s, resourceCrc_);
@@ -73,11 +70,11 @@ public:
 
 private:
     void Add(ByteSpan part) noexcept { parts_[count_++] = part; }
-    void AddFork(EncodingSession& s, ByteSpan bytes) noexcept {
+    void AddFork(BinHexState& s, ByteSpan bytes) noexcept {
         s.ForkCrc = Crc16(bytes, s.ForkCrc);
         Add(bytes);
     }
-    void AddCrc(EncodingSession& s, BYTE (&place)[kCrcSize]) noexcept {
+    void AddCrc(BinHexState& s, BYTE (&place)[kCrcSize]) noexcept {
         place[0] = static_cast<BYTE>(s.ForkCrc >> 8);
         place[1] = static_cast<BYTE>(s.ForkCrc);
         s.ForkCrc = 0;
@@ -92,13 +89,13 @@ private:
 };
 
 // The 6-bit and the text layer. Coded bytes are gathered into blocks of whole groups; what is left of a group goes into
-// the session.
+// the held group.
 class TextWriter {
 public:
-    TextWriter(EncodingSession& session, const Output& out, bool opensWithBreak) noexcept
-        : s_(session), lines_(session, out, 1, opensWithBreak) {
-        for (; filled_ != s_.HeldCount; ++filled_) {
-            block_[filled_] = static_cast<BYTE>(s_.Accumulator >> 8 * (s_.HeldCount - 1u - filled_));
+    TextWriter(const Conversion& c, const Output& out, bool opensWithBreak) noexcept
+        : group_(c.Now.Group), lines_(c, out, 1, opensWithBreak) {
+        for (; filled_ != group_.HeldBytes; ++filled_) {
+            block_[filled_] = static_cast<BYTE>(group_.Accumulator >> 8 * (group_.HeldBytes - 1u - filled_));
         }
     }
 
@@ -121,9 +118,9 @@ public:
     void Finish(bool endOfData) noexcept {
         WholeGroups();
         if (endOfData) LastGroup();
-        s_.Accumulator = 0;
-        for (size_t i = 0; i < filled_; ++i) s_.Accumulator = s_.Accumulator << 8 | block_[i];
-        s_.HeldCount = static_cast<uint16_t>(filled_);
+        group_.Accumulator = 0;
+        for (size_t i = 0; i < filled_; ++i) group_.Accumulator = group_.Accumulator << 8 | block_[i];
+        group_.HeldBytes = static_cast<uint16_t>(filled_);
     }
 
     // The ":" stays on the last line, however full that is.
@@ -165,7 +162,7 @@ private:
     static constexpr size_t kBlockSize = 1024 * kGroupBytes;
     static constexpr BYTE kDelimiter = ':';
 
-    EncodingSession& s_;
+    GroupState& group_;
     LineWriter lines_;
     BYTE block_[kBlockSize];
     size_t filled_ = 0;
@@ -173,27 +170,25 @@ private:
 
 }  // namespace
 
-HRESULT BinHexEncode(EncodingSession& s, const StepInput& input, Output& out) noexcept {
+HRESULT BinHexEncode(const Conversion& c, const StepInput& input, Output& out) noexcept {
+    BinHexState& s = c.Now.BinHex;
     BinaryLayer layer;
-    if (const HRESULT hr = layer.Collect(s, input); FAILED(hr)) return hr;
+    if (const HRESULT hr = layer.Collect(c, input); FAILED(hr)) return hr;
 
     RunEncoder runs(s.RunByte, s.RunLength);
     uint64_t coded = 0;
     RunEncoder measure = runs;
     layer.Code(measure, input.EndOfData, [&coded](ByteSpan bytes) { coded += bytes.size(); });
 
-    const bool opensWithBreak = OpensWithBreak(s, s.HeldCount + coded, input.EndOfData);
-    if (const HRESULT hr = AllocateLines(s, CharacterCount(s, coded, input.StartOfSession, input.EndOfData),
-                                         opensWithBreak, out, FrameSize(s, input.StartOfSession, input.EndOfData));
-        FAILED(hr)) {
-        return hr;
-    }
+    const bool opensWithBreak = OpensWithBreak(c, c.Now.Group.HeldBytes + coded, input.EndOfData);
+    const uint64_t lines = LinedSize(c, CharacterCount(c, coded, input), opensWithBreak);
+    if (const HRESULT hr = out.Allocate(lines + FrameSize(c.Chosen, input)); FAILED(hr)) return hr;
 
-    TextWriter writer(s, out, opensWithBreak);
-    if (s.IncludeHeaderFooter && input.StartOfSession) writer.Open();
+    TextWriter writer(c, out, opensWithBreak);
+    if (c.Chosen.IncludeHeaderFooter && input.StartOfSession) writer.Open();
     layer.Code(runs, input.EndOfData, writer);
     writer.Finish(input.EndOfData);
-    if (s.IncludeHeaderFooter && input.EndOfData) writer.Close();
+    if (c.Chosen.IncludeHeaderFooter && input.EndOfData) writer.Close();
     s.RunByte = runs.Byte();
     s.RunLength = static_cast<uint16_t>(runs.Length());
     return writer.Complete() ? S_OK : berInternalError;

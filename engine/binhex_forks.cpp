@@ -1,10 +1,9 @@
-// Where the stream stands is told by the session: HeaderReceived, then DataForkDone, ResourceForkDone and, between the
-// two bytes of a CRC, CrcBytePending. Fork lengths are compared by what is missing, which does not overflow.
-#include "engine/binhex_forks.h"
-
+// These fields say how far the stream has come: HeaderReceived, then DataForkDone, ResourceForkDone and, between the two
+// bytes of a CRC, CrcBytePending. Fork lengths are compared by what is missing, which does not overflow.
 #include <algorithm>
 #include <cstring>
 
+#include "engine/binhex_decode.h"
 #include "engine/binhex_stream.h"
 #include "engine/crc16.h"
 
@@ -19,9 +18,9 @@ bool ForkReader::operator()(ByteSpan bytes) noexcept {
         } else if (s_.CrcBytePending) {
             good = TakeLowByteOfCrc(bytes);
         } else if (!s_.DataForkDone) {
-            good = TakeFork(bytes, s_.HeaderDataForkLength, s_.DataForkDone);
+            good = TakeFork(bytes, c_.Header.HeaderDataForkLength, s_.DataForkDone);
         } else if (!s_.ResourceForkDone) {
-            good = TakeFork(bytes, s_.HeaderResourceForkLength, s_.ResourceForkDone);
+            good = TakeFork(bytes, c_.Header.HeaderResourceForkLength, s_.ResourceForkDone);
         } else {
             return true;
         }
@@ -49,7 +48,7 @@ bool ForkReader::TakeHeader(ByteSpan& bytes) noexcept {
 bool ForkReader::CompleteHeader() noexcept {
     const ByteSpan block(s_.HeaderBlock.Get(), s_.HeaderBlockLength);
     if (!IsIntact(block) && !verdict_.Repairs(berInvalidHeaderChecksum)) return false;
-    failure_ = StoreHeaderValues(s_, block);
+    failure_ = StoreHeaderValues(c_, block);
     return SUCCEEDED(failure_);
 }
 
@@ -90,8 +89,8 @@ bool ForkReader::Keep(ByteSpan bytes) noexcept {
 }
 
 uint64_t ForkReader::ForkBytesLeft() const noexcept {
-    const uint64_t data = s_.DataForkDone ? 0 : s_.HeaderDataForkLength;
-    return data + s_.HeaderResourceForkLength - s_.ForkCount;
+    const uint64_t data = s_.DataForkDone ? 0 : c_.Header.HeaderDataForkLength;
+    return data + c_.Header.HeaderResourceForkLength - s_.ForkCount;
 }
 
 void ForkReader::UpdateCrc() noexcept {

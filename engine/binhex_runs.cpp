@@ -19,7 +19,7 @@ uint64_t Load(const BYTE* from) noexcept {
 // The top bit of every byte that is zero; above the first such byte, bits may be set by the borrow too.
 uint64_t ZeroBytes(uint64_t word) noexcept { return (word - kEach) & ~word & 0x80 * kEach; }
 
-// Bytes in front of the first one marked in memory order; where that order is not the word's, the caller looks himself.
+// Bytes in front of the first one marked in memory order. 0 on big-endian machines: the caller then goes byte by byte.
 size_t BytesBefore(uint64_t marks) noexcept {
     return std::endian::native == std::endian::little ? static_cast<size_t>(std::countr_zero(marks)) / 8 : 0;
 }

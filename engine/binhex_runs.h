@@ -12,7 +12,7 @@
 #include <cstring>
 #include <utility>
 
-#include "engine/bytes.h"
+#include "engine/session.h"
 #include "engine/verdict.h"
 
 namespace talvo {

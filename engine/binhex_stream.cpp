@@ -28,8 +28,8 @@ uint32_t BigEndian(ByteSpan bytes) noexcept {
     return value;
 }
 
-// As many bytes as the name has UTF-16 units, at most kBinHexLongestName. One unit more is converted than can count, so
-// that the end does not part a surrogate pair whose first byte is still needed.
+// As many bytes as the name has UTF-16 units, at most kBinHexLongestName. Converts one unit more than is used, so that
+// the cut never splits a surrogate pair.
 size_t PutName(BYTE* place, BSTR name) noexcept {
     constexpr size_t kLongestCharacter = 8;
     const size_t units = std::min<size_t>(SysStringLen(name), kBinHexLongestName + 1);
@@ -53,17 +53,17 @@ HRESULT ReadName(ByteSpan bytes, com::UniqueBstr& name) noexcept {
 
 }  // namespace
 
-EncodedHeader BuildHeaderBlock(const EncodingSession& s) noexcept {
+EncodedHeader BuildHeaderBlock(const HeaderValues& values) noexcept {
     EncodedHeader header;
-    const size_t nameSize = PutName(header.Bytes + 1, s.BinHexHeaderFilename.Get());
+    const size_t nameSize = PutName(header.Bytes + 1, values.BinHexHeaderFilename.Get());
     header.Bytes[0] = static_cast<BYTE>(nameSize);
     BYTE* place = header.Bytes + 1 + nameSize;
     *place++ = 0;  // version
-    place = std::copy(std::begin(s.HeaderType), std::end(s.HeaderType), place);
-    place = std::copy(std::begin(s.HeaderCreator), std::end(s.HeaderCreator), place);
-    place = PutBigEndian(place, s.HeaderFlags, 2);
-    place = PutBigEndian(place, s.HeaderDataForkLength, 4);
-    place = PutBigEndian(place, s.HeaderResourceForkLength, 4);
+    place = std::copy(std::begin(values.HeaderType), std::end(values.HeaderType), place);
+    place = std::copy(std::begin(values.HeaderCreator), std::end(values.HeaderCreator), place);
+    place = PutBigEndian(place, values.HeaderFlags, 2);
+    place = PutBigEndian(place, values.HeaderDataForkLength, 4);
+    place = PutBigEndian(place, values.HeaderResourceForkLength, 4);
     place = PutBigEndian(place, Crc16(ByteSpan(header.Bytes, place)), kCrcSize);
     header.Size = static_cast<size_t>(place - header.Bytes);
     return header;
@@ -74,19 +74,20 @@ bool IsIntact(ByteSpan block) noexcept {
     return Crc16(block.first(covered)) == BigEndian(block.subspan(covered));
 }
 
-HRESULT StoreHeaderValues(EncodingSession& s, ByteSpan block) noexcept {
+HRESULT StoreHeaderValues(const Conversion& c, ByteSpan block) noexcept {
     const size_t nameSize = block[0];
     com::UniqueBstr name;
     if (const HRESULT hr = ReadName(block.subspan(1, nameSize), name); FAILED(hr)) return hr;
     const ByteSpan fields = block.subspan(2 + nameSize);
 
-    const auto hold = s.LockHeader();
-    s.BinHexHeaderFilename = std::move(name);
-    std::memcpy(s.HeaderType, fields.data(), sizeof s.HeaderType);
-    std::memcpy(s.HeaderCreator, fields.data() + 4, sizeof s.HeaderCreator);
-    s.HeaderFlags = static_cast<uint16_t>(BigEndian(fields.subspan(8, 2)));
-    s.HeaderDataForkLength = BigEndian(fields.subspan(10, 4));
-    s.HeaderResourceForkLength = BigEndian(fields.subspan(14, 4));
+    c.StoreHeader([&](HeaderValues& values) {
+        values.BinHexHeaderFilename = std::move(name);
+        std::memcpy(values.HeaderType, fields.data(), sizeof values.HeaderType);
+        std::memcpy(values.HeaderCreator, fields.data() + 4, sizeof values.HeaderCreator);
+        values.HeaderFlags = static_cast<uint16_t>(BigEndian(fields.subspan(8, 2)));
+        values.HeaderDataForkLength = BigEndian(fields.subspan(10, 4));
+        values.HeaderResourceForkLength = BigEndian(fields.subspan(14, 4));
+    });
     return S_OK;
 }
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "engine/bytes.h"
+#include "engine/session.h"
 
 namespace talvo {
 

@@ -6,7 +6,6 @@
 
 #include "engine/output.h"
 #include "engine/session.h"
-#include "engine/steps.h"
 #include "engine/verdict.h"
 #include "server/results/result_codes.h"
 
@@ -29,8 +28,8 @@ inline size_t CleanGroups(Writer& write, ByteSpan source, size_t groupCharacters
 // A reader, as DecodeAll wants it, without the rules of its characters.
 class GroupReader {
 public:
-    GroupReader(EncodingSession& session, const Output& out) noexcept
-        : s_(session), write_(out), verdict_(session.ContinueOnInvalidData) {}
+    GroupReader(const Conversion& c, const Output& out) noexcept
+        : group_(c.Now.Group), write_(out), verdict_(c.Chosen.ContinueOnInvalidData) {}
 
     // End of data: nothing may be left of a group.
     bool Finish() noexcept { return DropHeld(berRemainingData); }
@@ -41,7 +40,7 @@ public:
 protected:
     // Whether the call goes on, without the characters held, which are a defect if there are any.
     bool DropHeld(HRESULT defect) noexcept {
-        if (s_.HeldCount == 0) return true;
+        if (group_.HeldCharacters == 0) return true;
         if (!verdict_.Repairs(defect)) return false;
         Drop();
         return true;
@@ -53,14 +52,14 @@ protected:
         return write_.Put(bytes);
     }
 
-    EncodingSession& s_;
+    GroupState& group_;
     Writer write_;
     Verdict verdict_;
 
 private:
     void Drop() noexcept {
-        s_.Accumulator = 0;
-        s_.HeldCount = 0;
+        group_.Accumulator = 0;
+        group_.HeldCharacters = 0;
     }
 };
 

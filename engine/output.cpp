@@ -1,4 +1,4 @@
-// Allocation of a step's output.
+// Allocation of a step's output, and its lines: their sizes in advance, and their places.
 #include "engine/output.h"
 
 #include <algorithm>
@@ -51,6 +51,45 @@ void Output::Hand(BYTE** data, DWORD* size) noexcept {
     *data = data_.Detach();
     *size = size_;
     size_ = 0;
+}
+
+namespace {
+
+uint64_t BreakCount(const LineState& lines, uint64_t characters, bool opensWithBreak) noexcept {
+    const uint64_t column = lines.Column + characters;
+    return (column > 0 ? (column - 1) / lines.Limit : 0) + (opensWithBreak ? 1 : 0);
+}
+
+}  // namespace
+
+uint64_t LinedSize(const Conversion& c, uint64_t characters, bool opensWithBreak) noexcept {
+    const uint64_t breaks = BreakCount(c.Now.Lines, characters, opensWithBreak);
+    return characters + breaks * LineBreakBytes(c.Chosen.EndOfLineType).size();
+}
+
+LineWriter::LineWriter(const Conversion& c, const Output& out, uint32_t groupCharacters, bool opensWithBreak) noexcept
+    : lines_(c.Now.Lines),
+      lineBreak_(LineBreakBytes(c.Chosen.EndOfLineType)),
+      write_(out),
+      groupCharacters_(groupCharacters) {
+    if (opensWithBreak) WritePendingBreak();
+}
+
+BYTE* LineWriter::Place(size_t& groups) noexcept {
+    WritePendingBreak();
+    groups = std::min<size_t>(groups, (lines_.Limit - lines_.Column) / groupCharacters_);
+    BYTE* const place = write_.Take(groups * groupCharacters_);
+    lines_.Column += static_cast<uint32_t>(groups) * groupCharacters_;
+    if (lines_.Limit - lines_.Column < groupCharacters_) {
+        lines_.BreakPending = true;
+        lines_.Column = 0;
+    }
+    return place;
+}
+
+void LineWriter::Outside(ByteSpan text) noexcept {
+    write_.Put(text);
+    write_.Put(lineBreak_);
 }
 
 }  // namespace talvo

@@ -8,43 +8,44 @@
 #include <limits>
 #include <utility>
 
-#include "engine/hexa_tables.h"
+#include "engine/alphabets.h"
 #include "engine/kernels/kernels.h"
-#include "engine/quoted_printable_tables.h"
-#include "engine/steps.h"
+#include "engine/output.h"
 #include "engine/verdict.h"
 
 namespace talvo {
 namespace {
 
 constexpr BYTE kCR = '\r', kLF = '\n';
-constexpr uint32_t kWorkGrowth = 1024;
 
-// HeldCount: how far an escape has come.
-enum : uint16_t { kNoEscape = 0, kAfterEquals = 1, kAfterDigit = 2 };
+// EscapeLength.
+enum : uint32_t { kNoEscape = 0, kAfterEquals = 1, kAfterDigit = 2 };
 
 class QuotedPrintableReader {
 public:
-    QuotedPrintableReader(EncodingSession& session, const Output& out) noexcept
-        : s_(session), write_(out), verdict_(session.ContinueOnInvalidData) {}
+    QuotedPrintableReader(const Conversion& c, const Output& out) noexcept
+        : s_(c.Now.QuotedPrintable),
+          lineBreak_(LineBreakBytes(c.Chosen.EndOfLineType)),
+          write_(out),
+          verdict_(c.Chosen.ContinueOnInvalidData) {}
 
     // Takes characters from the front of `source`; returns how many. 0: the call ends with Result().
     size_t Take(ByteSpan source) noexcept {
         const BYTE c = source.front();
-        if (std::exchange(s_.BreakPending, false) && !LineBreak()) return 0;
-        if (std::exchange(s_.SoftBreakDue, false) && c == kLF) return 1;
-        if (s_.HeldCount != kNoEscape) return Escape(c) ? 1 : 0;
+        if (std::exchange(s_.BreakRead, false) && !LineBreak()) return 0;
+        if (std::exchange(s_.SoftBreakCr, false) && c == kLF) return 1;
+        if (s_.EscapeLength != kNoEscape) return Escape(c) ? 1 : 0;
         if (IsBlank(c)) return HoldBlanks(source);
-        if (s_.WorkLength == 0 && !s_.CarriageReturnSeen) {
+        if (s_.BlanksLength == 0 && !s_.CarriageReturnSeen) {
             if (const size_t run = CleanRun(source); run != 0) return run;
         }
         return Text(c) ? 1 : 0;
     }
 
     bool Finish() noexcept {
-        if (std::exchange(s_.BreakPending, false) && !LineBreak()) return false;
+        if (std::exchange(s_.BreakRead, false) && !LineBreak()) return false;
         if (!LoneCarriageReturn()) return false;
-        if (s_.HeldCount != kAfterDigit) return true;  // blanks and an "=" at the very end are nothing
+        if (s_.EscapeLength != kAfterDigit) return true;  // blanks and an "=" at the very end are nothing
         if (!verdict_.Repairs(berRemainingData)) return false;
         BrokenEscape();
         return true;
@@ -57,9 +58,8 @@ public:
 
 private:
     bool LineBreak() noexcept {
-        const ByteSpan bytes = LineBreakBytes(s_.EndOfLineType);
-        if (bytes.empty()) error_ = berInvalidEndOfLineType;
-        return write_.Put(bytes) && error_ == S_OK;
+        if (lineBreak_.empty()) error_ = berInvalidEndOfLineType;
+        return write_.Put(lineBreak_) && error_ == S_OK;
     }
 
     // A CR that no LF has followed is a line break.
@@ -70,18 +70,18 @@ private:
         switch (c) {
             case kLF:
                 s_.CarriageReturnSeen = false;
-                s_.BreakPending = true;
-                s_.WorkLength = 0;
+                s_.BreakRead = true;
+                s_.BlanksLength = 0;
                 return true;
             case kCR:
-                s_.BreakPending = std::exchange(s_.CarriageReturnSeen, true);
-                s_.WorkLength = 0;
+                s_.BreakRead = std::exchange(s_.CarriageReturnSeen, true);
+                s_.BlanksLength = 0;
                 return true;
             default:
                 if (!LoneCarriageReturn()) return false;
-                write_.Put(ByteSpan(s_.WorkBuffer.Get(), std::exchange(s_.WorkLength, 0)));
+                write_.Put(ByteSpan(s_.Blanks.Get(), std::exchange(s_.BlanksLength, 0)));
                 if (c == '=') {
-                    s_.HeldCount = kAfterEquals;
+                    s_.EscapeLength = kAfterEquals;
                 } else {
                     write_.Put(c);
                 }
@@ -90,56 +90,57 @@ private:
     }
 
     bool Escape(BYTE c) noexcept {
-        switch (const uint8_t characterClass = kHexClasses[c]; characterClass) {
-            case kHexBlank:
+        switch (const uint8_t characterClass = kHexaClasses[c]; characterClass) {
+            case kHexaBlank:
                 return true;
-            case kHexLineBreak:
-                if (s_.HeldCount == kAfterDigit && !verdict_.Repairs(berInvalidCharacterInData)) return false;
-                s_.SoftBreakDue = s_.HeldCount == kAfterEquals && c == kCR;
-                if (s_.HeldCount == kAfterDigit) BrokenEscape();
+            case kHexaLineBreak:
+                if (s_.EscapeLength == kAfterDigit && !verdict_.Repairs(berInvalidCharacterInData)) return false;
+                s_.SoftBreakCr = s_.EscapeLength == kAfterEquals && c == kCR;
+                if (s_.EscapeLength == kAfterDigit) BrokenEscape();
                 break;
-            case kHexInvalid:
+            case kHexaInvalid:
                 if (!verdict_.Repairs(berInvalidCharacterInData)) return false;
                 BrokenEscape();
                 write_.Put(c);
                 break;
             default:
-                s_.Accumulator = s_.Accumulator << 4 | characterClass;
-                if (++s_.HeldCount <= kAfterDigit) return true;
-                write_.Put(static_cast<BYTE>(s_.Accumulator));
+                s_.EscapeValue = s_.EscapeValue << 4 | characterClass;
+                if (++s_.EscapeLength <= kAfterDigit) return true;
+                write_.Put(static_cast<BYTE>(s_.EscapeValue));
         }
-        s_.HeldCount = kNoEscape;
-        s_.Accumulator = 0;
+        s_.EscapeLength = kNoEscape;
+        s_.EscapeValue = 0;
         return true;
     }
 
     // What there is of an escape that comes to nothing, passed through as it was read.
     void BrokenEscape() noexcept {
         write_.Put('=');
-        if (s_.HeldCount == kAfterDigit) write_.Put(static_cast<BYTE>(kHexDigits[s_.Accumulator & 15]));
+        if (s_.EscapeLength == kAfterDigit) write_.Put(static_cast<BYTE>(kHexaDigits[s_.EscapeValue & 15]));
     }
 
     size_t HoldBlanks(ByteSpan source) noexcept {
         const auto end = std::find_if_not(source.begin(), source.end(), IsBlank);
         const auto count = static_cast<size_t>(end - source.begin());
-        if (!ReserveWork(uint64_t{s_.WorkLength} + count)) {
+        if (!ReserveBlanks(uint64_t{s_.BlanksLength} + count)) {
             error_ = E_OUTOFMEMORY;
             return 0;
         }
-        std::memcpy(s_.WorkBuffer.Get() + s_.WorkLength, source.data(), count);
-        s_.WorkLength += static_cast<uint32_t>(count);
+        std::memcpy(s_.Blanks.Get() + s_.BlanksLength, source.data(), count);
+        s_.BlanksLength += static_cast<uint32_t>(count);
         return count;
     }
 
-    bool ReserveWork(uint64_t size) noexcept {
-        if (size <= s_.WorkCapacity) return true;
-        const uint64_t capacity = (size + kWorkGrowth - 1) / kWorkGrowth * kWorkGrowth;
+    bool ReserveBlanks(uint64_t size) noexcept {
+        if (size <= s_.BlanksCapacity) return true;
+        constexpr uint64_t kUnit = QuotedPrintableState::kBlanksUnit;
+        const uint64_t capacity = (size + kUnit - 1) / kUnit * kUnit;
         if (capacity > std::numeric_limits<uint32_t>::max()) return false;
-        void* const grown = com::TaskRealloc(s_.WorkBuffer.Get(), static_cast<SIZE_T>(capacity));
+        void* const grown = com::TaskRealloc(s_.Blanks.Get(), static_cast<SIZE_T>(capacity));
         if (!grown) return false;
-        static_cast<void>(s_.WorkBuffer.Detach());
-        s_.WorkBuffer.Reset(static_cast<BYTE*>(grown));
-        s_.WorkCapacity = static_cast<uint32_t>(capacity);
+        static_cast<void>(s_.Blanks.Detach());
+        s_.Blanks.Reset(static_cast<BYTE*>(grown));
+        s_.BlanksCapacity = static_cast<uint32_t>(capacity);
         return true;
     }
 
@@ -152,25 +153,26 @@ private:
         return run.Read;
     }
 
-    EncodingSession& s_;
+    QuotedPrintableState& s_;
+    const ByteSpan lineBreak_;
     Writer write_;
     Verdict verdict_;
     HRESULT error_ = S_OK;  // other than a defect
 };
 
 // An upper bound of what one call writes: a line break takes what its type takes, and every other character one byte at
-// most, blanks and the broken escape that earlier calls hold included. Two breaks may be owed besides.
-uint64_t DecodedSizeBound(const EncodingSession& s, uint64_t sourceSize) noexcept {
-    const uint64_t breakSize = std::max<size_t>(LineBreakBytes(s.EndOfLineType).size(), 1);
-    return (sourceSize + 2) * breakSize + s.WorkLength + s.HeldCount;
+// most, blanks and the broken escape that earlier calls hold included. Two breaks may have been read before besides.
+uint64_t DecodedSizeBound(const Conversion& c, uint64_t sourceSize) noexcept {
+    const uint64_t breakSize = std::max<size_t>(LineBreakBytes(c.Chosen.EndOfLineType).size(), 1);
+    return (sourceSize + 2) * breakSize + c.Now.QuotedPrintable.BlanksLength + c.Now.QuotedPrintable.EscapeLength;
 }
 
 }  // namespace
 
-HRESULT QuotedPrintableDecode(EncodingSession& s, const StepInput& input, Output& out) noexcept {
-    if (const HRESULT hr = out.Allocate(DecodedSizeBound(s, input.Source.size())); FAILED(hr)) return hr;
+HRESULT QuotedPrintableDecode(const Conversion& c, const StepInput& input, Output& out) noexcept {
+    if (const HRESULT hr = out.Allocate(DecodedSizeBound(c, input.Source.size())); FAILED(hr)) return hr;
 
-    QuotedPrintableReader reader(s, out);
+    QuotedPrintableReader reader(c, out);
     for (ByteSpan rest = input.Source; !rest.empty();) {
         const size_t taken = reader.Take(rest);
         if (taken == 0) return reader.Result();

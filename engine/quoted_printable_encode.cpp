@@ -6,11 +6,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "engine/hexa_tables.h"
+#include "engine/alphabets.h"
 #include "engine/kernels/kernels.h"
-#include "engine/quoted_printable_tables.h"
-#include "engine/steps.h"
-#include "server/results/result_codes.h"
+#include "engine/output.h"
 
 namespace talvo {
 namespace {
@@ -24,12 +22,13 @@ enum class Role { Text, MayBeginBreak, EndsBreak };
 
 class QuotedPrintableWriter {
 public:
-    QuotedPrintableWriter(EncodingSession& session, const Output& out) noexcept : s_(session), write_(out) {}
+    QuotedPrintableWriter(const Conversion& c, const Output& out) noexcept
+        : endOfLine_(c.Chosen.EndOfLineType), lines_(c.Now.Lines), s_(c.Now.QuotedPrintable), write_(out) {}
 
     // Takes bytes from the front of `source`; returns how many, at least one.
     size_t Take(ByteSpan source) noexcept {
         const BYTE c = source.front();
-        if (s_.BreakPending) HardBreak();
+        if (s_.BreakRead) HardBreak();
         if (s_.CarriageReturnSeen && c != kCR && c != kLF) LoneCarriageReturn();
         const Role role = RoleOf(c);
         WritePending(role);
@@ -41,9 +40,9 @@ public:
     }
 
     void Finish() noexcept {
-        if (s_.BreakPending) HardBreak();
+        if (s_.BreakRead) HardBreak();
         if (s_.CarriageReturnSeen) LoneCarriageReturn();
-        if (s_.SoftBreakDue && (s_.Column != s_.LineLimit || IsBlank(s_.PendingByte))) write_.Put(kSoftBreak);
+        if (s_.SoftBreakDue && (lines_.Column != lines_.Limit || IsBlank(s_.PendingByte))) write_.Put(kSoftBreak);
         if (s_.SoftBreakDue || s_.HasPending) Write(s_.PendingByte);
         if (!s_.LastNotBlank) write_.Put(kSoftBreak);
     }
@@ -52,7 +51,7 @@ public:
 
 private:
     Role RoleOf(BYTE c) const noexcept {
-        switch (s_.EndOfLineType) {
+        switch (endOfLine_) {
             case kCrLf:
                 if (c == kCR && !s_.CarriageReturnSeen) return Role::MayBeginBreak;
                 return c == kLF && s_.CarriageReturnSeen ? Role::EndsBreak : Role::Text;
@@ -68,22 +67,23 @@ private:
     // The hard break read before. A pending byte that fills the line exactly has waited for it.
     void HardBreak() noexcept {
         if (!s_.LastNotBlank) write_.Put(kSoftBreak);
-        if (s_.Column == s_.LineLimit) Write(s_.PendingByte);
+        if (lines_.Column == lines_.Limit) Write(s_.PendingByte);
         write_.Put(kCrLfBytes);
         s_.LastNotBlank = true;
-        s_.Column = 0;
-        s_.BreakPending = false;
+        lines_.Column = 0;
+        s_.BreakRead = false;
     }
 
-    // Writes the pending byte, on a new line where it must, unless a hard break may allow it to end this one.
+    // Writes the pending byte, on a new line where it must. One that fills its line exactly waits when `next` may be a
+    // hard break: that would leave it where it is.
     void WritePending(Role next) noexcept {
         if (s_.SoftBreakDue) {
-            const bool mayEndLine = s_.Column == s_.LineLimit && s_.LastNotBlank && !IsBlank(s_.PendingByte);
+            const bool mayEndLine = lines_.Column == lines_.Limit && s_.LastNotBlank && !IsBlank(s_.PendingByte);
             if (next != Role::Text && mayEndLine) return;
             write_.Put(kSoftBreak);
             s_.SoftBreakDue = false;
             s_.HasPending = true;
-            s_.Column = s_.PendingWidth;
+            lines_.Column = s_.PendingWidth;
         }
         if (std::exchange(s_.HasPending, false)) Write(s_.PendingByte);
     }
@@ -103,7 +103,7 @@ private:
             case Role::EndsBreak:
                 s_.CarriageReturnSeen = false;
                 s_.SoftBreakDue = false;
-                s_.BreakPending = true;
+                s_.BreakRead = true;
                 return;
             case Role::Text:  // a CR here may be a second one, and still be followed by LF
                 return Pend(c);
@@ -112,23 +112,23 @@ private:
 
     void Pend(BYTE c) noexcept {
         const uint32_t width = kQuotedPrintableLiterals[c] ? 1 : kEscapeWidth;
-        s_.SoftBreakDue = uint64_t{s_.Column} + width >= s_.LineLimit;
+        s_.SoftBreakDue = uint64_t{lines_.Column} + width >= lines_.Limit;
         s_.HasPending = !s_.SoftBreakDue;
         s_.PendingByte = c;
         s_.PendingWidth = width;
-        s_.Column +=
-            width;  // may wrap in the longest of lines, which does no harm: it is only compared for equality then
+        // May wrap in the longest of lines, which does no harm: it is only compared for equality then.
+        lines_.Column += width;
     }
 
     // Text that leaves the line unfinished. The last byte of it becomes the pending one.
     size_t CleanRun(ByteSpan source) noexcept {
-        const size_t room = std::min<size_t>(s_.LineLimit - 1 - s_.Column, write_.Room());
+        const size_t room = std::min<size_t>(lines_.Limit - 1 - lines_.Column, write_.Room());
         BYTE* const place = write_.Take(room);
         if (!place) return 0;
         const kernels::Run run = kernels::QuotedPrintableEncodeRun(place, room, source.data(), source.size());
         write_.Return(room - run.Written);
         if (run.Read == 0) return 0;
-        s_.Column += static_cast<uint32_t>(run.Written);
+        lines_.Column += static_cast<uint32_t>(run.Written);
         s_.PendingByte = source[run.Read - 1];
         s_.PendingWidth = kQuotedPrintableLiterals[s_.PendingByte] ? 1 : kEscapeWidth;
         s_.HasPending = true;
@@ -142,30 +142,32 @@ private:
             write_.Put(c);
             return;
         }
-        const BYTE escape[] = {'=', static_cast<BYTE>(kHexDigits[c >> 4]), static_cast<BYTE>(kHexDigits[c & 15])};
+        const BYTE escape[] = {'=', static_cast<BYTE>(kHexaDigits[c >> 4]), static_cast<BYTE>(kHexaDigits[c & 15])};
         write_.Put(escape);
     }
 
-    EncodingSession& s_;
+    const int32_t endOfLine_;
+    LineState& lines_;
+    QuotedPrintableState& s_;
     Writer write_;
 };
 
 // An upper bound of what one call writes. A byte takes three characters at most; two may be held from before. A hard
 // break and the soft one that protects a blank in front of it fit in what the bytes of both leave over. Each other soft
-// break ends a line of LineLimit - 3 characters or more. On top come what earlier calls owe (a hard break, with the
-// soft one of a blank), and at the end of data the soft breaks in front of and behind the last byte.
-uint64_t EncodedSizeBound(const EncodingSession& s, uint64_t sourceSize) noexcept {
+// break ends a line of LineLimit - 3 characters or more. On top come a hard break that an earlier call has read (with
+// the soft one of a blank), and at the end of data the soft breaks in front of and behind the last byte.
+uint64_t EncodedSizeBound(const LineState& lines, uint64_t sourceSize) noexcept {
     const uint64_t characters = (sourceSize + 2) * kEscapeWidth;
-    const uint64_t fullLines = (s.Column + characters) / (s.LineLimit - kEscapeWidth);
+    const uint64_t fullLines = (lines.Column + characters) / (lines.Limit - kEscapeWidth);
     return characters + fullLines * sizeof(kSoftBreak) + sizeof(kCrLfBytes) + 3 * sizeof(kSoftBreak);
 }
 
 }  // namespace
 
-HRESULT QuotedPrintableEncode(EncodingSession& s, const StepInput& input, Output& out) noexcept {
-    if (const HRESULT hr = out.Allocate(EncodedSizeBound(s, input.Source.size())); FAILED(hr)) return hr;
+HRESULT QuotedPrintableEncode(const Conversion& c, const StepInput& input, Output& out) noexcept {
+    if (const HRESULT hr = out.Allocate(EncodedSizeBound(c.Now.Lines, input.Source.size())); FAILED(hr)) return hr;
 
-    QuotedPrintableWriter writer(s, out);
+    QuotedPrintableWriter writer(c, out);
     for (ByteSpan rest = input.Source; !rest.empty();) rest = rest.subspan(writer.Take(rest));
     if (input.EndOfData) writer.Finish();
     if (writer.Written().Overrun()) return berInternalError;

@@ -1,28 +1,75 @@
-// Opens, feeds and closes conversions, and validates options. Knows no format's rules beyond the table and the start
-// values.
+// Opens, feeds and closes conversions, and validates options. All that it knows of a format is its row in the table and
+// how its conversions start.
 #include "engine/session.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <utility>
 
-#include "engine/format_rules.h"
+#include "engine/output.h"
 #include "server/results/result_codes.h"
 
 namespace talvo {
 namespace {
 
+// What differs between the formats outside their steps: line lengths, line breaks, and the steps themselves.
+struct FormatRules {
+    uint32_t DefaultLine;  // characters per line when MaxLineLength is 0
+    uint32_t MinLine;      // stored MaxLineLength, 0 aside
+    uint32_t MaxLine;
+    uint32_t LineUnit;  // a line holds LineExtra characters and whole units
+    uint32_t LineExtra;
+    bool BreaksRequired;        // bltNone is refused
+    bool EndlessWithoutBreaks;  // bltNone makes one endless line
+    Step Encode;
+    Step Decode;
+};
+
+constexpr uint32_t kNoMaximum = 0xFFFFFFFF;
+constexpr uint32_t kEndlessLine = 0xFFFFFFFF;
+
+constexpr FormatRules kFormats[] = {
+    // default, min, max, unit, extra, breaks required, endless without breaks, steps
+    /* UU     */ {61, 5, 85, 4, 1, true, false, &UuXxEncode, &UuXxDecode},
+    /* XX     */ {77, 5, 85, 4, 1, true, false, &UuXxEncode, &UuXxDecode},
+    /* Base64 */ {76, 4, kNoMaximum, 4, 0, false, true, &Base64Encode, &Base64Decode},
+    /* Hexa   */ {78, 2, kNoMaximum, 2, 0, false, true, &HexaEncode, &HexaDecode},
+    /* QP     */ {76, 4, kNoMaximum, 1, 0, false, false, &QuotedPrintableEncode, &QuotedPrintableDecode},
+    /* BinHex */ {64, 5, kNoMaximum, 1, 0, false, true, &BinHexEncode, &BinHexDecode},
+};
+
+// Null for a value that is no format.
+const FormatRules* RulesOf(FormatKind kind) noexcept {
+    const auto index = static_cast<size_t>(kind);  // a negative value becomes a large one
+    return index < std::size(kFormats) ? &kFormats[index] : nullptr;
+}
+
+uint32_t LineLimit(const FormatRules& rules, const Options& options) noexcept {
+    if (rules.EndlessWithoutBreaks && options.EndOfLineType == kNoBreak) return kEndlessLine;
+    const uint32_t length = options.MaxLineLength == 0 ? rules.DefaultLine : options.MaxLineLength;
+    return (length - rules.LineExtra) / rules.LineUnit * rules.LineUnit + rules.LineExtra;
+}
+
+bool HasBeginLine(FormatKind kind) noexcept { return kind == FormatKind::UU || kind == FormatKind::XX; }
+
 bool IsEmpty(const com::UniqueBstr& name) noexcept { return SysStringLen(name.Get()) == 0; }
+
+HRESULT AllocateBlock(com::UniqueTaskBytes& block, uint32_t size) noexcept {
+    block.Reset(static_cast<BYTE*>(com::TaskAlloc(size)));
+    return block ? S_OK : E_OUTOFMEMORY;
+}
 
 HRESULT RunStep(Step step, EncodingSession& session, const StepInput& input, BYTE** out, DWORD* outSize) noexcept {
     if (!step) return berInternalError;
     Output output;
-    const HRESULT hr = step(session, input, output);
+    const HRESULT hr = step(Conversion(session), input, output);
     if (SUCCEEDED(hr)) output.Hand(out, outSize);
     return hr;
 }
 
 }  // namespace
-
-EncodingSession::~EncodingSession() { ResetSession(); }
 
 HRESULT EncodingSession::EncodeChunk(const BYTE* source, uint32_t size, bool endOfData, BYTE** out,
                                      DWORD* outSize) noexcept {
@@ -49,96 +96,74 @@ HRESULT EncodingSession::RunChunk(SessionState direction, const BYTE* source, ui
 
     const FormatRules* const rules = RulesOf(Kind);
     const Step step = !rules ? nullptr : direction == SessionState::Encoding ? rules->Encode : rules->Decode;
-    const HRESULT hr = RunStep(step, *this, {ByteSpan(source, size), endOfData, StartOfSession}, out, outSize);
-    StartOfSession = false;
-    if (FAILED(hr) || endOfData) FinishSession();
+    const HRESULT hr = RunStep(step, *this, {ByteSpan(source, size), endOfData, !stepRun_}, out, outSize);
+    stepRun_ = true;
+    if (FAILED(hr) || endOfData) ResetSession();
     return hr;
 }
 
 HRESULT EncodingSession::Open(SessionState direction) noexcept {
-    ClearWorkingFields();
     State = direction;
     const HRESULT hr = direction == SessionState::Encoding ? BeginEncoding() : BeginDecoding();
-    if (FAILED(hr)) FinishSession();
+    if (FAILED(hr)) ResetSession();
     return hr;
 }
 
 HRESULT EncodingSession::BeginEncoding() noexcept {
     const FormatRules* const rules = RulesOf(Kind);
     if (!rules) return berInternalError;
-    LineLimit = EffectiveLineLimit(*rules, *this);
-    LastNotBlank = true;
+    Now.Lines.Limit = LineLimit(*rules, *this);
 
-    const bool lined = Kind == FormatKind::UU || Kind == FormatKind::XX;
     if (Kind == FormatKind::BinHex && IncludeHeaderFooter && EndOfLineType == kNoBreak) return berInvalidEndOfLineType;
-    if (IncludeHeaderFooter &&
-        ((lined && IsEmpty(HeaderFilename)) || (Kind == FormatKind::BinHex && IsEmpty(BinHexHeaderFilename)))) {
+    if (IncludeHeaderFooter && ((HasBeginLine(Kind) && IsEmpty(HeaderFilename)) ||
+                                (Kind == FormatKind::BinHex && IsEmpty(BinHexHeaderFilename)))) {
         return berEmptyFileNameInHeader;
     }
-    return lined ? AllocateWork(LineLimit - 1) : S_OK;
+    return S_OK;
 }
 
 HRESULT EncodingSession::BeginDecoding() noexcept {
     if (!RulesOf(Kind)) return berInternalError;
-    if (Kind == FormatKind::Base64 || Kind == FormatKind::Hexa) return S_OK;
-
-    if (const HRESULT hr = AllocateWork(kDecoderWorkSize); FAILED(hr)) return hr;
-    WorkCapacity = kDecoderWorkSize;
-    if (Kind == FormatKind::BinHex) {
-        HeaderBlock.Reset(static_cast<BYTE*>(com::TaskAlloc(kBinHexHeaderCapacity)));
-        if (!HeaderBlock) return E_OUTOFMEMORY;
-        HeaderBlockLength = kBinHexFixedHeaderSize;
+    HRESULT hr = S_OK;
+    if (HasBeginLine(Kind)) {
+        Now.UuXx.MayBeFooter = IncludeHeaderFooter;
+        Now.UuXx.HeaderFound = !IncludeHeaderFooter;
+        if (IncludeHeaderFooter) hr = AllocateBlock(Now.UuXx.SearchedLine, UuXxState::kSearchedSize);
+    } else if (Kind == FormatKind::QuotedPrintable) {
+        Now.QuotedPrintable.BlanksCapacity = QuotedPrintableState::kBlanksUnit;
+        hr = AllocateBlock(Now.QuotedPrintable.Blanks, QuotedPrintableState::kBlanksUnit);
+    } else if (Kind == FormatKind::BinHex) {
+        Now.BinHex.DataFound = !IncludeHeaderFooter;
+        hr = AllocateBlock(Now.BinHex.HeaderBlock, BinHexState::kHeaderCapacity);
     }
-    AtLineStart = true;
-    MayBeFooter = IncludeHeaderFooter;
-    HeaderFound = !IncludeHeaderFooter;
-    NothingHeld = true;
-    ClearHeaderValues();
-    return S_OK;
+    if (SUCCEEDED(hr)) ClearHeaderValues();
+    return hr;
 }
 
-// Every working field takes its neutral value; BeginEncoding and BeginDecoding set those that start otherwise.
-void EncodingSession::ClearWorkingFields() noexcept {
-    StartOfSession = true;
-    Accumulator = LineLimit = Column = WorkLength = HeaderBlockLength = HeaderReceived = 0;
-    ForkCount = 0;
-    PendingWidth = WorkCapacity = 0;
-    HeldCount = PadCount = LineByteCount = DeclaredLength = EndMatched = RunLength = ForkCrc = PendingCrc = 0;
-    RunByte = PendingByte = 0;
-    BreakPending = AtLineStart = MayBeFooter = DeferredInvalid = HeaderFound = EndKeyword = Finished = false;
-    DataForkDone = RunMarkerSeen = NothingHeld = CrcBytePending = ResourceForkDone = false;
-    LastNotBlank = SoftBreakDue = HasPending = CarriageReturnSeen = false;
-}
-
-// What the header of the text will supply is no longer what a client has set.
+// Clears what the text's header will supply, so that a client's values are not taken for decoded ones.
 void EncodingSession::ClearHeaderValues() noexcept {
-    const bool binHex = Kind == FormatKind::BinHex;
-    if (!binHex && !((Kind == FormatKind::UU || Kind == FormatKind::XX) && IncludeHeaderFooter)) return;
-    const auto hold = LockHeader();
-    if (!binHex) {
-        HeaderFilename.Reset();
-        HeaderPermissions = 0;
-        return;
+    if (Kind == FormatKind::BinHex) {
+        StoreHeader([](HeaderValues& values) {
+            values.BinHexHeaderFilename.Reset();
+            std::fill(std::begin(values.HeaderType), std::end(values.HeaderType), BYTE{0});
+            std::fill(std::begin(values.HeaderCreator), std::end(values.HeaderCreator), BYTE{0});
+            values.HeaderFlags = 0;
+            values.HeaderDataForkLength = values.HeaderResourceForkLength = 0;
+        });
+    } else if (HasBeginLine(Kind) && IncludeHeaderFooter) {
+        StoreHeader([](HeaderValues& values) {
+            values.HeaderFilename.Reset();
+            values.HeaderPermissions = 0;
+        });
     }
-    BinHexHeaderFilename.Reset();
-    std::fill(std::begin(HeaderType), std::end(HeaderType), BYTE{0});
-    std::fill(std::begin(HeaderCreator), std::end(HeaderCreator), BYTE{0});
-    HeaderFlags = 0;
-    HeaderDataForkLength = HeaderResourceForkLength = 0;
 }
 
-HRESULT EncodingSession::AllocateWork(uint32_t size) noexcept {
-    WorkBuffer.Reset(static_cast<BYTE*>(com::TaskAlloc(size)));
-    return WorkBuffer ? S_OK : E_OUTOFMEMORY;
-}
-
-void EncodingSession::FinishSession() noexcept {
+void EncodingSession::ResetSession() noexcept {
     State = SessionState::Idle;
-    WorkBuffer.Reset();
-    HeaderBlock.Reset();
+    stepRun_ = false;
+    std::destroy_at(&Now);
+    std::construct_at(&Now);
 }
-
-void EncodingSession::ResetSession() noexcept { FinishSession(); }
 
 HRESULT EncodingSession::SelectFormat(FormatKind kind) noexcept {
     if (State != SessionState::Idle) return berSessionOpened;
@@ -158,7 +183,7 @@ HRESULT EncodingSession::SetMaxLineLength(uint32_t length) noexcept {
 
 HRESULT EncodingSession::SetEndOfLineType(int32_t type) noexcept {
     if (State != SessionState::Idle) return berSessionOpened;
-    if (!IsEndOfLineType(type)) return berInvalidEndOfLineType;
+    if (type < kNoBreak || type > kCr) return berInvalidEndOfLineType;
     const FormatRules* const rules = RulesOf(Kind);
     if (!rules) return berInternalError;
     if (rules->BreaksRequired && type == kNoBreak) return berInvalidEndOfLineType;

@@ -1,7 +1,8 @@
-// The streaming converter behind every format object: the options of one format and the state of its open conversion.
+// The streaming converter behind every format object: a record of options, header values and the open conversion, each
+// with a lifetime of its own, and the format steps that work on it.
 //
-// A session is a record that the format steps work on; it knows no interface and takes no lock but the one that its
-// owner lends for header values. The owner admits one call at a time and changes options only while State is Idle.
+// A session knows no interface and takes no lock but the one that its owner lends for header values. The owner admits
+// one call at a time and changes options only while State is Idle.
 #pragma once
 
 #include <windows.h>
@@ -9,30 +10,163 @@
 
 #include <cstdint>
 #include <mutex>
+#include <span>
 
 #include "com/lock.h"
 #include "com/unique.h"
-#include "engine/line_break.h"
 
 namespace talvo {
+
+// A borrowed, read-only range of bytes.
+using ByteSpan = std::span<const BYTE>;
 
 enum class FormatKind : int32_t { UU = 0, XX = 1, Base64 = 2, Hexa = 3, QuotedPrintable = 4, BinHex = 5 };
 
 enum class SessionState : uint32_t { Idle = 0, Encoding = 1, Decoding = 2 };
 
-// Permission bits that a new session carries: octal 444.
-inline constexpr uint16_t kDefaultPermissions = 292;
-inline constexpr uint32_t kDecoderWorkSize = 1024;
-// BinHex: 22 bytes of fields and a name of up to 255.
-inline constexpr uint32_t kBinHexFixedHeaderSize = 22;
-inline constexpr uint32_t kBinHexHeaderCapacity = kBinHexFixedHeaderSize + 255;
+// Values of ETBEndOfLineType.
+enum EndOfLine : int32_t { kNoBreak = 0, kCrLf = 1, kLf = 2, kCr = 3 };
 
-class EncodingSession {
+// What a client sets; frozen while a conversion is open.
+struct Options {
+    FormatKind Kind = FormatKind::UU;
+    uint32_t MaxLineLength = 0;
+    int32_t EndOfLineType = kCrLf;
+    bool ContinueOnInvalidData = false;
+    bool IncludeHeaderFooter = true;
+};
+
+// What the header of a text says: set by a client for an encoding, and by the text in a decoding. They stay until either
+// sets them anew.
+struct HeaderValues {
+    com::UniqueBstr HeaderFilename;    // UU, XX
+    uint16_t HeaderPermissions = 292;  // octal 444
+    com::UniqueBstr BinHexHeaderFilename;
+    BYTE HeaderType[4] = {};
+    BYTE HeaderCreator[4] = {};
+    uint16_t HeaderFlags = 0;
+    uint32_t HeaderDataForkLength = 0;
+    uint32_t HeaderResourceForkLength = 0;
+};
+
+// The lines of encoded text.
+struct LineState {
+    uint32_t Limit = 0;         // characters per line
+    uint32_t Column = 0;        // characters on the current line
+    bool BreakPending = false;  // the last line is complete, its break not yet written
+};
+
+// A group of bytes (encoding) or characters (decoding) that a call has left incomplete; all but quoted-printable.
+struct GroupState {
+    uint32_t Accumulator = 0;
+    uint16_t HeldBytes = 0;
+    uint16_t HeldCharacters = 0;
+    uint16_t PadCount = 0;  // Base64: "=" of the current quantum
+};
+
+// UU and XX.
+struct UuXxState {
+    static constexpr uint32_t kMaxLineBytes = 63;  // the value of a length character has six bits
+    static constexpr uint32_t kMaxLineCharacters = kMaxLineBytes / 3 * 4;
+    static constexpr uint32_t kSearchedSize = 1024;
+
+    // Encoding: the unfinished line, behind its length character.
+    BYTE LineText[kMaxLineCharacters];
+    uint32_t LineTextLength = 0;
+    uint16_t LineByteCount = 0;  // the source bytes in it
+
+    // Decoding, while the header line is looked for.
+    com::UniqueTaskBytes SearchedLine;  // kSearchedSize bytes
+    uint32_t SearchedLength = 0;
+    bool HeaderFound = false;
+
+    // Decoding, behind it.
+    BYTE LineBytes[kMaxLineBytes];
+    uint32_t LineBytesLength = 0;
+    uint16_t DeclaredLength = 0;   // bytes announced by the current line's length character
+    bool AtLineStart = true;       // also while the header line is looked for
+    bool MayBeFooter = false;      // what the current line has so far is the beginning of "end"
+    uint16_t EndMatched = 0;       // characters of "end" matched on the current line
+    bool EndSeen = false;          // all of them
+    bool DeferredInvalid = false;  // a character of "end" is outside the alphabet, which counts if "end" does not
+    bool Finished = false;
+};
+
+// BinHex.
+struct BinHexState {
+    // A header block has 22 bytes of fields and a name of up to 255.
+    static constexpr uint32_t kFixedHeaderSize = 22;
+    static constexpr uint32_t kHeaderCapacity = kFixedHeaderSize + 255;
+    // Of the identification line this much is compared, the part that does not name a version, and at least one
+    // character more is asked for.
+    static constexpr size_t kIdentificationCompared = 40;
+
+    uint8_t RunByte = 0;         // the byte of the open run
+    uint16_t RunLength = 0;      // encoding; 0: no run is open
+    bool NothingHeld = true;     // decoding: no run is open
+    bool RunMarkerSeen = false;  // decoding: a count comes next
+
+    uint16_t ForkCrc = 0;
+    bool DataForkDone = false;
+    uint64_t SourceCount = 0;  // encoding: bytes so far, of both forks
+
+    // Decoding: the text.
+    BYTE LineStart[kIdentificationCompared + 1];  // of the last line that was not empty
+    uint32_t LineStartLength = 0;
+    bool AtLineStart = true;
+    bool DataFound = false;  // the ":" that opens the data
+    bool ColonSeen = false;  // a ":" that closes it if a line break follows
+    bool Finished = false;
+
+    // Decoding: the forks.
+    com::UniqueTaskBytes HeaderBlock;  // kHeaderCapacity bytes
+    uint32_t HeaderBlockLength = kFixedHeaderSize;
+    uint32_t HeaderReceived = 0;
+    uint64_t ForkCount = 0;  // bytes of the current fork
+    bool ResourceForkDone = false;
+    bool CrcBytePending = false;
+    uint16_t PendingCrc = 0;
+};
+
+// Quoted-printable.
+struct QuotedPrintableState {
+    static constexpr uint32_t kBlanksUnit = 1024;
+
+    bool BreakRead = false;           // a line break is read and not yet written
+    bool CarriageReturnSeen = false;  // a CR that may be the first half of a break
+
+    // Encoding.
+    bool LastNotBlank = true;   // the last byte written
+    bool HasPending = false;    // PendingByte is to be written on the current line
+    bool SoftBreakDue = false;  // PendingByte is to be written behind a soft line break
+    uint8_t PendingByte = 0;
+    uint32_t PendingWidth = 0;
+
+    // Decoding.
+    uint32_t EscapeLength = 0;  // characters read of an escape
+    uint32_t EscapeValue = 0;
+    bool SoftBreakCr = false;     // the CR of a soft line break was read: an LF belongs to it
+    com::UniqueTaskBytes Blanks;  // whole units; held back until it shows whether they end their line
+    uint32_t BlanksLength = 0;
+    uint32_t BlanksCapacity = 0;
+};
+
+// The open conversion: what one call leaves for the next. Neutral while the session is Idle.
+struct Working {
+    LineState Lines;
+    GroupState Group;
+    UuXxState UuXx;
+    BinHexState BinHex;
+    QuotedPrintableState QuotedPrintable;
+
+    Working() noexcept {}  // the bytes of lines need no value; all else has its neutral one
+};
+
+class EncodingSession : public Options, public HeaderValues {
 public:
     EncodingSession() noexcept = default;
     EncodingSession(const EncodingSession&) = delete;
     EncodingSession& operator=(const EncodingSession&) = delete;
-    virtual ~EncodingSession();
 
     // Converts one chunk; the first opens the session, `endOfData` closes it. Success (S_OK or a warning): a new task
     // block that the caller owns, or null and 0. A step that fails returns no block and closes the session. Refused
@@ -53,72 +187,17 @@ public:
     HRESULT SetHeaderFilename(const BSTR name) noexcept;
     HRESULT SetBinHexHeaderFilename(const BSTR name) noexcept;
 
-    // Held while a decoding session replaces header values, so that the owner's readers see whole ones. May be null.
+    // Held while a decoding replaces header values, so that the owner's readers see whole ones. May be null.
     com::CriticalSection* HeaderLock = nullptr;
-    // Takes HeaderLock, if there is one, for the life of the result.
-    std::unique_lock<com::CriticalSection> LockHeader() const noexcept {
-        return HeaderLock ? std::unique_lock(*HeaderLock) : std::unique_lock<com::CriticalSection>();
+    // The one way in which a decoding changes header values: runs `store(values)` under the lock.
+    template <class Store>
+    void StoreHeader(Store store) noexcept {
+        const auto hold = HeaderLock ? std::unique_lock(*HeaderLock) : std::unique_lock<com::CriticalSection>();
+        store(static_cast<HeaderValues&>(*this));
     }
 
-    // State and options.
     SessionState State = SessionState::Idle;
-    FormatKind Kind = FormatKind::UU;
-    uint32_t MaxLineLength = 0;
-    int32_t EndOfLineType = kCrLf;
-    bool ContinueOnInvalidData = false;
-    bool IncludeHeaderFooter = true;
-    com::UniqueBstr HeaderFilename;
-    uint16_t HeaderPermissions = kDefaultPermissions;
-
-    // The conversion underway; a format step uses the fields of its format only.
-    bool StartOfSession = false;  // no step has run yet
-    uint32_t Accumulator = 0;     // bits of the group being built
-    uint16_t HeldCount = 0;       // bytes (encoding) or characters (decoding) held in Accumulator
-    uint32_t LineLimit = 0;       // characters per encoded line
-    bool BreakPending = false;    // a line break is owed; quoted-printable: one was read and is not yet written
-    uint32_t Column = 0;          // characters on the current output line
-    uint16_t PadCount = 0;        // Base64: "=" of the current quantum
-    com::UniqueTaskBytes WorkBuffer;
-    uint32_t WorkLength = 0;      // bytes held in WorkBuffer
-    uint16_t LineByteCount = 0;   // UU, XX: source bytes in the pending output line
-    uint16_t DeclaredLength = 0;  // UU, XX: bytes announced by the current line's length character
-    bool AtLineStart = false;     // UU, XX, BinHex parser flags
-    bool MayBeFooter = false;
-    bool DeferredInvalid = false;
-    uint16_t EndMatched = 0;  // UU, XX: characters of "end" matched on the current line
-    bool HeaderFound = false;
-    bool EndKeyword = false;
-    bool Finished = false;
-
-    // BinHex.
-    com::UniqueTaskBytes HeaderBlock;
-    uint32_t HeaderBlockLength = 0;
-    uint8_t RunByte = 0;
-    uint16_t RunLength = 0;
-    uint16_t ForkCrc = 0;
-    uint64_t ForkCount = 0;  // encoding: source bytes so far; decoding: bytes of the current fork
-    bool DataForkDone = false;
-    com::UniqueBstr BinHexHeaderFilename;
-    BYTE HeaderType[4] = {};
-    BYTE HeaderCreator[4] = {};
-    uint16_t HeaderFlags = 0;
-    uint32_t HeaderDataForkLength = 0;
-    uint32_t HeaderResourceForkLength = 0;
-    bool RunMarkerSeen = false;
-    bool NothingHeld = false;
-    uint32_t HeaderReceived = 0;
-    bool CrcBytePending = false;
-    uint16_t PendingCrc = 0;
-    bool ResourceForkDone = false;
-
-    // Quoted-printable.
-    bool LastNotBlank = false;
-    bool SoftBreakDue = false;
-    bool HasPending = false;
-    bool CarriageReturnSeen = false;
-    uint8_t PendingByte = 0;
-    uint32_t PendingWidth = 0;
-    uint32_t WorkCapacity = 0;
+    Working Now;
 
 private:
     HRESULT RunChunk(SessionState direction, const BYTE* source, uint32_t size, bool endOfData, BYTE** out,
@@ -126,11 +205,59 @@ private:
     HRESULT Open(SessionState direction) noexcept;
     HRESULT BeginEncoding() noexcept;
     HRESULT BeginDecoding() noexcept;
-    void ClearWorkingFields() noexcept;
     void ClearHeaderValues() noexcept;
-    HRESULT AllocateWork(uint32_t size) noexcept;
-    void FinishSession() noexcept;
     HRESULT SetName(com::UniqueBstr& field, const BSTR name) noexcept;
+
+    bool stepRun_ = false;  // since the conversion was opened
 };
+
+class Output;
+
+struct StepInput {
+    ByteSpan Source;
+    bool EndOfData;
+    bool StartOfSession;  // the first step of its session: headers are written now
+};
+
+// What a step sees of its session.
+class Conversion {
+public:
+    explicit Conversion(EncodingSession& session) noexcept
+        : Chosen(session), Header(session), Now(session.Now), session_(session) {}
+
+    const Options& Chosen;
+    const HeaderValues& Header;
+    Working& Now;
+
+    template <class Store>
+    void StoreHeader(Store store) const noexcept {
+        session_.StoreHeader(store);
+    }
+
+private:
+    EncodingSession& session_;
+};
+
+// The format steps: one encode and one decode step a format, each a function of the conversion and the bytes of one
+// call. A step owns no memory beyond its output, reads no globals and takes no lock. It returns S_OK or a warning with
+// the output (empty for none), or an error; what it has allocated by then goes with the Output.
+using Step = HRESULT (*)(const Conversion& conversion, const StepInput& input, Output& out);
+
+// UU and XX, told apart by the session's Kind.
+HRESULT UuXxEncode(const Conversion& conversion, const StepInput& input, Output& out) noexcept;
+HRESULT UuXxDecode(const Conversion& conversion, const StepInput& input, Output& out) noexcept;
+HRESULT Base64Encode(const Conversion& conversion, const StepInput& input, Output& out) noexcept;
+HRESULT Base64Decode(const Conversion& conversion, const StepInput& input, Output& out) noexcept;
+HRESULT HexaEncode(const Conversion& conversion, const StepInput& input, Output& out) noexcept;
+HRESULT HexaDecode(const Conversion& conversion, const StepInput& input, Output& out) noexcept;
+HRESULT QuotedPrintableEncode(const Conversion& conversion, const StepInput& input, Output& out) noexcept;
+HRESULT QuotedPrintableDecode(const Conversion& conversion, const StepInput& input, Output& out) noexcept;
+HRESULT BinHexEncode(const Conversion& conversion, const StepInput& input, Output& out) noexcept;
+HRESULT BinHexDecode(const Conversion& conversion, const StepInput& input, Output& out) noexcept;
+
+// The exact sizes of what the encode steps write for such a call, and for `sourceSize` more bytes.
+uint64_t UuXxEncodedSize(const Conversion& conversion, const StepInput& input) noexcept;
+uint64_t Base64EncodedSize(const Conversion& conversion, uint64_t sourceSize, bool endOfData) noexcept;
+uint64_t HexaEncodedSize(const Conversion& conversion, uint64_t sourceSize, bool endOfData) noexcept;
 
 }  // namespace talvo

@@ -1,12 +1,10 @@
 // Header line of UU and XX. The name is in the ANSI code page and takes as many bytes there as it needs.
-#include "engine/uuxx_begin_line.h"
-
 #include <algorithm>
-#include <mutex>
 #include <string_view>
 #include <utility>
 
-#include "engine/narrow_name.h"
+#include "com/narrow_text.h"
+#include "engine/uuxx.h"
 
 namespace talvo {
 namespace {
@@ -54,64 +52,67 @@ bool IsBeginLine(ByteSpan line) noexcept {
     return line.size() > kBegin.size() && std::equal(kBegin.begin(), kBegin.end(), line.begin());
 }
 
-HRESULT StoreHeader(EncodingSession& s, const BeginLine& line) noexcept {
+HRESULT StoreHeader(const Conversion& c, const BeginLine& line) noexcept {
     com::UniqueBstr name;
     if (!line.Name.empty()) {
-        name = Widen(CP_ACP, line.Name);
+        name = com::Widen(CP_ACP, {reinterpret_cast<const char*>(line.Name.data()), line.Name.size()});
         if (!name) return E_OUTOFMEMORY;
     }
-    const auto hold = s.LockHeader();
-    s.HeaderFilename = std::move(name);
-    s.HeaderPermissions = line.Permissions;
+    c.StoreHeader([&](HeaderValues& values) {
+        values.HeaderFilename = std::move(name);
+        values.HeaderPermissions = line.Permissions;
+    });
     return S_OK;
 }
 
 // The line collected so far has ended.
-HRESULT EndOfSearchedLine(EncodingSession& s) noexcept {
-    const ByteSpan line(s.WorkBuffer.Get(), std::exchange(s.WorkLength, 0));
+HRESULT EndOfSearchedLine(const Conversion& c) noexcept {
+    UuXxState& s = c.Now.UuXx;
+    const ByteSpan line(s.SearchedLine.Get(), std::exchange(s.SearchedLength, 0));
     s.AtLineStart = false;
     if (!IsBeginLine(line)) return S_OK;
-    if (const HRESULT hr = StoreHeader(s, ParseBeginLine(line)); FAILED(hr)) return hr;
+    if (const HRESULT hr = StoreHeader(c, ParseBeginLine(line)); FAILED(hr)) return hr;
     s.HeaderFound = s.AtLineStart = true;
     return S_OK;
 }
 
-// Collects the characters in front of the next line break, as many as the work buffer takes.
-ByteSpan CollectSearchedLine(EncodingSession& s, ByteSpan rest) noexcept {
+// Collects the characters in front of the next line break, as many as there is room for.
+ByteSpan CollectSearchedLine(UuXxState& s, ByteSpan rest) noexcept {
     const auto count = static_cast<size_t>(std::find_if(rest.begin(), rest.end(), IsLineBreak) - rest.begin());
-    const size_t kept = std::min<size_t>(count, kDecoderWorkSize - s.WorkLength);
-    std::copy_n(rest.begin(), kept, s.WorkBuffer.Get() + s.WorkLength);
-    s.WorkLength += static_cast<uint32_t>(kept);
+    const size_t kept = std::min<size_t>(count, UuXxState::kSearchedSize - s.SearchedLength);
+    std::copy_n(rest.begin(), kept, s.SearchedLine.Get() + s.SearchedLength);
+    s.SearchedLength += static_cast<uint32_t>(kept);
     return rest.subspan(count);
 }
 
 }  // namespace
 
-uint64_t BeginLineSize(const EncodingSession& s) noexcept {
-    const uint64_t name = NarrowSize(CP_ACP, s.HeaderFilename.Get());
+uint64_t BeginLineSize(const HeaderValues& header) noexcept {
+    const uint64_t name = com::NarrowSize(CP_ACP, header.HeaderFilename.Get());
     return name == 0 ? 0 : kBegin.size() + kPermissionDigits + 1 + name;
 }
 
-bool WriteBeginLine(const EncodingSession& s, Writer& write) noexcept {
+bool WriteBeginLine(const HeaderValues& header, Writer& write) noexcept {
     BYTE start[kBegin.size() + kPermissionDigits + 1];
     BYTE* next = std::copy(kBegin.begin(), kBegin.end(), start);
     for (unsigned digit = kPermissionDigits; digit-- != 0;) {
-        *next++ = static_cast<BYTE>('0' + (s.HeaderPermissions >> (3 * digit) & 7));
+        *next++ = static_cast<BYTE>('0' + (header.HeaderPermissions >> (3 * digit) & 7));
     }
     *next = ' ';
-    const uint32_t nameSize = NarrowSize(CP_ACP, s.HeaderFilename.Get());
+    const uint32_t nameSize = com::NarrowSize(CP_ACP, header.HeaderFilename.Get());
     if (!write.Put(start)) return false;
     BYTE* const name = write.Take(nameSize);
-    return name && Narrow(CP_ACP, s.HeaderFilename.Get(), name, nameSize);
+    return name && com::Narrow(CP_ACP, header.HeaderFilename.Get(), name, nameSize);
 }
 
-HRESULT FindBeginLine(EncodingSession& s, ByteSpan& rest) noexcept {
+HRESULT FindBeginLine(const Conversion& c, ByteSpan& rest) noexcept {
+    UuXxState& s = c.Now.UuXx;
     while (!s.HeaderFound && !rest.empty()) {
         if (IsLineBreak(rest.front())) {
             s.AtLineStart = true;
             rest = rest.subspan(1);
         } else if (s.AtLineStart) {
-            if (const HRESULT hr = EndOfSearchedLine(s); FAILED(hr)) return hr;
+            if (const HRESULT hr = EndOfSearchedLine(c); FAILED(hr)) return hr;
         } else {
             rest = CollectSearchedLine(s, rest);
         }

@@ -6,18 +6,16 @@
 #include <string_view>
 #include <utility>
 
-#include "engine/sextets.h"
-#include "engine/steps.h"
-#include "engine/uuxx_begin_line.h"
-#include "engine/uuxx_tables.h"
+#include "engine/uuxx.h"
 #include "engine/verdict.h"
 
 namespace talvo {
 namespace {
 
 constexpr std::string_view kEnd = "end";
-// WorkLength of a line that is longer than any may be. It grows no further.
-constexpr uint32_t kTooLong = kUuXxMaxLineBytes + kGroupBytes;
+constexpr uint32_t kMaxLineBytes = UuXxState::kMaxLineBytes;
+// LineBytesLength of a line that is longer than any may be. It grows no further.
+constexpr uint32_t kTooLong = kMaxLineBytes + kGroupBytes;
 
 // Appends lines to the output. A line counts for what its length character announces, and two characters may announce
 // 63 bytes; so there is no useful bound, and the block grows, by half at least, when the estimate turns out too small.
@@ -44,8 +42,13 @@ private:
 
 class UuXxReader {
 public:
-    UuXxReader(EncodingSession& session, Output& out) noexcept
-        : s_(session), lines_(out), verdict_(session.ContinueOnInvalidData), alphabet_(UuXxAlphabetOf(session.Kind)) {}
+    UuXxReader(const Conversion& c, Output& out) noexcept
+        : s_(c.Now.UuXx),
+          group_(c.Now.Group),
+          lines_(out),
+          verdict_(c.Chosen.ContinueOnInvalidData),
+          mayHaveFooter_(c.Chosen.IncludeHeaderFooter),
+          alphabet_(UuXxAlphabetOf(c.Chosen.Kind)) {}
 
     // Takes the character in front, and the whole line behind its length character if it is clean. False: the call ends
     // with Result().
@@ -58,7 +61,7 @@ public:
             if (!verdict_.Repairs(berInvalidCharacterInData)) return false;
         }
         const uint8_t characterClass = alphabet_.Classes[c];
-        const bool opensLine = s_.AtLineStart && characterClass <= kUuXxMaxLineBytes;
+        const bool opensLine = s_.AtLineStart && characterClass <= kMaxLineBytes;
         if (opensLine && !CloseLine(rest.size())) return false;
         rest = rest.subspan(1);
         if (!opensLine) return Judge(characterClass);
@@ -70,9 +73,9 @@ public:
 
     // End of data: the last line has no line behind it.
     bool Finish() noexcept {
-        if (s_.EndKeyword) s_.DeclaredLength = s_.HeldCount = 0;
-        if (s_.HeldCount != 0 && !verdict_.Repairs(berRemainingData)) return false;
-        s_.HeldCount = 0;
+        if (s_.EndSeen) s_.DeclaredLength = group_.HeldCharacters = 0;
+        if (group_.HeldCharacters != 0 && !verdict_.Repairs(berRemainingData)) return false;
+        group_.HeldCharacters = 0;
         return Emit(0);
     }
 
@@ -83,16 +86,16 @@ private:
     // "end" counts if it starts a line and a line break follows; until then its characters are also what they are
     // otherwise, except that those outside the alphabet are not reported yet.
     void LookForEnd(BYTE c) noexcept {
-        if (s_.EndKeyword) {
-            s_.EndKeyword = s_.MayBeFooter = false;
+        if (s_.EndSeen) {
+            s_.EndSeen = s_.MayBeFooter = false;
             if (alphabet_.Classes[c] != kUuXxLineBreak) return;
             s_.Finished = true;
-            s_.DeclaredLength = s_.HeldCount = 0;
+            s_.DeclaredLength = group_.HeldCharacters = 0;
         } else if (c != static_cast<BYTE>(kEnd[s_.EndMatched])) {
             s_.MayBeFooter = false;
             s_.EndMatched = 0;
         } else if (++s_.EndMatched == kEnd.size()) {
-            s_.EndKeyword = true;
+            s_.EndSeen = true;
             s_.DeferredInvalid = false;
         }
     }
@@ -113,40 +116,40 @@ private:
 
     bool LineBreak() noexcept {
         StartLine();
-        if (s_.HeldCount == 0) return true;
+        if (group_.HeldCharacters == 0) return true;
         if (!verdict_.Repairs(berInvalidNumberOfCharacterOnLine)) return false;
-        s_.Accumulator <<= 6 * (kGroupCharacters - s_.HeldCount);
+        group_.Accumulator <<= 6 * (kGroupCharacters - group_.HeldCharacters);
         return Group();
     }
 
     void StartLine() noexcept {
         s_.AtLineStart = true;
-        s_.MayBeFooter = s_.IncludeHeaderFooter;
+        s_.MayBeFooter = mayHaveFooter_;
         s_.EndMatched = 0;
     }
 
     bool Digit(uint32_t value) noexcept {
-        s_.Accumulator = s_.Accumulator << 6 | value;
-        return ++s_.HeldCount != kGroupCharacters || Group();
+        group_.Accumulator = group_.Accumulator << 6 | value;
+        return ++group_.HeldCharacters != kGroupCharacters || Group();
     }
 
-    // The held group goes to the work buffer, or is dropped where the line is full.
+    // The held group goes to the line, or is dropped where the line is full.
     bool Group() noexcept {
-        const uint32_t bits = std::exchange(s_.Accumulator, 0);
-        s_.HeldCount = 0;
-        if (s_.WorkLength >= kUuXxMaxLineBytes) {
-            s_.WorkLength = kTooLong;
+        const uint32_t bits = std::exchange(group_.Accumulator, 0);
+        group_.HeldCharacters = 0;
+        if (s_.LineBytesLength >= kMaxLineBytes) {
+            s_.LineBytesLength = kTooLong;
             return verdict_.Repairs(berInvalidLineLengthInData);
         }
         const auto bytes = BytesOfGroup(bits);
-        std::copy(bytes.begin(), bytes.end(), s_.WorkBuffer.Get() + s_.WorkLength);
-        s_.WorkLength += kGroupBytes;
+        std::copy(bytes.begin(), bytes.end(), s_.LineBytes + s_.LineBytesLength);
+        s_.LineBytesLength += kGroupBytes;
         return true;
     }
 
     // The next line begins. The last group may carry bytes beyond the announced ones, a group beyond them is a defect.
     bool CloseLine(size_t charactersLeft) noexcept {
-        if (s_.WorkLength > s_.DeclaredLength + kGroupBytes - 1 && !verdict_.Repairs(berInvalidLineLengthInData)) {
+        if (s_.LineBytesLength > s_.DeclaredLength + kGroupBytes - 1 && !verdict_.Repairs(berInvalidLineLengthInData)) {
             return false;
         }
         return Emit(charactersLeft);
@@ -156,12 +159,12 @@ private:
     // and a blank is a zero.
     bool Emit(size_t charactersLeft) noexcept {
         const uint32_t size = std::exchange(s_.DeclaredLength, uint16_t{0});
-        const uint32_t decoded = std::min(std::exchange(s_.WorkLength, 0), size);
+        const uint32_t decoded = std::min(std::exchange(s_.LineBytesLength, 0), size);
         if (size == 0) return true;
         memory_ = lines_.Reserve(size, charactersLeft);
         BYTE* const place = lines_.Place(size);
         if (FAILED(memory_) || !place) return false;
-        std::fill(std::copy_n(s_.WorkBuffer.Get(), decoded, place), place + size, BYTE{0});
+        std::fill(std::copy_n(s_.LineBytes, decoded, place), place + size, BYTE{0});
         lines_.Advance(size);
         return true;
     }
@@ -177,7 +180,7 @@ private:
         size_t next = length;
         if (alphabet_.Classes[rest[next++]] != kUuXxLineBreak) return 0;
         if (rest[length] == '\r' && rest[next] == '\n') ++next;
-        if (alphabet_.Classes[rest[next]] > kUuXxMaxLineBytes) return 0;
+        if (alphabet_.Classes[rest[next]] > kMaxLineBytes) return 0;
 
         if (FAILED(lines_.Reserve(groups * kGroupBytes, rest.size()))) return 0;
         BYTE* const place = lines_.Place(groups * kGroupBytes);
@@ -187,21 +190,23 @@ private:
         return next;
     }
 
-    EncodingSession& s_;
+    UuXxState& s_;
+    GroupState& group_;
     LineOutput lines_;
     Verdict verdict_;
+    const bool mayHaveFooter_;
     const UuXxAlphabet& alphabet_;
     HRESULT memory_ = S_OK;
 };
 
 }  // namespace
 
-HRESULT UuXxDecode(EncodingSession& s, const StepInput& input, Output& out) noexcept {
+HRESULT UuXxDecode(const Conversion& c, const StepInput& input, Output& out) noexcept {
     ByteSpan rest = input.Source;
-    if (const HRESULT hr = FindBeginLine(s, rest); FAILED(hr)) return hr;
+    if (const HRESULT hr = FindBeginLine(c, rest); FAILED(hr)) return hr;
 
-    UuXxReader reader(s, out);
-    while (!rest.empty() && !s.Finished) {
+    UuXxReader reader(c, out);
+    while (!rest.empty() && !c.Now.UuXx.Finished) {
         if (!reader.Next(rest)) return reader.Result();
     }
     if (input.EndOfData && !reader.Finish()) return reader.Result();

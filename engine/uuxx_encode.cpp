@@ -1,20 +1,19 @@
 // UU and XX encode step: size first, then whole lines by kernel straight from the source. Only a line that a call
-// leaves unfinished is built in the work buffer: its length character comes first and is not known before its end.
+// leaves unfinished is collected in LineText: its length character comes first and is not known before its end.
 #include <algorithm>
 #include <string_view>
 #include <utility>
 
-#include "engine/encode_loop.h"
-#include "engine/sextets.h"
-#include "engine/steps.h"
-#include "engine/uuxx_begin_line.h"
-#include "engine/uuxx_tables.h"
-#include "server/results/result_codes.h"
+#include "engine/kernels/kernels.h"
+#include "engine/uuxx.h"
 
 namespace talvo {
 namespace {
 
 constexpr std::string_view kEnd = "end";
+
+constexpr UuXxAlphabet kUu = {kUuDigits, kUuClasses, &kernels::UuEncodeGroups, &kernels::UuDecodeGroups};
+constexpr UuXxAlphabet kXx = {kXxDigits, kXxClasses, &kernels::XxEncodeGroups, &kernels::XxDecodeGroups};
 
 // Output of one call, line breaks apart.
 struct Extent {
@@ -22,21 +21,23 @@ struct Extent {
     uint64_t Breaks = 0;
 };
 
-// A break goes in front of what needs it, so a line that this call completes owes its break to the next.
-Extent ExtentOf(const EncodingSession& s, const StepInput& input) noexcept {
-    const uint64_t bytes = s.HeldCount + uint64_t{input.Source.size()};
+// A break is written when something comes behind it, so that of the last complete line stays pending.
+Extent ExtentOf(const Conversion& c, const StepInput& input) noexcept {
+    const LineState& lines = c.Now.Lines;
+    const uint64_t bytes = c.Now.Group.HeldBytes + uint64_t{input.Source.size()};
     const bool padded = input.EndOfData && bytes % kGroupBytes != 0;
-    const uint64_t data = s.WorkLength + bytes / kGroupBytes * kGroupCharacters + (padded ? kGroupCharacters : 0);
-    const uint64_t lineData = s.LineLimit - 1;
+    const uint64_t data =
+        c.Now.UuXx.LineTextLength + bytes / kGroupBytes * kGroupCharacters + (padded ? kGroupCharacters : 0);
+    const uint64_t lineData = lines.Limit - 1;
 
-    Extent extent{data / lineData * s.LineLimit, data > 0 ? (data - 1) / lineData : 0};
+    Extent extent{data / lineData * lines.Limit, data > 0 ? (data - 1) / lineData : 0};
     if (input.EndOfData && data % lineData != 0) extent.Characters += data % lineData + 1;
-    if (s.BreakPending && (input.EndOfData || !input.Source.empty())) ++extent.Breaks;
-    if (s.IncludeHeaderFooter && input.StartOfSession) {
-        extent.Characters += BeginLineSize(s);
+    if (lines.BreakPending && (input.EndOfData || !input.Source.empty())) ++extent.Breaks;
+    if (c.Chosen.IncludeHeaderFooter && input.StartOfSession) {
+        extent.Characters += BeginLineSize(c.Header);
         ++extent.Breaks;
     }
-    if (s.IncludeHeaderFooter && input.EndOfData) {
+    if (c.Chosen.IncludeHeaderFooter && input.EndOfData) {
         extent.Characters += 1 + kEnd.size();
         extent.Breaks += data > 0 ? 2 : 1;
     }
@@ -45,30 +46,33 @@ Extent ExtentOf(const EncodingSession& s, const StepInput& input) noexcept {
 
 class UuXxWriter {
 public:
-    UuXxWriter(EncodingSession& session, const Output& out) noexcept
-        : s_(session),
+    UuXxWriter(const Conversion& c, const Output& out) noexcept
+        : c_(c),
+          lines_(c.Now.Lines),
+          group_(c.Now.Group),
+          s_(c.Now.UuXx),
           write_(out),
-          lineBreak_(LineBreakBytes(session.EndOfLineType)),
-          alphabet_(UuXxAlphabetOf(session.Kind)),
-          lineGroups_((session.LineLimit - 1) / kGroupCharacters) {}
+          lineBreak_(LineBreakBytes(c.Chosen.EndOfLineType)),
+          alphabet_(UuXxAlphabetOf(c.Chosen.Kind)),
+          lineGroups_((lines_.Limit - 1) / kGroupCharacters) {}
 
     void Header() noexcept {
-        if (WriteBeginLine(s_, write_)) write_.Put(lineBreak_);
+        if (WriteBeginLine(c_.Header, write_)) write_.Put(lineBreak_);
     }
 
-    void OwedBreak() noexcept {
-        if (std::exchange(s_.BreakPending, false)) write_.Put(lineBreak_);
+    void PendingBreak() noexcept {
+        if (std::exchange(lines_.BreakPending, false)) write_.Put(lineBreak_);
     }
 
     void Hold(BYTE byte) noexcept {
-        s_.Accumulator = s_.Accumulator << 8 | byte;
-        if (++s_.HeldCount == kGroupBytes) HeldGroup(kGroupBytes);
+        group_.Accumulator = group_.Accumulator << 8 | byte;
+        if (++group_.HeldBytes == kGroupBytes) HeldGroup(kGroupBytes);
     }
 
     void Groups(const BYTE* source, size_t groups) noexcept {
         while (groups != 0) {
-            OwedBreak();
-            const size_t run = std::min<size_t>(groups, lineGroups_ - s_.WorkLength / kGroupCharacters);
+            PendingBreak();
+            const size_t run = std::min<size_t>(groups, lineGroups_ - s_.LineTextLength / kGroupCharacters);
             if (run == lineGroups_) {
                 FullLine(source);
             } else {
@@ -80,12 +84,12 @@ public:
     }
 
     void Finish() noexcept {
-        if (s_.HeldCount != 0) {
-            s_.Accumulator <<= 8 * (kGroupBytes - s_.HeldCount);
-            HeldGroup(s_.HeldCount);
+        if (group_.HeldBytes != 0) {
+            group_.Accumulator <<= 8 * (kGroupBytes - group_.HeldBytes);
+            HeldGroup(group_.HeldBytes);
         }
-        if (s_.WorkLength != 0) CollectedLine();
-        if (s_.IncludeHeaderFooter) Footer();
+        if (s_.LineTextLength != 0) CollectedLine();
+        if (c_.Chosen.IncludeHeaderFooter) Footer();
     }
 
     bool Complete() const noexcept { return write_.Full(); }
@@ -93,35 +97,35 @@ public:
 private:
     // Missing bytes are zero, and the padding character is the digit for zero.
     void HeldGroup(uint32_t bytes) noexcept {
-        OwedBreak();
-        Collect(BytesOfGroup(s_.Accumulator).data(), 1, bytes);
-        s_.Accumulator = 0;
-        s_.HeldCount = 0;
+        PendingBreak();
+        Collect(BytesOfGroup(group_.Accumulator).data(), 1, bytes);
+        group_.Accumulator = 0;
+        group_.HeldBytes = 0;
     }
 
     void FullLine(const BYTE* source) noexcept {
-        BYTE* const place = write_.Take(s_.LineLimit);
+        BYTE* const place = write_.Take(lines_.Limit);
         if (!place) return;
         *place = LengthCharacter(lineGroups_ * kGroupBytes);
         alphabet_.EncodeGroups(place + 1, source, lineGroups_);
-        s_.BreakPending = true;
+        lines_.BreakPending = true;
     }
 
     void Collect(const BYTE* source, size_t groups, uint32_t bytes) noexcept {
-        alphabet_.EncodeGroups(s_.WorkBuffer.Get() + s_.WorkLength, source, groups);
-        s_.WorkLength += static_cast<uint32_t>(groups) * kGroupCharacters;
+        alphabet_.EncodeGroups(s_.LineText + s_.LineTextLength, source, groups);
+        s_.LineTextLength += static_cast<uint32_t>(groups) * kGroupCharacters;
         s_.LineByteCount = static_cast<uint16_t>(s_.LineByteCount + bytes);
-        if (s_.WorkLength == s_.LineLimit - 1) CollectedLine();
+        if (s_.LineTextLength == lines_.Limit - 1) CollectedLine();
     }
 
     void CollectedLine() noexcept {
         write_.Put(LengthCharacter(std::exchange(s_.LineByteCount, uint16_t{0})));
-        write_.Put(ByteSpan(s_.WorkBuffer.Get(), std::exchange(s_.WorkLength, 0)));
-        s_.BreakPending = true;
+        write_.Put(ByteSpan(s_.LineText, std::exchange(s_.LineTextLength, 0)));
+        lines_.BreakPending = true;
     }
 
     void Footer() noexcept {
-        OwedBreak();
+        PendingBreak();
         write_.Put(LengthCharacter(0));
         write_.Put(lineBreak_);
         write_.Put(ByteSpan{reinterpret_cast<const BYTE*>(kEnd.data()), kEnd.size()});
@@ -129,7 +133,10 @@ private:
 
     BYTE LengthCharacter(uint32_t bytes) const noexcept { return static_cast<BYTE>(alphabet_.Digits[bytes]); }
 
-    EncodingSession& s_;
+    const Conversion& c_;
+    LineState& lines_;
+    GroupState& group_;
+    UuXxState& s_;
     Writer write_;
     ByteSpan lineBreak_;
     const UuXxAlphabet& alphabet_;
@@ -138,21 +145,22 @@ private:
 
 }  // namespace
 
-uint64_t UuXxEncodedSize(const EncodingSession& s, const StepInput& input) noexcept {
-    const Extent extent = ExtentOf(s, input);
-    return extent.Characters + extent.Breaks * LineBreakBytes(s.EndOfLineType).size();
+const UuXxAlphabet& UuXxAlphabetOf(FormatKind kind) noexcept { return kind == FormatKind::XX ? kXx : kUu; }
+
+uint64_t UuXxEncodedSize(const Conversion& c, const StepInput& input) noexcept {
+    const Extent extent = ExtentOf(c, input);
+    return extent.Characters + extent.Breaks * LineBreakBytes(c.Chosen.EndOfLineType).size();
 }
 
-HRESULT UuXxEncode(EncodingSession& s, const StepInput& input, Output& out) noexcept {
-    const bool header = s.IncludeHeaderFooter && input.StartOfSession;
-    if (LineBreakBytes(s.EndOfLineType).empty() && ExtentOf(s, input).Breaks != 0) return berInvalidEndOfLineType;
-    if (header && BeginLineSize(s) == 0) return E_OUTOFMEMORY;
-    if (const HRESULT hr = out.Allocate(UuXxEncodedSize(s, input)); FAILED(hr)) return hr;
+HRESULT UuXxEncode(const Conversion& c, const StepInput& input, Output& out) noexcept {
+    const bool header = c.Chosen.IncludeHeaderFooter && input.StartOfSession;
+    if (header && BeginLineSize(c.Header) == 0) return E_OUTOFMEMORY;
+    if (const HRESULT hr = out.Allocate(UuXxEncodedSize(c, input)); FAILED(hr)) return hr;
 
-    UuXxWriter writer(s, out);
+    UuXxWriter writer(c, out);
     if (header) writer.Header();
-    if (input.EndOfData || !input.Source.empty()) writer.OwedBreak();
-    return EncodeAll(writer, s, input);
+    if (input.EndOfData || !input.Source.empty()) writer.PendingBreak();
+    return EncodeAll(writer, c.Now.Group, input);
 }
 
 }  // namespace talvo

@@ -13,7 +13,6 @@
 #include "com/lock.h"
 #include "com/module_state.h"
 #include "com/unique.h"
-#include "engine/bytes.h"
 #include "engine/session.h"
 #include "server/results/error_info.h"
 #include "server/results/result_codes.h"
@@ -60,8 +59,8 @@ protected:
     }
 
     // The two patterns of an accessor, error information included.
-    template <class Out, class Field>
-    HRESULT Get(Out* out, Field EncodingSession::*field) noexcept {
+    template <class Out, class Part, class Field>
+    HRESULT Get(Out* out, Field Part::*field) noexcept {
         if (!out) return Publish(E_POINTER);
         {
             std::lock_guard hold(lock_);
@@ -73,8 +72,8 @@ protected:
     HRESULT Put(Store store) noexcept {
         return Publish(Change(store));
     }
-    template <class Field>
-    HRESULT PutField(Field EncodingSession::*field, Field value) noexcept {
+    template <class Part, class Field>
+    HRESULT PutField(Field Part::*field, Field value) noexcept {
         return Put([=](EncodingSession& session) {
             session.*field = value;
             return S_OK;

@@ -5,7 +5,7 @@
 
 #include "TalvoBinaryEncoding.h"
 #include "com/unique.h"
-#include "engine/bytes.h"
+#include "engine/session.h"
 
 namespace talvo {
 

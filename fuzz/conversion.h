@@ -85,14 +85,16 @@ inline Result Convert(EncodingSession& session, Direction direction, std::string
     Result result;
     for (bool end = false; !end;) {
         const size_t size = std::min(input.size(), cuts == 0 ? longest : 1 + random() % longest);
-        // An empty last call now and then, when decoding: encoders write owed breaks then.
+        // An empty last call now and then, when decoding: encoders write a pending break then.
         end = size == input.size() && (direction == Direction::Encode || size == 0 || cuts % 3 != 1);
         const HRESULT hr = Feed(session, direction, input.substr(0, size), end, result.Bytes);
         if (FAILED(hr)) return {hr, {}};
         if (result.Code == S_OK || hr == berWarningInvalidCharacterInData) result.Code = hr;
         input.remove_prefix(size);
     }
-    Demand(session.State == SessionState::Idle && !session.WorkBuffer && !session.HeaderBlock, "the end closes");
+    Demand(session.State == SessionState::Idle && !session.Now.UuXx.SearchedLine && !session.Now.BinHex.HeaderBlock &&
+               !session.Now.QuotedPrintable.Blanks,
+           "the end closes");
     return result;
 }
 

@@ -22,10 +22,10 @@ size_t XxDecodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept;
 size_t BinHexDecodeGroups(BYTE* out, const BYTE* in, size_t groups) noexcept;
 
 // `size` bytes to twice as many digits.
-void HexEncodeBytes(BYTE* out, const BYTE* in, size_t size) noexcept;
+void HexaEncodeBytes(BYTE* out, const BYTE* in, size_t size) noexcept;
 
 // Up to 2 * pairs digits to bytes. Returns the pairs decoded.
-size_t HexDecodePairs(BYTE* out, const BYTE* in, size_t pairs) noexcept;
+size_t HexaDecodePairs(BYTE* out, const BYTE* in, size_t pairs) noexcept;
 
 struct Run {
     size_t Read;

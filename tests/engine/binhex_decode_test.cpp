@@ -202,9 +202,9 @@ TEST(BinHexDecode, LongestForks) {
         ASSERT_EQ(
             Feed(session, Direction::Decode, kIdentification + "\n:" + Sextets(kBinHex, header + "abab"), false).Bytes,
             "aba");
-        session.ForkCount = 0xFFFFFFFF - 3;
-        session.ForkCrc = 0;
-        session.DataForkDone = resource;
+        session.Now.BinHex.ForkCount = 0xFFFFFFFF - 3;
+        session.Now.BinHex.ForkCrc = 0;
+        session.Now.BinHex.DataForkDone = resource;
         const std::string rest = Sextets(kBinHex, "cd" + WithCrc("bcd").substr(3) + (resource ? "" : "efgh"));
         EXPECT_EQ(Feed(session, Direction::Decode, rest + ":\n", false), (Fed{S_OK, resource ? "bcd" : "bcdefg"}));
         EXPECT_EQ(Feed(session, Direction::Decode, {}, true).Code, resource ? S_OK : kEnd);

@@ -83,8 +83,8 @@ TEST(BinHexEncode, Lengths) {
         session.HeaderResourceForkLength = row.resource;
         if (row.before != 0) {
             ASSERT_EQ(Feed(session, Direction::Encode, {}, false).Code, S_OK);
-            session.ForkCount = row.before;
-            session.DataForkDone = row.before > row.data;
+            session.Now.BinHex.SourceCount = row.before;
+            session.Now.BinHex.DataForkDone = row.before > row.data;
         }
         EXPECT_EQ(CodeName(Feed(session, Direction::Encode, std::string(row.more, 'x'), true).Code), CodeName(row.code))
             << row.name;

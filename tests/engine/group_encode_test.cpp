@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "engine/output.h"
-#include "engine/steps.h"
 #include "tests/engine/oracles.h"
 #include "tests/support/allocation_faults.h"
 
@@ -134,14 +133,15 @@ TEST(GroupEncode, WhatEachCallWrites) {
     }
 }
 
-uint64_t SizeOf(const EncodingSession& session, ByteSpan source, bool end) {
+uint64_t SizeOf(EncodingSession& session, ByteSpan source, bool end, bool start) {
+    const Conversion conversion(session);
     switch (session.Kind) {
         case kBase64:
-            return Base64EncodedSize(session, source.size(), end);
+            return Base64EncodedSize(conversion, source.size(), end);
         case kHexa:
-            return HexEncodedSize(session, source.size(), end);
+            return HexaEncodedSize(conversion, source.size(), end);
         default:
-            return UuXxEncodedSize(session, {source, end, session.StartOfSession});
+            return UuXxEncodedSize(conversion, {source, end, start});
     }
 }
 
@@ -159,7 +159,7 @@ TEST(GroupEncode, SizeIsExact) {
         Encoder(kind, line, type, random() % 2 ? kAccented : u"")(session);
         static_cast<void>(Feed(session, Direction::Encode, bytes.substr(0, before), false));
         const ByteSpan source(reinterpret_cast<const BYTE*>(bytes.data()), size);
-        const uint64_t expected = size == 0 && !end ? 0 : SizeOf(session, source, end);
+        const uint64_t expected = size == 0 && !end ? 0 : SizeOf(session, source, end, before == 0);
         EXPECT_EQ(Feed(session, Direction::Encode, bytes.substr(0, size), end).Bytes.size(), expected)
             << "kind " << static_cast<int>(kind) << ", line " << line << ", breaks " << type << ", " << before << " + "
             << size << ", end " << end;
@@ -191,7 +191,7 @@ TEST(GroupEncode, SizesBeyond32Bits) {
         EncodingSession session;
         Encoder(row.kind, row.line, row.type)(session);
         ASSERT_EQ(Feed(session, Direction::Encode, std::string(row.held, 'x'), false).Code, S_OK);
-        EXPECT_EQ(SizeOf(session, {&nothing, row.source}, true), row.size) << row.name;
+        EXPECT_EQ(SizeOf(session, {&nothing, row.source}, true, row.held == 0), row.size) << row.name;
     }
     AllocationFaults watch;
     Output out;
@@ -220,50 +220,12 @@ TEST(GroupEncode, ColumnNearItsEnd) {
             EncodingSession session;
             Encoder(row.kind, row.line, row.type)(session);
             ASSERT_EQ(Feed(session, Direction::Encode, {}, false).Code, S_OK);
-            session.Column = row.column;
+            session.Now.Lines.Column = row.column;
             std::string text;
             for (const size_t size : {first, 12 - first, size_t{0}}) {
                 text += Feed(session, Direction::Encode, std::string(size, '\0'), size == 0).Bytes;
             }
             EXPECT_EQ(text, row.text) << row.column << ", " << first;
-        }
-    }
-}
-
-// No setter lets such a value in. It is noticed where a break must be written, and only there.
-TEST(GroupEncode, WrongLineBreakInTheRecord) {
-    const struct {
-        const char* name;
-        FormatKind kind;
-        size_t first, second;
-        bool end, noticed;
-        std::u16string_view header;
-    } kRows[] = {
-        {"one line", kBase64, 0, 57, true, false, u""},
-        {"second line in the same call", kBase64, 0, 58, true, true, u""},
-        {"line held back", kBase64, 0, 58, false, false, u""},
-        {"owed to data", kBase64, 57, 1, false, true, u""},
-        {"owed to the end", kBase64, 57, 0, true, true, u""},
-        {"nothing owed", kBase64, 54, 3, true, false, u""},
-        {"UU, one line", kUU, 0, 45, true, false, u""},
-        {"UU, two lines", kUU, 0, 48, true, true, u""},
-        {"UU, header", kUU, 0, 45, true, true, u"n"},
-        {"BinHex, one line", kBinHex, 0, 48, true, false, u""},
-        {"BinHex, two", kBinHex, 0, 49, true, true, u""},
-        {"BinHex, header", kBinHex, 0, 0, true, true, u"n"},
-    };
-    for (const int32_t type : {4, -1}) {
-        for (const auto& row : kRows) {
-            EncodingSession session;
-            Encoder(row.kind, 0, kCrLf, row.header)(session);
-            session.EndOfLineType = type;
-            std::string bytes;
-            while (bytes.size() < row.second) bytes += static_cast<char>(bytes.size());
-            EXPECT_EQ(Feed(session, Direction::Encode, std::string(row.first, 'x'), false).Code, S_OK) << row.name;
-            EXPECT_EQ(CodeName(Feed(session, Direction::Encode, bytes, row.end).Code),
-                      CodeName(row.noticed ? berInvalidEndOfLineType : S_OK))
-                << row.name;
-            EXPECT_EQ(session.State == SessionState::Idle, row.end || row.noticed) << row.name;
         }
     }
 }

@@ -182,7 +182,7 @@ TEST(QuotedPrintableEncode, ColumnNearItsEnd) {
         EncodingSession session;
         Encoder(kQP, 0xFFFFFFFF)(session);
         ASSERT_EQ(Feed(session, Direction::Encode, {}, false).Code, S_OK);
-        session.Column = row.column;
+        session.Now.Lines.Column = row.column;
         EXPECT_EQ(Feed(session, Direction::Encode, row.bytes, true), (Fed{S_OK, row.text})) << row.column << row.bytes;
     }
 }

@@ -13,26 +13,6 @@ namespace {
 // Opens without input.
 HRESULT Open(EncodingSession& session, Direction direction) { return Feed(session, direction, {}, false).Code; }
 
-TEST(Session, OtherDirectionIsRefusedAndHarmless) {
-    const struct {
-        const char* name;
-        Direction open;
-        const char *first, *second, *whole;
-    } kRows[] = {{"encoding", Direction::Encode, "AB", "C", "QUJD"},
-                 {"decoding", Direction::Decode, "QU", "JD", "ABC"}};
-    for (const auto& row : kRows) {
-        const auto other = row.open == Direction::Encode ? Direction::Decode : Direction::Encode;
-        EncodingSession session;
-        Encoder(kBase64)(session);
-        EXPECT_EQ(Feed(session, row.open, row.first, false), Fed{}) << row.name;
-        for (const bool end : {false, true}) {
-            EXPECT_EQ(Feed(session, other, "QUJD", end), (Fed{berSessionOpened, {}})) << row.name;
-        }
-        EXPECT_EQ(Feed(session, row.open, row.second, true), (Fed{S_OK, row.whole})) << row.name;
-        EXPECT_EQ(Feed(session, other, {}, true), Fed{}) << row.name << ": closed, so either may come";
-    }
-}
-
 TEST(Session, WrongPointersChangeNothing) {
     const BYTE source[] = {'A', 'B', 'C'};
     for (const char* const opened : {"", "xyzAB"}) {
@@ -53,17 +33,31 @@ TEST(Session, WrongPointersChangeNothing) {
     }
 }
 
-TEST(Session, ResetForgetsTheConversionAndKeepsOptions) {
-    for (const auto direction : {Direction::Encode, Direction::Decode}) {
-        EncodingSession session;
-        Encoder(kBase64)(session);
-        ASSERT_EQ(session.SetMaxLineLength(8), S_OK);
-        EXPECT_EQ(Feed(session, direction, "QQ", false).Code, S_OK);
-        session.ResetSession();
-        session.ResetSession();
-        EXPECT_EQ(session.State, SessionState::Idle);
-        EXPECT_EQ(session.MaxLineLength, 8u);
-        EXPECT_EQ(Feed(session, Direction::Encode, "ABCABCABC", true).Bytes, "QUJDQUJD\r\nQUJD");
+// What a decoder takes when it opens goes when the conversion ends, not with the session. Options stay.
+TEST(Session, EndOfAConversion) {
+    const struct {
+        FormatKind kind;
+        bool header;
+        size_t blocks;
+    } kRows[] = {{kUU, true, 1}, {kXX, false, 0}, {kBase64, true, 0}, {kQP, true, 1}, {kBinHex, true, 1}};
+    for (const auto& row : kRows) {
+        for (const bool reset : {false, true}) {
+            AllocationFaults faults;
+            EncodingSession session;
+            Decoder(row.kind, false, row.header)(session);
+            ASSERT_EQ(session.SetMaxLineLength(8), S_OK);
+            faults.FailNth(1);
+            EXPECT_EQ(Open(session, Direction::Decode), row.blocks ? E_OUTOFMEMORY : S_OK);
+            faults.Disarm();
+            EXPECT_TRUE(session.State == (row.blocks ? SessionState::Idle : SessionState::Decoding));
+            EXPECT_EQ(Open(session, Direction::Decode), S_OK);
+            EXPECT_EQ(faults.Live(), row.blocks) << static_cast<int>(row.kind);
+            if (reset)
+                session.ResetSession();
+            else
+                static_cast<void>(Feed(session, Direction::Decode, {}, true));
+            EXPECT_TRUE(session.State == SessionState::Idle && faults.Live() == 0 && session.MaxLineLength == 8);
+        }
     }
 }
 
@@ -88,8 +82,8 @@ TEST(Session, LineLengths) {
         EncodingSession session;
         Encoder(row.kind, row.given, row.type)(session);
         EXPECT_EQ(Open(session, Direction::Encode), S_OK);
-        EXPECT_TRUE(session.MaxLineLength == row.stored && session.LineLimit == row.limit)
-            << "row " << &row - kRows << ": stored " << session.MaxLineLength << ", limit " << session.LineLimit;
+        EXPECT_TRUE(session.MaxLineLength == row.stored && session.Now.Lines.Limit == row.limit)
+            << "row " << &row - kRows << ": stored " << session.MaxLineLength << ", limit " << session.Now.Lines.Limit;
     }
 }
 
@@ -119,42 +113,17 @@ TEST(Session, LineBreakTypes) {
     }
 }
 
-TEST(Session, SettersAreRefusedWhileOpen) {
-    for (const auto direction : {Direction::Encode, Direction::Decode}) {
-        EncodingSession session;
-        Encoder(kBase64)(session);
-        ASSERT_EQ(Open(session, direction), S_OK);
-        const com::UniqueBstr name(SysAllocString(OLESTR("name")));
-        for (const HRESULT hr : {session.SelectFormat(kUU), session.SetMaxLineLength(8), session.SetEndOfLineType(kLf),
-                                 session.SetEndOfLineType(99), session.SetHeaderFilename(name.Get()),
-                                 session.SetBinHexHeaderFilename(name.Get())}) {
-            EXPECT_EQ(CodeName(hr), "berSessionOpened");
-        }
-        EXPECT_TRUE(session.Kind == kBase64 && session.MaxLineLength == 0 && session.EndOfLineType == kCrLf &&
-                    !session.HeaderFilename && !session.BinHexHeaderFilename);
-    }
-}
-
+// A name that there is no memory for leaves none.
 TEST(Session, Names) {
-    const struct {
-        HRESULT (EncodingSession::*set)(BSTR);
-        com::UniqueBstr EncodingSession::*field;
-    } kRows[] = {{&EncodingSession::SetHeaderFilename, &EncodingSession::HeaderFilename},
-                 {&EncodingSession::SetBinHexHeaderFilename, &EncodingSession::BinHexHeaderFilename}};
-    for (const auto& [set, field] : kRows) {
-        AllocationFaults faults;
-        EncodingSession session;
-        const com::UniqueBstr given(SysAllocStringLen(OLESTR("a\0b\0"), 4));
-        EXPECT_EQ((session.*set)(given.Get()), S_OK);
-        EXPECT_EQ(TextOf(session.*field), std::u16string(u"a\0b\0", 4));
-        EXPECT_NE((session.*field).Get(), given.Get()) << "a copy";
-        EXPECT_EQ((session.*set)(nullptr), S_OK);
-        EXPECT_EQ(TextOf(session.*field), u"") << "null counts as empty";
-        EXPECT_EQ(faults.Live(), 2u) << "the old name is gone";
-        faults.FailNth(1);
-        EXPECT_EQ((session.*set)(given.Get()), E_OUTOFMEMORY);
-        EXPECT_EQ(TextOf(session.*field), u"(null)");
-    }
+    AllocationFaults faults;
+    EncodingSession session;
+    const com::UniqueBstr given(SysAllocString(OLESTR("name")));
+    EXPECT_EQ(session.SetHeaderFilename(given.Get()), S_OK);
+    EXPECT_EQ(session.SetBinHexHeaderFilename(given.Get()), S_OK);
+    faults.FailNth(1, true);
+    EXPECT_EQ(session.SetHeaderFilename(given.Get()), E_OUTOFMEMORY);
+    EXPECT_EQ(session.SetBinHexHeaderFilename(given.Get()), E_OUTOFMEMORY);
+    EXPECT_TRUE(!session.HeaderFilename && !session.BinHexHeaderFilename);
 }
 
 // What BeginEncoding refuses leaves the session Idle, and it opens once the option is right.
@@ -183,39 +152,10 @@ TEST(Session, OptionsRefusedAtTheStart) {
         session.BinHexHeaderFilename.Reset(SysAllocString(row.binHexName));
         EXPECT_EQ(CodeName(Open(session, Direction::Encode)), CodeName(row.code));
         EXPECT_EQ(session.State, SUCCEEDED(row.code) ? SessionState::Encoding : SessionState::Idle);
-        EXPECT_EQ(static_cast<bool>(session.WorkBuffer), SUCCEEDED(row.code) && (row.kind == kUU || row.kind == kXX));
         if (SUCCEEDED(row.code)) continue;
         EXPECT_EQ(CodeName(Feed(session, Direction::Encode, "data", true).Code), CodeName(row.code));
         session.IncludeHeaderFooter = false;
         EXPECT_EQ(Open(session, Direction::Encode), S_OK) << "nothing is wrong without a header";
-    }
-}
-
-// A decoding session clears what its header will supply, before any input; nothing else touches these values.
-TEST(Session, HeaderValuesAtTheStartOfDecoding) {
-    for (int i = 0; i < 24; ++i) {
-        const auto kind = static_cast<FormatKind>(i % 6);
-        const bool header = i % 12 < 6, decoding = i < 12;
-        EncodingSession session;
-        ASSERT_EQ(session.SelectFormat(kind), S_OK);
-        session.IncludeHeaderFooter = header;
-        session.HeaderFilename = WideName(u"name");
-        session.BinHexHeaderFilename = WideName(u"name");
-        session.HeaderPermissions = session.HeaderFlags = 7;
-        session.HeaderDataForkLength = session.HeaderResourceForkLength = 7;
-        session.HeaderType[3] = session.HeaderCreator[0] = 7;
-        ASSERT_EQ(Open(session, decoding ? Direction::Decode : Direction::Encode), S_OK);
-
-        const bool unix = decoding && header && (kind == kUU || kind == kXX), binHex = decoding && kind == kBinHex;
-        SCOPED_TRACE(testing::Message() << "kind " << i % 6 << ", header " << header << ", decoding " << decoding);
-        EXPECT_EQ(TextOf(session.HeaderFilename), unix ? u"(null)" : u"name");
-        EXPECT_EQ(session.HeaderPermissions, unix ? 0 : 7);
-        EXPECT_EQ(TextOf(session.BinHexHeaderFilename), binHex ? u"(null)" : u"name");
-        for (const uint32_t value :
-             {uint32_t{session.HeaderFlags}, session.HeaderDataForkLength, session.HeaderResourceForkLength,
-              uint32_t{session.HeaderType[3]}, uint32_t{session.HeaderCreator[0]}}) {
-            EXPECT_EQ(value, binHex ? 0u : 7u);
-        }
     }
 }
 

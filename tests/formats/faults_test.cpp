@@ -206,6 +206,15 @@ TEST_F(Faults, OfConversions) {
         Tell(encode);
         Tell({std::string("back from ") + row.Name, row.Kinds, row.Processor, convert(true, text.Bytes)});
     }
+    // What a decoder holds, and an output block, that must grow.
+    const std::string blanks(4000, ' ');
+    std::string lines = "begin 0444 a.txt\n";
+    while (lines.size() < 400) lines += "_\n";
+    const auto decoding = [](const std::string& text) {
+        return [text](const Stage& stage) { return ConvertAll(stage.Through, Form::Native, true, text); };
+    };
+    Tell({"blanks held back", {kQuotedPrintable}, false, decoding(blanks + "=\n" + blanks)});
+    Tell({"lines that announce much", {kUU}, false, decoding(lines)});
 }
 
 TEST_F(Faults, OfFileMethods) {

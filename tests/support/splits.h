@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 
 #include "com/unique.h"
+#include "engine/output.h"
 #include "engine/session.h"
 #include "tests/support/code_name.h"
 
@@ -161,7 +162,7 @@ private:
             if (emptyBetween) Expect(Feed(session, direction_, {}, false) == Fed{}, "empty call", cuts, from);
             const bool footer = session.Kind <= FormatKind::XX && session.IncludeHeaderFooter;
             if (direction_ == Direction::Encode && session.Kind < FormatKind::QuotedPrintable && from == n &&
-                session.BreakPending && session.HeldCount == 0 && !footer) {
+                session.Now.Lines.BreakPending && session.Now.Group.HeldBytes == 0 && !footer) {
                 const ByteSpan lineBreak = LineBreakBytes(session.EndOfLineType);
                 owed.assign(lineBreak.begin(), lineBreak.end());
             }
