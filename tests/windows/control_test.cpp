@@ -64,8 +64,6 @@ TEST(Control, Drawing) {
     const auto draw = [&](HDC dc, const RECTL& bounds) {
         EXPECT_EQ(view->Draw(DVASPECT_CONTENT, -1, nullptr, nullptr, nullptr, dc, &bounds, nullptr, nullptr, 0), S_OK);
     };
-    const Pixels picture = Picture();
-    const Pixels blank{64, 64, std::vector<DWORD>(64 * 64, kBack)};
     const struct {
         const char* name;
         RECTL bounds;
@@ -84,14 +82,8 @@ TEST(Control, Drawing) {
             LPtoDP(dc, &unit, 1);
             EXPECT_EQ(unit.x, row.scale) << "the context is as it was";
         });
-        Pixels expected = blank;
-        for (int y = 0; y < 32; ++y) {
-            for (int x = 0; x < 32; ++x) {
-                const int column = row.bounds.left * row.scale + x, line = row.bounds.top * row.scale + y;
-                if (column >= 0 && column < 64 && line < 64)
-                    expected.Colours[static_cast<size_t>(line * 64 + column)] = picture.At(x, y);
-            }
-        }
+        const Pixels expected = Drawn(
+            64, 64, kBack, [&](HDC dc) { PaintPicture(dc, row.bounds.left * row.scale, row.bounds.top * row.scale); });
         EXPECT_EQ(drawn, expected) << row.name;
     }
     const RECTL bounds{0, 0, 32, 32};
@@ -115,7 +107,7 @@ TEST(Control, Drawing) {
                       Name(code));
         }
     });
-    EXPECT_EQ(untouched, blank);
+    EXPECT_EQ(untouched, Drawn(64, 64, kBack, [](HDC) {}));
     Drawn(64, 64, kBack, [&](HDC dc) {
         const int objects = CountDrawingObjects();
         for (int i = 0; i < 100; ++i) draw(dc, bounds);

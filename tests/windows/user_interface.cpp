@@ -18,21 +18,12 @@ void OnUiThread(const std::function<void()>& function) {
     }).join();
 }
 
-bool PumpUntil(const std::function<bool()>& done) {
-    return WaitUntil([&] {
-        MSG message;
-        while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) {
-            TranslateMessage(&message);
-            DispatchMessageA(&message);
-        }
-        return done();
-    });
-}
-
 bool WaitUntil(const std::function<bool()>& done) {
     const DWORD start = GetTickCount();
     while (!done()) {
         if (GetTickCount() - start > 10000) return false;
+        MSG message;
+        while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageA(&message);
         Sleep(5);
     }
     return true;
@@ -86,12 +77,14 @@ Pixels Drawn(int width, int height, DWORD colour, const std::function<void(HDC)>
     return pixels;
 }
 
+void PaintPicture(HDC dc, int x, int y) {
+    const HBITMAP bitmap = LoadBitmapA(Module::Get().Handle(), MAKEINTRESOURCEA(201));
+    DrawStateA(dc, nullptr, nullptr, reinterpret_cast<LPARAM>(bitmap), 0, x, y, 32, 32, DST_BITMAP);
+    DeleteObject(bitmap);
+}
+
 Pixels Picture() {
-    return Drawn(32, 32, 0, [](HDC dc) {
-        const HBITMAP bitmap = LoadBitmapA(Module::Get().Handle(), MAKEINTRESOURCEA(201));
-        DrawStateA(dc, nullptr, nullptr, reinterpret_cast<LPARAM>(bitmap), 0, 0, 0, 32, 32, DST_BITMAP);
-        DeleteObject(bitmap);
-    });
+    return Drawn(32, 32, 0, [](HDC dc) { PaintPicture(dc, 0, 0); });
 }
 
 Pixels ScreenPixels(const RECT& place) {
@@ -111,7 +104,7 @@ RECT ScreenPlace(HWND window) {
 
 bool ShowsPicture(HWND window) {
     const RECT at = ScreenPlace(window);
-    return PumpUntil([&] { return ScreenPixels({at.left, at.top, at.left + 32, at.top + 32}) == Picture(); });
+    return WaitUntil([&] { return ScreenPixels({at.left, at.top, at.left + 32, at.top + 32}) == Picture(); });
 }
 
 void KeepPicture(const char* name, const Pixels& pixels) {

@@ -17,8 +17,6 @@ namespace talvo::test {
 void OnUiThread(const std::function<void()>& function);
 
 // Handles the messages that wait on this thread, for as long as it takes until `done`, at most ten seconds.
-bool PumpUntil(const std::function<bool()>& done);
-// Waits, on a thread without windows.
 bool WaitUntil(const std::function<bool()>& done);
 
 // While this exists, the module under test calls `replacement` in place of a function that it imports.
@@ -43,17 +41,15 @@ private:
 struct Pixels {
     int Width = 0, Height = 0;
     std::vector<DWORD> Colours;
-    DWORD At(int x, int y) const {
-        return Colours[static_cast<size_t>(y) * static_cast<size_t>(Width) + static_cast<size_t>(x)];
-    }
     bool operator==(const Pixels&) const = default;
 };
 std::ostream& operator<<(std::ostream& out, const Pixels& pixels);
 
 // What `draw` makes of a surface of one colour.
 Pixels Drawn(int width, int height, DWORD colour, const std::function<void(HDC)>& draw);
-// The module's bitmap 201 as it must appear.
+// The module's bitmap 201 as it must appear; painted with its upper left corner there.
 Pixels Picture();
+void PaintPicture(HDC dc, int x, int y);
 // A part of the screen; a window's own area.
 Pixels ScreenPixels(const RECT& place);
 RECT ScreenPlace(HWND window);
