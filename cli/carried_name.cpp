@@ -1,4 +1,4 @@
-// The device names of Windows count on every system, and with any extension: such a text may travel on.
+// The device names of Windows count on every system, and with any extension: the file may be copied there later.
 #include "cli/carried_name.h"
 
 #include <windows.h>

@@ -44,7 +44,7 @@ private:
     com::UniqueTaskBytes output_;
     DWORD size_ = 0;
     bool expectsBeginLine_ = false;
-    bool anything_ = false;  // came out
+    bool anything_ = false;  // has been put out
 };
 
 }  // namespace talvo

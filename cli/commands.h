@@ -1,4 +1,4 @@
-// What the words of the command line start; main chooses.
+// The commands, for main to run.
 #pragma once
 
 #include <string_view>

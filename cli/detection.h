@@ -1,4 +1,5 @@
-// Which format a text has, judged by letting every decoder try its beginning: the rules of the formats stay theirs.
+// Finds out which format a text has: every decoder tries its beginning, so that the rules of a format stand in its decoder
+// alone.
 #pragma once
 
 #include <windows.h>

@@ -1,5 +1,5 @@
-// A format object has each property under the same name on its own interface; which ones it has is
-// asked of the interface when this is compiled.
+// A format object has each property under the same name on its own interface; which ones it has, the compiler asks the
+// interface.
 #include "cli/format_classes.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@
 namespace talvo {
 namespace {
 
-// By LineBreaks.
+// The value of the property for each of LineBreaks.
 constexpr ETBEndOfLineType kEndOfLineTypes[] = {bltNone, bltCrLf, bltLf, bltCr};
 
 // Puts options one after the other until one is refused.

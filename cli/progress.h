@@ -19,7 +19,7 @@ struct ProgressState {
 // At most 72 characters: percentage, bar, bytes and rate; bytes and rate only where the total is not known.
 std::string ProgressLine(const ProgressState& state);
 
-// Unless the options say it: only for somebody who watches standard error, neither types the input nor sees the output.
+// What the options say; else where somebody watches standard error, and neither types the input nor sees the output there.
 bool WantsProgress(const Options& options, HANDLE input, HANDLE output = INVALID_HANDLE_VALUE);
 
 class Progress {

@@ -147,7 +147,7 @@ TEST(Progress, Lines) {
         const char* line;
     } kRows[] = {
         {{1, 3, 500}, " 33% [########                ] 1 byte of 3 bytes     2 bytes/s"},
-        {{2048, 2048, 0}, "100% [########################] 2.0 KiB of 2.0 KiB     1.9 MiB/s"},
+        {{1024, 1024, 0}, "100% [########################] 1.0 KiB of 1.0 KiB  1000.0 KiB/s"},
         {{kMax, kMax, 1000}, "100% [########################] 15.9 EiB of 15.9 EiB    15.9 EiB/s"},
         {{5ull << 20, std::nullopt, 1000}, "5.0 MiB     5.0 MiB/s"},
     };

@@ -106,9 +106,7 @@ TEST_F(CommandTest, FilesThatFail) {
         {"echo old >out; talvo encode -f base64 0 -o out", 0, ""},
         {"ulimit -f 200; trap '' XFSZ; talvo encode -f base64 786433 -o out; code=$?; : >out; exit $code", 3, "",
          "talvo: out: cannot write: * (error *)\ntalvo: out is incomplete (102400 bytes written)\n"},
-        {"cp 100 in; ln -s in link; talvo encode -f base64 in -o link; code=$?; cmp in 100; exit $code", 3, "-",
-         "talvo: link: the destination is the source\n"},
-        {"cp 100 in; ln -f in link; talvo encode -f base64 in -o ./link; code=$?; cmp in 100; exit $code", 3, "-",
+        {"cp 100 in; ln in link; talvo encode -f base64 in -o ./link; code=$?; cmp in 100; exit $code", 3, "-",
          "talvo: ./link: the destination is the source\n"},
         // A message must not end up in a file that took the place of the closed stream.
         {"talvo decode -f base64 damaged-late -o out 2>&-; code=$?; tr -d '\\000' <out; : >out; exit $code", 1, ""},
@@ -143,8 +141,6 @@ TEST_F(CommandTest, HeadersFoldersAndForks) {
          "talvo: choose a name yourself: --output d/FILE\n*"},
         {"printf 'begin  \\t\\n#86)C\\n' | talvo decode -f uu -o d", 1, "", "talvo: the text carries no file name\n*"},
         {"talvo decode -f base64 -o d abc", 2, "", "talvo: texts of this format carry no file name\n*"},
-        {"talvo encode -f uu -n a abc | talvo decode -f uu -o nowhere/", 3, "",
-         "talvo: nowhere/a: cannot open for writing: *"},
         {"printf 'no header' | talvo decode -f uu -o out; code=$?; ls out; exit $code", 1, "",
          "talvo: standard input: there is no 'begin' line\n*"},
         {"talvo encode -f binhex abc --resource-fork fork -o h; echo old >o.rsrc; talvo decode -f binhex h -o o; "
@@ -184,7 +180,6 @@ TEST_F(CommandTest, Info) {
          "format:         hex (a guess*100 bytes\n*base64 (a guess*100 bytes\n*qp (a guess*100 bytes\n*"
          "uu, no header (a guess*100 bytes\n*xx, no header (a guess*100 bytes\n*"},
         {"printf 4142 | talvo info", 0, "format:         hex (a guess from its characters; base64 *"},
-        {"talvo info -f base64 damaged", 1, "*defects: *1\n  offset 4: line 1, column 5: berWarning*"},
         {"talvo info -f uu damaged", 1, "*\n  at the end: there is no 'begin' line\n"},
         {"yes '*' | head -n 50 | talvo info -f hex", 1, "*more than 20\n*"},
         {"printf '~~~~' | talvo info", 1, "", "*"},
@@ -227,8 +222,6 @@ TEST_F(CommandTest, FindsTheComponent) {
     fs::copy_file(module, folder_ / "elsewhere/copy.so");
     Put("nothing.so", "no module");
     const Line kLines[] = {
-        {"talvo encode -vf base64 three", 0, "YWJj",
-         "talvo: not through the class registry: *\ntalvo: component from /* (beside the command)\n"},
         {"talvo encode -vf base64 --module elsewhere/copy.so three", 0, "YWJj",
          "talvo: component from /*/elsewhere/copy.so (given by --module)\n"},
         {"talvo register nothing.so", 4, "", "talvo: cannot register nothing.so: * (error *)\n"},
