@@ -1,5 +1,5 @@
 # What the Windows build makes of the IDL: the type library of the module, with a help string for every result code, and
-# the header anew, to compare with the committed one.
+# the header anew, to compare with the committed one. ./dev idl commits both, the library as its record.
 # Relies on widl (package mingw-w64-tools) with the system's IDL files (libwine-dev) and stdole2.tlb (libwine), and on
 # python3 for our own step.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
@@ -46,3 +46,4 @@ add_custom_command(
   DEPENDS ${TALVO_GENERATED}/compiled.tlb ${result_codes}
     ${PROJECT_SOURCE_DIR}/tools/type_library_help.py ${PROJECT_SOURCE_DIR}/tools/result_codes.py
   VERBATIM)
+add_custom_target(type_library DEPENDS ${TALVO_GENERATED}/TalvoBinaryEncoding.tlb)

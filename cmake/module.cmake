@@ -16,17 +16,8 @@ else()
   if(NOT TALVO_SANITIZE)  # what a sanitizer needs comes with the program that loads the module
     target_link_options(TalvoBinaryEncoding PRIVATE -Wl,-z,defs)
   endif()
-  set(module_idl ${PROJECT_BINARY_DIR}/generated/TalvoBinaryEncoding.idl)
-  set(idl ${PROJECT_SOURCE_DIR}/sdk/TalvoBinaryEncoding.idl)
-  set(result_codes ${PROJECT_SOURCE_DIR}/server/results/result_codes.def)
-  set(idl_help ${PROJECT_SOURCE_DIR}/cmake/idl_help.cmake)
-  add_custom_command(
-    OUTPUT ${module_idl}
-    COMMAND ${CMAKE_COMMAND} -DIDL=${idl} -DRESULT_CODES=${result_codes} -DOUTPUT=${module_idl} -P ${idl_help}
-    DEPENDS ${idl} ${result_codes} ${idl_help}
-    VERBATIM)
   add_module_resources(TalvoBinaryEncoding
-    TYPELIB 1 ${module_idl}
+    TYPELIB 1 sdk/TalvoBinaryEncoding.typelib.txt
     REGISTRY 102 server/resources/component.rgs
     REGISTRY 103 server/resources/format.rgs)
 endif()

@@ -35,3 +35,4 @@ set_source_files_properties(${resources}/module.rc PROPERTIES
   OBJECT_DEPENDS "${made};${scripts};${TALVO_GENERATED}/module_version.h"
   INCLUDE_DIRECTORIES "${TALVO_GENERATED};${resources}")
 target_sources(TalvoBinaryEncoding PRIVATE ${resources}/module.rc)
+add_dependencies(TalvoBinaryEncoding type_library)

@@ -5,6 +5,8 @@
 #include <new>
 #include <string>
 
+#include "platform/counted.h"
+
 namespace {
 
 // One text of the object. Null and empty differ: a text that was never set is given back as a null string.
@@ -30,27 +32,8 @@ private:
     bool set_ = false;
 };
 
-class ErrorInfo final : public ICreateErrorInfo, public IErrorInfo, public ISupportErrorInfo {
+class ErrorInfo final : public platform::Counted<ICreateErrorInfo, IErrorInfo, ISupportErrorInfo> {
 public:
-    virtual ~ErrorInfo() = default;
-
-    STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
-        if (!object) return E_INVALIDARG;
-        *object = nullptr;
-        if (riid == IID_IUnknown || riid == IID_ICreateErrorInfo) *object = static_cast<ICreateErrorInfo*>(this);
-        if (riid == IID_IErrorInfo) *object = static_cast<IErrorInfo*>(this);
-        if (riid == IID_ISupportErrorInfo) *object = static_cast<ISupportErrorInfo*>(this);
-        if (!*object) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&references_)); }
-    STDMETHODIMP_(ULONG) Release() override {
-        const LONG left = InterlockedDecrement(&references_);
-        if (left == 0) delete this;
-        return static_cast<ULONG>(left);
-    }
-
     STDMETHODIMP SetGUID(REFGUID guid) override { return guid_ = guid, S_OK; }
     STDMETHODIMP SetSource(LPOLESTR text) override { return source_.Set(text); }
     STDMETHODIMP SetDescription(LPOLESTR text) override { return description_.Set(text); }
@@ -68,7 +51,6 @@ public:
     }
 
 private:
-    LONG references_ = 1;
     GUID guid_ = GUID_NULL;
     Text source_;
     Text description_;

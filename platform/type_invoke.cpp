@@ -10,8 +10,6 @@
 namespace platform {
 namespace {
 
-constexpr size_t kMaxParameters = 64;
-
 // A parameter's type as calls see it: a type that a VARIANT can hold, or a pointer to one.
 struct Shape {
     VARTYPE type = VT_EMPTY;  // VT_EMPTY: cannot be passed late-bound
@@ -20,10 +18,9 @@ struct Shape {
 
 Shape ShapeOf(const TypeUse& use) {
     constexpr VARTYPE kPassed[] = {VT_I2, VT_I4, VT_UI4, VT_BOOL, VT_BSTR, VT_DISPATCH, VT_UNKNOWN, VT_VARIANT};
-    const bool isEnum = use.base == VT_USERDEFINED && use.target->kind == TKIND_ENUM;
-    const VARTYPE type = isEnum || use.base == VT_INT ? VARTYPE{VT_I4} : use.base;
+    const VARTYPE type = use.base == VT_INT ? VARTYPE{VT_I4} : use.base;
     const bool passed = std::find(std::begin(kPassed), std::end(kPassed), type) != std::end(kPassed);
-    if (!passed || use.pointers > 1 || use.elements != 0) return {};
+    if (!passed || use.pointers > 1) return {};
     return {type, use.pointers == 1};
 }
 
@@ -87,10 +84,6 @@ private:
     VARIANT* passed_ = nullptr;
 };
 
-bool IsPut(const Function& function) {
-    return function.kind == INVOKE_PROPERTYPUT || function.kind == INVOKE_PROPERTYPUTREF;
-}
-
 const Function* SelectFunction(const TypeEntry* entry, MEMBERID id, WORD flags) {
     for (; entry; entry = entry->base) {
         for (const Function& function : entry->functions) {
@@ -115,7 +108,7 @@ HRESULT Arrange(const Function& function, const DISPPARAMS& given, Arrangement& 
     bool hasValue = false;
     for (UINT i = 0; i < given.cNamedArgs; ++i) {
         const DISPID id = given.rgdispidNamedArgs[i];
-        const bool isValue = IsPut(function) && id == DISPID_PROPERTYPUT;
+        const bool isValue = function.IsPut() && id == DISPID_PROPERTYPUT;
         const size_t position = isValue ? arrangement.count - 1 : static_cast<size_t>(id);
         if ((!isValue && id < 0) || position >= arrangement.count || arrangement.arguments[position]) {
             if (wrongArgument) *wrongArgument = i;
@@ -124,7 +117,7 @@ HRESULT Arrange(const Function& function, const DISPPARAMS& given, Arrangement& 
         arrangement.arguments[position] = &given.rgvarg[i];
         hasValue = hasValue || isValue;
     }
-    if (IsPut(function) && !hasValue) return DISP_E_PARAMNOTFOUND;
+    if (function.IsPut() && !hasValue) return DISP_E_PARAMNOTFOUND;
     if (given.cArgs < arrangement.count) return DISP_E_BADPARAMCOUNT;
     const UINT positional = given.cArgs - given.cNamedArgs;
     for (UINT i = 0; i < positional; ++i) {

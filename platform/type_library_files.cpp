@@ -1,4 +1,4 @@
-// Loading type libraries: a library is the text of its definition, in a file of its own or as a resource of a module.
+// Loading type libraries: a library is its record, in a file of its own or as a resource of a module.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,11 +7,11 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <new>
 #include <string>
 
-#include "platform/idl_parser.h"
+#include "platform/registered_text.h"
 #include "platform/type_library.h"
+#include "platform/type_record.h"
 #include "platform/wide_text.h"
 
 namespace platform {
@@ -50,13 +50,21 @@ bool ReadFileText(const std::u16string& path, std::string& text) {
     return ok;
 }
 
+HRESULT LoadRecord(std::string_view text, ITypeLib** library) {
+    RecordError error;
+    std::shared_ptr<const Library> data = ReadTypeRecord(text, error);
+    if (!data) return TYPE_E_INVDATAREAD;
+    *library = new TypeLibrary(std::move(data));
+    return S_OK;
+}
+
 HRESULT LoadFromModule(const std::u16string& path, WORD number, ITypeLib** library) {
     const HMODULE module = LoadLibraryW(path.c_str());
     if (!module) return TYPE_E_CANTLOADLIBRARY;
     HRESULT hr = TYPE_E_CANTLOADLIBRARY;
     if (const HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(number), u"TYPELIB")) {
         const auto* const data = static_cast<const char*>(LockResource(LoadResource(module, found)));
-        if (data) hr = LoadLibraryText({data, SizeofResource(module, found)}, library);
+        if (data) hr = LoadRecord({data, SizeofResource(module, found)}, library);
     }
     FreeLibrary(module);
     return hr;
@@ -90,39 +98,16 @@ HRESULT LoadFile(const OLECHAR* file, ITypeLib** library) {
         if (!onlyModule || !ReadFileText(path, content)) return TYPE_E_CANTLOADLIBRARY;
     }
     if (content.starts_with(kModuleMark)) return LoadFromModule(path, number, library);
-    const bool isText = EndsWith(path, u".idl") || EndsWith(path, u".tlb");
-    return isText && !onlyModule ? LoadLibraryText(content, library) : TYPE_E_CANTLOADLIBRARY;
+    return EndsWith(path, u".tlb") && !onlyModule ? LoadRecord(content, library) : TYPE_E_CANTLOADLIBRARY;
 }
 
 }  // namespace
-
-HRESULT LoadLibraryText(std::string_view text, ITypeLib** library) {
-    try {
-        IdlError error;
-        std::shared_ptr<const Library> data = ParseIdl(text, StandardLibrary(), error);
-        if (!data) return TYPE_E_INVDATAREAD;
-        TypeLibrary* created = nullptr;
-        const HRESULT hr = TypeLibrary::Create(std::move(data), &created);
-        *library = created;
-        return hr;
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
-}
-
-HRESULT LoadLibraryFile(const OLECHAR* file, ITypeLib** library) {
-    try {
-        return LoadFile(file, library);
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
-}
-
 }  // namespace platform
 
 // Loads without registering: that is RegisterTypeLib's.
 WINOLEAUTAPI LoadTypeLibEx(LPCOLESTR szFile, REGKIND regkind, ITypeLib** pptlib) {
     if (!szFile || !pptlib) return E_INVALIDARG;
     *pptlib = nullptr;
-    return regkind == REGKIND_NONE ? platform::LoadLibraryFile(szFile, pptlib) : E_NOTIMPL;
+    if (regkind != REGKIND_NONE) return E_NOTIMPL;
+    return platform::OrOutOfMemory([&] { return platform::LoadFile(szFile, pptlib); });
 }

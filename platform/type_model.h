@@ -1,5 +1,5 @@
-// What a type library says, as plain data: the parser fills it, type information serves it. Nothing changes afterwards, so
-// any number of threads may read it.
+// What a type library says, as plain data, as far as late-bound calls and registration need it: the reader of records
+// fills it, type information serves it. Nothing changes afterwards, so any number of threads may read it.
 #pragma once
 
 #include <windows.h>
@@ -11,19 +11,17 @@
 
 namespace platform {
 
-struct Library;
-struct TypeEntry;
+inline constexpr size_t kMaxParameters = 64;
 
-// A type as a declaration uses it: the innermost type, and how many pointers stand before it.
+// A type as a member uses it: the innermost type, and how many pointers stand before it. An enumeration is the number
+// that it is; other types of a library are VT_USERDEFINED.
 struct TypeUse {
     VARTYPE base = VT_VOID;
     BYTE pointers = 0;
-    const TypeEntry* target = nullptr;  // of VT_USERDEFINED
-    ULONG elements = 0;                 // not 0: a one-dimensional array of so many
 };
 
 struct Parameter {
-    std::u16string name;
+    std::u16string name;  // empty: it has none
     TypeUse type;
     WORD flags = 0;  // PARAMFLAG_*
 
@@ -32,7 +30,6 @@ struct Parameter {
 
 struct Function {
     std::u16string name;
-    std::u16string help;
     MEMBERID id = 0;
     INVOKEKIND kind = INVOKE_FUNC;
     WORD flags = 0;  // FUNCFLAG_*
@@ -40,48 +37,23 @@ struct Function {
     TypeUse result;
     std::vector<Parameter> parameters;
 
-    // Seen as a member of a dispatch interface, the last parameter may be what the member gives back.
+    bool IsPut() const { return kind == INVOKE_PROPERTYPUT || kind == INVOKE_PROPERTYPUTREF; }
+    // For a late-bound caller the last parameter may be what the member gives back.
     bool GivesResult() const { return !parameters.empty() && parameters.back().IsResult(); }
 };
 
-// An enumerator or a field.
-struct Variable {
-    std::u16string name;
-    std::u16string help;
-    MEMBERID id = 0;
-    TypeUse type;
-    bool constant = false;
-    LONG value = 0;    // of an enumerator
-    ULONG offset = 0;  // of a field
-};
-
-struct Implementation {
-    const TypeEntry* type = nullptr;
-    INT flags = 0;  // IMPLTYPEFLAG_*
-};
-
 struct TypeEntry {
-    const Library* library = nullptr;
-    UINT index = 0;
     TYPEKIND kind = TKIND_INTERFACE;  // a dual interface: TKIND_DISPATCH
     GUID guid = {};
     std::u16string name;
-    std::u16string help;
     WORD flags = 0;  // TYPEFLAG_*
     WORD majorVersion = 0;
     WORD minorVersion = 0;
-    ULONG size = 0;
-    WORD alignment = 0;
-    std::vector<Variable> variables;
-    std::vector<Implementation> implementations;  // of a class
 
     // Of an interface:
-    const TypeEntry* base = nullptr;
-    WORD level = 0;  // number of bases
-    SHORT slots = 0;
-    std::vector<Function> functions;  // its own
-
-    bool IsDual() const { return (flags & TYPEFLAG_FDUAL) != 0; }
+    const TypeEntry* base = nullptr;  // when it is of the same library
+    SHORT slots = 0;                  // of its virtual table; of a dual one those of IDispatch
+    std::vector<Function> functions;  // its own; of a dual one all, in the order of the virtual table
 };
 
 struct Library {
@@ -92,13 +64,7 @@ struct Library {
     WORD flags = 0;  // LIBFLAG_*
     std::u16string name;
     std::u16string help;
-    std::u16string helpFile;
-    std::vector<std::unique_ptr<TypeEntry>> storage;
-    std::vector<TypeEntry*> types;            // what the library lists
-    std::shared_ptr<const Library> standard;  // the library that the bases of all interfaces come from
+    std::vector<std::unique_ptr<TypeEntry>> types;
 };
-
-// The standard library: IUnknown, IDispatch and what their members are made of.
-std::shared_ptr<const Library> StandardLibrary();
 
 }  // namespace platform

@@ -2,8 +2,6 @@
 // can be called late-bound, or marshalled by its description, to the library. Each call changes the registry in one step.
 #include <algorithm>
 #include <charconv>
-#include <new>
-#include <vector>
 
 #include "platform/registered_text.h"
 #include "platform/type_library.h"
@@ -72,69 +70,21 @@ std::u16string FolderOf(std::u16string_view path) {
     return std::u16string(path.substr(0, end == std::u16string_view::npos ? 0 : end));
 }
 
-struct Description {
-    TLIBATTR attributes;
-    std::u16string help;
-    std::vector<std::pair<std::u16string, std::u16string>> interfaces;  // identifier and name
-};
-
-std::u16string TakeText(BSTR text) {
-    std::u16string taken(text ? text : u"", SysStringLen(text));
-    SysFreeString(text);
-    return taken;
+bool NeedsInterfaceKey(const TypeEntry& type) {
+    return type.kind == TKIND_DISPATCH || (type.kind == TKIND_INTERFACE && (type.flags & TYPEFLAG_FOLEAUTOMATION));
 }
 
-bool NeedsInterfaceKey(const TYPEATTR& type) {
-    return type.typekind == TKIND_DISPATCH ||
-           (type.typekind == TKIND_INTERFACE && (type.wTypeFlags & TYPEFLAG_FOLEAUTOMATION));
-}
-
-HRESULT DescribeInterface(ITypeLib* library, UINT index, Description& description) {
-    ITypeInfo* info = nullptr;
-    TYPEATTR* type = nullptr;
-    HRESULT hr = library->GetTypeInfo(index, &info);
-    if (FAILED(hr)) return hr;
-    hr = info->GetTypeAttr(&type);
-    const bool needed = SUCCEEDED(hr) && NeedsInterfaceKey(*type);
-    const GUID iid = SUCCEEDED(hr) ? type->guid : GUID{};
-    if (type) info->ReleaseTypeAttr(type);
-    BSTR name = nullptr;
-    if (needed) hr = info->GetDocumentation(MEMBERID_NIL, &name, nullptr, nullptr, nullptr);
-    info->Release();
-    if (needed && SUCCEEDED(hr)) description.interfaces.emplace_back(GuidText(iid), TakeText(name));
-    return hr;
-}
-
-// Read through the interface: any library can be registered.
-HRESULT Describe(ITypeLib* library, Description& description) {
-    TLIBATTR* attributes = nullptr;
-    if (const HRESULT hr = library->GetLibAttr(&attributes); FAILED(hr)) return hr;
-    description.attributes = *attributes;
-    library->ReleaseTLibAttr(attributes);
-    BSTR help = nullptr;
-    if (const HRESULT hr = library->GetDocumentation(-1, nullptr, &help, nullptr, nullptr); FAILED(hr)) return hr;
-    description.help = TakeText(help);
-    const UINT count = library->GetTypeInfoCount();
-    for (UINT i = 0; i < count; ++i) {
-        if (const HRESULT hr = DescribeInterface(library, i, description); FAILED(hr)) return hr;
-    }
-    return S_OK;
-}
-
-void WriteKeys(RegistryTree& tree, const Description& description, std::u16string_view path,
-               std::u16string_view helpFolder) {
-    const TLIBATTR& attributes = description.attributes;
-    const std::u16string id = GuidText(attributes.guid);
-    const std::u16string version = VersionText(attributes.wMajorVerNum, attributes.wMinorVerNum);
-    const std::u16string locale = NumberText(attributes.lcid, 16);
-    // That there is a file is no property of the library.
-    const DWORD flags = attributes.wLibFlags & ~static_cast<DWORD>(LIBFLAG_FHASDISKIMAGE);
-    SetText(tree, {u"TypeLib", id, version}, description.help);
-    SetText(tree, {u"TypeLib", id, version, locale, kSystem}, path);
-    SetText(tree, {u"TypeLib", id, version, u"FLAGS"}, NumberText(flags, 10));
+void WriteKeys(RegistryTree& tree, const Library& library, std::u16string_view path, std::u16string_view helpFolder) {
+    const std::u16string id = GuidText(library.guid);
+    const std::u16string version = VersionText(library.majorVersion, library.minorVersion);
+    SetText(tree, {u"TypeLib", id, version}, library.help);
+    SetText(tree, {u"TypeLib", id, version, NumberText(library.lcid, 16), kSystem}, path);
+    SetText(tree, {u"TypeLib", id, version, u"FLAGS"}, NumberText(library.flags, 10));
     SetText(tree, {u"TypeLib", id, version, u"HELPDIR"}, helpFolder);
-    for (const auto& [iid, name] : description.interfaces) {
-        SetText(tree, {u"Interface", iid}, name);
+    for (const auto& type : library.types) {
+        if (!NeedsInterfaceKey(*type)) continue;
+        const std::u16string iid = GuidText(type->guid);
+        SetText(tree, {u"Interface", iid}, type->name);
         SetText(tree, {u"Interface", iid, u"ProxyStubClsid"}, kAutomationMarshaller);
         SetText(tree, {u"Interface", iid, u"ProxyStubClsid32"}, kAutomationMarshaller);
         SetText(tree, {u"Interface", iid, u"TypeLib"}, id);
@@ -190,12 +140,10 @@ std::u16string_view SystemName(SYSKIND system) {
     }
 }
 
-HRESULT Register(ITypeLib* library, std::u16string_view path, const OLECHAR* helpFolder) {
-    Description description = {};
-    if (const HRESULT hr = Describe(library, description); FAILED(hr)) return hr;
+HRESULT Register(const Library& library, std::u16string_view path, const OLECHAR* helpFolder) {
     const std::u16string folder = helpFolder ? std::u16string(helpFolder) : FolderOf(path);
     const LONG code = RegistryStore::Instance().Change([&](RegistryTree& tree, bool& changed) -> LONG {
-        WriteKeys(tree, description, path, folder);
+        WriteKeys(tree, library, path, folder);
         changed = true;
         return ERROR_SUCCESS;
     });
@@ -227,8 +175,9 @@ HRESULT QueryPath(REFGUID guid, WORD majorVersion, WORD minorVersion, LCID local
 }  // namespace platform
 
 WINOLEAUTAPI RegisterTypeLib(ITypeLib* ptlib, OLECHAR* szFullPath, OLECHAR* szHelpDir) {
-    if (!ptlib || !szFullPath) return E_INVALIDARG;
-    return platform::OrOutOfMemory([&] { return platform::Register(ptlib, szFullPath, szHelpDir); });
+    const auto* const library = dynamic_cast<const platform::TypeLibrary*>(ptlib);
+    if (!library || !szFullPath) return E_INVALIDARG;
+    return platform::OrOutOfMemory([&] { return platform::Register(library->Data(), szFullPath, szHelpDir); });
 }
 
 WINOLEAUTAPI UnRegisterTypeLib(REFGUID libID, WORD wVerMajor, WORD wVerMinor, LCID lcid, SYSKIND syskind) {

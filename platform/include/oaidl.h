@@ -42,7 +42,7 @@ typedef struct tagSAFEARRAY {
 #define FADF_VARIANT 0x800
 #define FADF_RESERVED 0xf008
 
-typedef struct tagVARIANT VARIANT, *LPVARIANT, VARIANTARG, *LPVARIANTARG;
+typedef struct tagVARIANT VARIANT, VARIANTARG, *LPVARIANTARG;
 struct tagVARIANT {
     __extension__ union {
         __extension__ struct {
@@ -110,64 +110,22 @@ typedef DWORD HREFTYPE;
 #define DISPID_UNKNOWN (-1)
 #define DISPID_VALUE (0)
 #define DISPID_PROPERTYPUT (-3)
-#define DISPID_NEWENUM (-4)
 
-typedef enum tagTYPEKIND {
-    TKIND_ENUM = 0,
-    TKIND_RECORD = 1,
-    TKIND_MODULE = 2,
-    TKIND_INTERFACE = 3,
-    TKIND_DISPATCH = 4,
-    TKIND_COCLASS = 5,
-    TKIND_ALIAS = 6,
-    TKIND_UNION = 7,
-    TKIND_MAX = 8
-} TYPEKIND;
+typedef enum tagTYPEKIND { TKIND_ENUM = 0, TKIND_INTERFACE = 3, TKIND_DISPATCH = 4, TKIND_COCLASS = 5 } TYPEKIND;
 typedef struct tagTYPEDESC {
     __extension__ union {
         struct tagTYPEDESC* lptdesc;
-        struct tagARRAYDESC* lpadesc;
         HREFTYPE hreftype;
     };
     VARTYPE vt;
 } TYPEDESC;
-typedef struct tagARRAYDESC {
-    TYPEDESC tdescElem;
-    USHORT cDims;
-    SAFEARRAYBOUND rgbounds[1];
-} ARRAYDESC;
-typedef struct tagPARAMDESCEX {
-    ULONG cBytes;
-    VARIANTARG varDefaultValue;
-} PARAMDESCEX, *LPPARAMDESCEX;
-typedef struct tagPARAMDESC {
-    LPPARAMDESCEX pparamdescex;
-    USHORT wParamFlags;
-} PARAMDESC, *LPPARAMDESC;
-#define PARAMFLAG_NONE 0x0
-#define PARAMFLAG_FIN 0x1
-#define PARAMFLAG_FOUT 0x2
-#define PARAMFLAG_FLCID 0x4
-#define PARAMFLAG_FRETVAL 0x8
-#define PARAMFLAG_FOPT 0x10
-#define PARAMFLAG_FHASDEFAULT 0x20
-#define PARAMFLAG_FHASCUSTDATA 0x40
 typedef struct tagIDLDESC {
     ULONG_PTR dwReserved;
     USHORT wIDLFlags;
-} IDLDESC, *LPIDLDESC;
-#define IDLFLAG_NONE PARAMFLAG_NONE
-#define IDLFLAG_FIN PARAMFLAG_FIN
-#define IDLFLAG_FOUT PARAMFLAG_FOUT
-#define IDLFLAG_FLCID PARAMFLAG_FLCID
-#define IDLFLAG_FRETVAL PARAMFLAG_FRETVAL
-typedef struct tagELEMDESC {
-    TYPEDESC tdesc;
-    __extension__ union {
-        IDLDESC idldesc;
-        PARAMDESC paramdesc;
-    };
-} ELEMDESC, *LPELEMDESC;
+} IDLDESC;
+#define PARAMFLAG_FIN 0x1
+#define PARAMFLAG_FOUT 0x2
+#define PARAMFLAG_FRETVAL 0x8
 typedef struct tagTYPEATTR {
     GUID guid;
     LCID lcid;
@@ -187,7 +145,7 @@ typedef struct tagTYPEATTR {
     WORD wMinorVerNum;
     TYPEDESC tdescAlias;
     IDLDESC idldescType;
-} TYPEATTR, *LPTYPEATTR;
+} TYPEATTR;
 typedef struct tagDISPPARAMS {
     VARIANTARG* rgvarg;
     DISPID* rgdispidNamedArgs;
@@ -205,95 +163,25 @@ typedef struct tagEXCEPINFO {
     HRESULT(__stdcall* pfnDeferredFillIn)(struct tagEXCEPINFO*);
     SCODE scode;
 } EXCEPINFO, *LPEXCEPINFO;
-typedef enum tagCALLCONV {
-    CC_FASTCALL = 0,
-    CC_CDECL = 1,
-    CC_MSCPASCAL = 2,
-    CC_PASCAL = CC_MSCPASCAL,
-    CC_MACPASCAL = 3,
-    CC_STDCALL = 4,
-    CC_FPFASTCALL = 5,
-    CC_SYSCALL = 6,
-    CC_MPWCDECL = 7,
-    CC_MPWPASCAL = 8,
-    CC_MAX = 9
-} CALLCONV;
-typedef enum tagFUNCKIND {
-    FUNC_VIRTUAL = 0,
-    FUNC_PUREVIRTUAL = 1,
-    FUNC_NONVIRTUAL = 2,
-    FUNC_STATIC = 3,
-    FUNC_DISPATCH = 4
-} FUNCKIND;
 typedef enum tagINVOKEKIND {
     INVOKE_FUNC = 1,
     INVOKE_PROPERTYGET = 2,
     INVOKE_PROPERTYPUT = 4,
     INVOKE_PROPERTYPUTREF = 8
 } INVOKEKIND;
-typedef struct tagFUNCDESC {
-    MEMBERID memid;
-    SCODE* lprgscode;
-    ELEMDESC* lprgelemdescParam;
-    FUNCKIND funckind;
-    INVOKEKIND invkind;
-    CALLCONV callconv;
-    SHORT cParams;
-    SHORT cParamsOpt;
-    SHORT oVft;
-    SHORT cScodes;
-    ELEMDESC elemdescFunc;
-    WORD wFuncFlags;
-} FUNCDESC, *LPFUNCDESC;
-typedef enum tagVARKIND { VAR_PERINSTANCE = 0, VAR_STATIC = 1, VAR_CONST = 2, VAR_DISPATCH = 3 } VARKIND;
-#define IMPLTYPEFLAG_FDEFAULT 0x1
-#define IMPLTYPEFLAG_FSOURCE 0x2
-#define IMPLTYPEFLAG_FRESTRICTED 0x4
-#define IMPLTYPEFLAG_FDEFAULTVTABLE 0x8
-typedef struct tagVARDESC {
-    MEMBERID memid;
-    LPOLESTR lpstrSchema;
-    __extension__ union {
-        ULONG oInst;
-        VARIANT* lpvarValue;
-    };
-    ELEMDESC elemdescVar;
-    WORD wVarFlags;
-    VARKIND varkind;
-} VARDESC, *LPVARDESC;
+typedef struct tagFUNCDESC FUNCDESC;  // not offered, like all descriptions of members
+typedef struct tagVARDESC VARDESC;
 typedef enum tagTYPEFLAGS {
-    TYPEFLAG_FAPPOBJECT = 0x1,
     TYPEFLAG_FCANCREATE = 0x2,
-    TYPEFLAG_FLICENSED = 0x4,
-    TYPEFLAG_FPREDECLID = 0x8,
     TYPEFLAG_FHIDDEN = 0x10,
     TYPEFLAG_FCONTROL = 0x20,
     TYPEFLAG_FDUAL = 0x40,
     TYPEFLAG_FNONEXTENSIBLE = 0x80,
     TYPEFLAG_FOLEAUTOMATION = 0x100,
     TYPEFLAG_FRESTRICTED = 0x200,
-    TYPEFLAG_FAGGREGATABLE = 0x400,
-    TYPEFLAG_FREPLACEABLE = 0x800,
-    TYPEFLAG_FDISPATCHABLE = 0x1000,
-    TYPEFLAG_FREVERSEBIND = 0x2000,
-    TYPEFLAG_FPROXY = 0x4000
+    TYPEFLAG_FDISPATCHABLE = 0x1000
 } TYPEFLAGS;
-typedef enum tagFUNCFLAGS {
-    FUNCFLAG_FRESTRICTED = 0x1,
-    FUNCFLAG_FSOURCE = 0x2,
-    FUNCFLAG_FBINDABLE = 0x4,
-    FUNCFLAG_FREQUESTEDIT = 0x8,
-    FUNCFLAG_FDISPLAYBIND = 0x10,
-    FUNCFLAG_FDEFAULTBIND = 0x20,
-    FUNCFLAG_FHIDDEN = 0x40,
-    FUNCFLAG_FUSESGETLASTERROR = 0x80,
-    FUNCFLAG_FDEFAULTCOLLELEM = 0x100,
-    FUNCFLAG_FUIDEFAULT = 0x200,
-    FUNCFLAG_FNONBROWSABLE = 0x400,
-    FUNCFLAG_FREPLACEABLE = 0x800,
-    FUNCFLAG_FIMMEDIATEBIND = 0x1000
-} FUNCFLAGS;
-typedef enum tagVARFLAGS { VARFLAG_FREADONLY = 0x1, VARFLAG_FHIDDEN = 0x40, VARFLAG_FRESTRICTED = 0x80 } VARFLAGS;
+typedef enum tagFUNCFLAGS { FUNCFLAG_FRESTRICTED = 0x1, FUNCFLAG_FHIDDEN = 0x40 } FUNCFLAGS;
 
 MIDL_INTERFACE("00020400-0000-0000-c000-000000000046")
 IDispatch : public IUnknown {
@@ -308,31 +196,6 @@ IDispatch : public IUnknown {
 __CRT_UUID_DECL(IDispatch, 0x00020400, 0x0000, 0x0000, 0xc0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
 DEFINE_OLEGUID(IID_IDispatch, 0x00020400, 0, 0);
 typedef IDispatch* LPDISPATCH;
-
-typedef enum tagDESCKIND {
-    DESCKIND_NONE = 0,
-    DESCKIND_FUNCDESC = 1,
-    DESCKIND_VARDESC = 2,
-    DESCKIND_TYPECOMP = 3,
-    DESCKIND_IMPLICITAPPOBJ = 4,
-    DESCKIND_MAX = 5
-} DESCKIND;
-typedef union tagBINDPTR {
-    FUNCDESC* lpfuncdesc;
-    VARDESC* lpvardesc;
-    ITypeComp* lptcomp;
-} BINDPTR, *LPBINDPTR;
-
-MIDL_INTERFACE("00020403-0000-0000-c000-000000000046")
-ITypeComp : public IUnknown {
-    virtual HRESULT STDMETHODCALLTYPE Bind(LPOLESTR szName, ULONG lHashVal, WORD wFlags, ITypeInfo * *ppTInfo,
-                                           DESCKIND * pDescKind, BINDPTR * pBindPtr) = 0;
-    virtual HRESULT STDMETHODCALLTYPE BindType(LPOLESTR szName, ULONG lHashVal, ITypeInfo * *ppTInfo,
-                                               ITypeComp * *ppTComp) = 0;
-};
-__CRT_UUID_DECL(ITypeComp, 0x00020403, 0x0000, 0x0000, 0xc0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
-DEFINE_OLEGUID(IID_ITypeComp, 0x00020403, 0, 0);
-typedef ITypeComp* LPTYPECOMP;
 
 MIDL_INTERFACE("00020401-0000-0000-c000-000000000046")
 ITypeInfo : public IUnknown {
@@ -361,15 +224,9 @@ ITypeInfo : public IUnknown {
 };
 __CRT_UUID_DECL(ITypeInfo, 0x00020401, 0x0000, 0x0000, 0xc0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
 DEFINE_OLEGUID(IID_ITypeInfo, 0x00020401, 0, 0);
-typedef ITypeInfo* LPTYPEINFO;
 
-typedef enum tagSYSKIND { SYS_WIN16 = 0, SYS_WIN32 = 1, SYS_MAC = 2, SYS_WIN64 = 3 } SYSKIND;
-typedef enum tagLIBFLAGS {
-    LIBFLAG_FRESTRICTED = 0x1,
-    LIBFLAG_FCONTROL = 0x2,
-    LIBFLAG_FHIDDEN = 0x4,
-    LIBFLAG_FHASDISKIMAGE = 0x8
-} LIBFLAGS;
+typedef enum tagSYSKIND { SYS_WIN16 = 0, SYS_WIN32 = 1, SYS_WIN64 = 3 } SYSKIND;
+typedef enum tagLIBFLAGS { LIBFLAG_FCONTROL = 0x2 } LIBFLAGS;
 typedef struct tagTLIBATTR {
     GUID guid;
     LCID lcid;
@@ -377,7 +234,7 @@ typedef struct tagTLIBATTR {
     WORD wMajorVerNum;
     WORD wMinorVerNum;
     WORD wLibFlags;
-} TLIBATTR, *LPTLIBATTR;
+} TLIBATTR;
 
 MIDL_INTERFACE("00020402-0000-0000-c000-000000000046")
 ITypeLib : public IUnknown {
@@ -396,7 +253,6 @@ ITypeLib : public IUnknown {
 };
 __CRT_UUID_DECL(ITypeLib, 0x00020402, 0x0000, 0x0000, 0xc0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
 DEFINE_OLEGUID(IID_ITypeLib, 0x00020402, 0, 0);
-typedef ITypeLib* LPTYPELIB;
 
 MIDL_INTERFACE("1cf2b120-547d-101b-8e65-08002b2bd119")
 IErrorInfo : public IUnknown {

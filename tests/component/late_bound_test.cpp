@@ -28,7 +28,7 @@ DISPID Number(IDispatch* object, const char* member) {
     return id;
 }
 
-// Every class serves its own interface; tests/data/type_library.txt has all members of all interfaces.
+// Every class serves its own interface; sdk/TalvoBinaryEncoding.typelib.txt has all members of all interfaces.
 TEST(LateBound, EveryClassServesItsOwnMembers) {
     const struct {
         const char* ProgId;

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace probe {
@@ -14,6 +15,7 @@ constexpr WORD kGet = DISPATCH_PROPERTYGET;
 constexpr WORD kPut = DISPATCH_PROPERTYPUT;
 constexpr WORD kPutRef = DISPATCH_PROPERTYPUTREF;
 constexpr DISPID kValue = DISPID_PROPERTYPUT;
+constexpr UINT kUntouched = 77;
 
 inline std::string Refusal(HRESULT code) {
     const struct {
@@ -50,20 +52,19 @@ protected:
     }
 
     // `arguments` in the order of the member; `names` name the last ones, in the same order (none: the value of a put).
-    // What the member puts in place of an argument is found in it afterwards. The outcome: what the member noted, and its
-    // result or why there was none; `wrong` becomes the argument at fault, counted from the last.
-    std::string Call(DISPID id, WORD flags, std::vector<Value>& arguments, std::vector<DISPID> names = {},
-                     UINT* wrong = nullptr) {
+    // The outcome: what the member noted, and its result or why there was none; `wrong` becomes the argument at fault,
+    // counted from the last.
+    std::string Call(DISPID id, WORD flags, const std::vector<Value>& arguments, std::vector<DISPID> names,
+                     UINT& wrong) {
         if (names.empty() && (flags & (kPut | kPutRef))) names = {kValue};
-        std::vector<VARIANTARG> reversed;
-        for (size_t i = arguments.size(); i-- != 0;) reversed.push_back(arguments[i].value);
-        std::vector<DISPID> namesReversed(names.rbegin(), names.rend());
-        DISPPARAMS parameters = {reversed.data(), namesReversed.data(), static_cast<UINT>(reversed.size()),
-                                 static_cast<UINT>(namesReversed.size())};
+        std::vector<Value> reversed(arguments.rbegin(), arguments.rend());
+        std::reverse(names.begin(), names.end());
+        static_assert(sizeof(Value) == sizeof(VARIANTARG));
+        DISPPARAMS parameters = {reinterpret_cast<VARIANTARG*>(reversed.data()), names.data(),
+                                 static_cast<UINT>(reversed.size()), static_cast<UINT>(names.size())};
         Value result;
         probe_.log.clear();
-        const HRESULT code = info_->Invoke(&probe_, id, flags, &parameters, &result.value, nullptr, wrong);
-        for (size_t i = 0; i < arguments.size(); ++i) arguments[i].value = reversed[arguments.size() - 1 - i];
+        const HRESULT code = info_->Invoke(&probe_, id, flags, &parameters, &result.value, nullptr, &wrong);
         return probe_.log + Refusal(code) + (result.value.vt == VT_EMPTY ? "" : Show(result.value));
     }
 

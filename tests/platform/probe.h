@@ -19,7 +19,7 @@ constexpr GUID kDual = {0x0e47ac5f, 0xcbd8, 0x4715, {0xa2, 0xfe, 0xb4, 0x68, 0xb
 constexpr GUID kClass = {0x95ba4b2c, 0x8a3c, 0x427a, {0x84, 0x11, 0x73, 0xb6, 0xce, 0x36, 0x52, 0x3b}};
 constexpr HRESULT kFailure = static_cast<HRESULT>(0x80044001);
 
-enum Colour : LONG { pcNone, pcRed = 0x10, pcGreen, pcCold = -5 };
+enum Colour : LONG { pcCold = -5 };
 
 struct DProbe : public IDispatch {
     virtual HRESULT STDMETHODCALLTYPE get_Count(LONG* count) = 0;

@@ -1,4 +1,5 @@
-// type_library_dump MODULE: prints the module's type library; tests/data/type_library.txt is made with it.
+// type_library_dump FILE: prints the record of the type library in a file or module; ./dev idl makes the committed ones
+// with it.
 #include <windows.h>
 #include <objbase.h>
 #include <oleauto.h>
@@ -7,7 +8,7 @@
 #include <string>
 
 #include "com/com_ptr.h"
-#include "tests/support/type_library_dump.h"
+#include "tests/windows/type_library_dump.h"
 
 int main(int count, char** arguments) {
     if (count != 2) return 2;

@@ -1,5 +1,5 @@
 // See type_library_dump.h. What our library does not use has no name here, and would show as a number.
-#include "tests/support/type_library_dump.h"
+#include "tests/windows/type_library_dump.h"
 
 #include <objbase.h>
 #include <oleauto.h>
