@@ -70,7 +70,7 @@ TEST_F(ConversionTest, FilesFoldersAndForks) {
         {"decode -f binhex h -o o --resource-fork r --overwrite", 0, "r", "FORK"},
         {"encode -f qp large --then base64 --then xx --name n -o t", 0, "o", "abc"},
         {"decode -f xx t --then base64 --then qp -o d", 0, "d/n", large},
-        {"encode -f base64 -l 4 -b lf large -o t", 0, "d/n", large},
+        {"encode -f base64 -l 64 -b lf large -o t", 0, "d/n", large},
         {"decode -f base64 t -o o --append", 0, "o", "abc" + large},
         {"encode -f hex large --offset 699999 --size 1 -o t", 0, "t", "8E"},
         {"encode -f hex abc -o abc", 3, "abc", "abc"},
