@@ -96,21 +96,14 @@ private:
     std::vector<std::shared_ptr<Server>> servers_;
 };
 
-// Finds the server of a class and its class object. `server` is to be held until the object is no longer needed, or is one
-// that keeps the server itself.
-HRESULT FindClassObject(REFCLSID clsid, DWORD context, REFIID riid, void** object, std::shared_ptr<Server>& server) {
+HRESULT Create(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid, void** object) {
     if (!(context & CLSCTX_INPROC_SERVER)) return REGDB_E_CLASSNOTREG;
     std::u16string path;
     if (const HRESULT hr = ReadClassEntry(clsid, u"InprocServer32", path); FAILED(hr)) return hr;
-    server = Servers::Instance().Get(path);
+    const std::shared_ptr<Server> server = Servers::Instance().Get(path);  // held until its factory is released
     if (const HRESULT hr = server->Load(); FAILED(hr)) return hr;
-    return server->ClassObject(clsid, riid, object);
-}
-
-HRESULT Create(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid, void** object) {
-    std::shared_ptr<Server> server;
     IClassFactory* factory = nullptr;
-    HRESULT hr = FindClassObject(clsid, context, IID_IClassFactory, reinterpret_cast<void**>(&factory), server);
+    HRESULT hr = server->ClassObject(clsid, IID_PPV_ARGS(&factory));
     if (FAILED(hr)) return hr;
     hr = factory->CreateInstance(outer, riid, object);
     factory->Release();
@@ -119,17 +112,6 @@ HRESULT Create(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid, void
 
 }  // namespace
 }  // namespace platform
-
-WINOLEAPI CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID pvReserved, REFIID riid, LPVOID* ppv) {
-    if (!ppv) return E_INVALIDARG;
-    *ppv = nullptr;
-    if (pvReserved) return E_NOTIMPL;  // another machine
-    if (!platform::IsComInitialized()) return CO_E_NOTINITIALIZED;
-    return platform::OrOutOfMemory([&] {
-        std::shared_ptr<platform::Server> server;
-        return platform::FindClassObject(rclsid, dwClsContext, riid, ppv, server);
-    });
-}
 
 WINOLEAPI CoCreateInstance(REFCLSID rclsid, LPUNKNOWN pUnkOuter, DWORD dwClsContext, REFIID riid, LPVOID* ppv) {
     if (!ppv) return E_POINTER;

@@ -46,7 +46,6 @@ struct Request {
     DWORD access;
     DWORD share;
     DWORD disposition;
-    bool inherit;
 
     bool Creates() const {
         return disposition == CREATE_NEW || disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
@@ -55,7 +54,7 @@ struct Request {
     int OpenFlags() const {
         const bool reads = access & GENERIC_READ;
         const bool writes = access & GENERIC_WRITE;
-        return (reads && writes ? O_RDWR : writes ? O_WRONLY : O_RDONLY) | (inherit ? 0 : O_CLOEXEC) | O_NOCTTY;
+        return (reads && writes ? O_RDWR : writes ? O_WRONLY : O_RDONLY) | O_CLOEXEC | O_NOCTTY;
     }
 };
 
@@ -73,9 +72,9 @@ int OpenFile(const char* path, const Request& request, bool* created) {
 }
 
 // The three lowest descriptors are the standard streams. Where one is closed, a file must not take its place.
-int AboveStandardStreams(int file, bool inherit) {
+int AboveStandardStreams(int file) {
     if (file < 0 || file > STDERR_FILENO) return file;
-    const int moved = fcntl(file, inherit ? F_DUPFD : F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int moved = fcntl(file, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     const int error = errno;
     close(file);
     errno = error;
@@ -109,7 +108,7 @@ HANDLE Create(const FilePath& path, const Request& request) {
     if (!path) return INVALID_HANDLE_VALUE;
     if (path.NamesFolder()) return FailFolderName(path, request), INVALID_HANDLE_VALUE;
     bool created = false;
-    const int file = AboveStandardStreams(OpenFile(path.Get(), request, &created), request.inherit);
+    const int file = AboveStandardStreams(OpenFile(path.Get(), request, &created));
     if (file < 0) return path.Fail(), INVALID_HANDLE_VALUE;
     if (const DWORD error = Admit(file, path.Get(), request, created); error != ERROR_SUCCESS) {
         close(file);
@@ -164,9 +163,9 @@ LONGLONG Seek(int file, LONGLONG distance, DWORD method) {
 
 HANDLE CreateFileA(LPCSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
                    LPSECURITY_ATTRIBUTES lpSecurityAttributes, DWORD dwCreationDisposition, DWORD, HANDLE) {
+    if (lpSecurityAttributes) return Fail(ERROR_INVALID_PARAMETER), INVALID_HANDLE_VALUE;
     const DWORD access = dwDesiredAccess, disposition = dwCreationDisposition;
-    const Request request = {access, dwShareMode, disposition,
-                             lpSecurityAttributes && lpSecurityAttributes->bInheritHandle};
+    const Request request = {access, dwShareMode, disposition};
     const bool known = disposition >= CREATE_NEW && disposition <= TRUNCATE_EXISTING;
     const bool needsWrite = disposition == TRUNCATE_EXISTING;
     if (!known || !(access & (GENERIC_READ | GENERIC_WRITE)) || (access & ~(GENERIC_READ | GENERIC_WRITE)) ||

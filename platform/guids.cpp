@@ -66,15 +66,7 @@ int StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax) {
     return kLength + 1;
 }
 
-// No text means the identifier of zeros. Text without a brace is a ProgID, as on Windows.
-HRESULT CLSIDFromString(LPCOLESTR lpsz, LPCLSID pclsid) {
-    if (!pclsid) return E_INVALIDARG;
-    *pclsid = CLSID_NULL;
-    if (!lpsz || Parse(lpsz, pclsid)) return S_OK;
-    if (*lpsz == u'{') return CO_E_CLASSSTRING;
-    return SUCCEEDED(CLSIDFromProgID(lpsz, pclsid)) ? S_OK : CO_E_CLASSSTRING;
-}
-
+// No text means the identifier of zeros.
 HRESULT IIDFromString(LPCOLESTR lpsz, LPIID lpiid) {
     if (!lpiid) return E_INVALIDARG;
     *lpiid = IID_NULL;

@@ -38,10 +38,8 @@ typedef struct _GUID {
 
 #include <string.h>
 
-typedef GUID *LPGUID, IID, *LPIID, CLSID, *LPCLSID;
-typedef const GUID* LPCGUID;
+typedef GUID IID, *LPIID, CLSID, *LPCLSID;
 #define IID_NULL GUID_NULL
-#define CLSID_NULL GUID_NULL
 #define REFGUID const GUID&
 #define REFIID const IID&
 #define REFCLSID const IID&

@@ -8,11 +8,6 @@
 #include <rpcndr.h>
 
 #define interface struct
-#define PURE = 0
-#define THIS_
-#define THIS void
-#define STDMETHOD(method) virtual HRESULT STDMETHODCALLTYPE method
-#define STDMETHOD_(type, method) virtual type STDMETHODCALLTYPE method
 #define WINOLEAPI EXTERN_C DECLSPEC_IMPORT HRESULT STDAPICALLTYPE
 #define WINOLEAPI_(type) EXTERN_C DECLSPEC_IMPORT type STDAPICALLTYPE
 
@@ -23,7 +18,6 @@
 
 #include <objidl.h>
 
-#define CLSCTX_INPROC (CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER)
 #define CLSCTX_SERVER (CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER | CLSCTX_REMOTE_SERVER)
 #define CLSCTX_ALL (CLSCTX_INPROC_HANDLER | CLSCTX_SERVER)
 
@@ -36,7 +30,7 @@ void** IID_PPV_ARGS_Helper(T** pp) {
 }
 #define IID_PPV_ARGS(ppType) __uuidof(**(ppType)), IID_PPV_ARGS_Helper(ppType)
 
-typedef enum tagCOINIT { COINIT_APARTMENTTHREADED = 0x2, COINIT_MULTITHREADED = 0x0 } COINIT;
+enum { COINIT_APARTMENTTHREADED = 0x2, COINIT_MULTITHREADED = 0x0 };
 
 WINOLEAPI_(LPVOID) CoTaskMemAlloc(SIZE_T cb);
 WINOLEAPI_(LPVOID) CoTaskMemRealloc(LPVOID pv, SIZE_T cb);
@@ -44,14 +38,12 @@ WINOLEAPI_(void) CoTaskMemFree(LPVOID pv);
 WINOLEAPI CoRegisterMallocSpy(LPMALLOCSPY pMallocSpy);
 WINOLEAPI CoRevokeMallocSpy(void);
 
-WINOLEAPI CLSIDFromString(LPCOLESTR lpsz, LPCLSID pclsid);
 WINOLEAPI IIDFromString(LPCOLESTR lpsz, LPIID lpiid);
 WINOLEAPI_(int) StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax);
 
 WINOLEAPI CoInitialize(LPVOID pvReserved);
 WINOLEAPI CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit);
 WINOLEAPI_(void) CoUninitialize(void);
-WINOLEAPI CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID pvReserved, REFIID riid, LPVOID* ppv);
 WINOLEAPI CoCreateInstance(REFCLSID rclsid, LPUNKNOWN pUnkOuter, DWORD dwClsContext, REFIID riid, LPVOID* ppv);
 WINOLEAPI_(void) CoFreeUnusedLibraries(void);
 WINOLEAPI ProgIDFromCLSID(REFCLSID clsid, LPOLESTR* lplpszProgID);

@@ -62,7 +62,6 @@ WINOLEAUTAPI CreateErrorInfo(ICreateErrorInfo** pperrinfo);
 #define V_UI4(X) V_UNION(X, ulVal)
 #define V_UI8(X) V_UNION(X, ullVal)
 #define V_BSTR(X) V_UNION(X, bstrVal)
-#define V_BSTRREF(X) V_UNION(X, pbstrVal)
 #define V_DISPATCH(X) V_UNION(X, pdispVal)
 #define V_BOOL(X) V_UNION(X, boolVal)
 #define V_BOOLREF(X) V_UNION(X, pboolVal)

@@ -5,7 +5,5 @@
 #define TALVO_PLATFORM_RPC_H
 
 #define __RPC_USER
-#define __RPC_STUB
-#define __RPC_API
 
 #endif

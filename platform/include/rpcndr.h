@@ -6,7 +6,6 @@
 
 #include <rpc.h>
 
-#define __RPCNDR_H_VERSION__ (475)
 typedef unsigned char byte;
 typedef unsigned char boolean;
 #define hyper long long

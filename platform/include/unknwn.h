@@ -26,7 +26,6 @@ IUnknown {
 __CRT_UUID_DECL(IUnknown, 0x00000000, 0x0000, 0x0000, 0xc0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
 
 typedef interface IClassFactory IClassFactory;
-typedef IClassFactory* LPCLASSFACTORY;
 DEFINE_OLEGUID(IID_IClassFactory, 0x00000001, 0, 0);
 MIDL_INTERFACE("00000001-0000-0000-c000-000000000046")
 IClassFactory : public IUnknown {

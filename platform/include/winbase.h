@@ -6,20 +6,16 @@
 #include <winerror.h>
 #include <winnt.h>
 
-typedef struct _SECURITY_ATTRIBUTES {
-    DWORD nLength;
-    LPVOID lpSecurityDescriptor;
-    BOOL bInheritHandle;
-} SECURITY_ATTRIBUTES, *PSECURITY_ATTRIBUTES, *LPSECURITY_ATTRIBUTES;
-typedef struct _OVERLAPPED* LPOVERLAPPED;  // overlapped transfers are not offered: always null
+typedef struct _SECURITY_ATTRIBUTES* LPSECURITY_ATTRIBUTES;  // not offered: always null
+typedef struct _OVERLAPPED* LPOVERLAPPED;                    // the same
 
 WINBASEAPI DWORD WINAPI GetLastError(VOID);
 WINBASEAPI VOID WINAPI SetLastError(DWORD dwErrCode);
 
-// Opaque room for the lock of this system. The content is nobody's business outside the stand-in.
+// Opaque room for the lock of this system. Opaque outside the stand-in.
 typedef struct _RTL_CRITICAL_SECTION {
     LONGLONG Reserved[6];
-} CRITICAL_SECTION, *PCRITICAL_SECTION, *LPCRITICAL_SECTION;
+} CRITICAL_SECTION, *LPCRITICAL_SECTION;
 WINBASEAPI VOID WINAPI InitializeCriticalSection(LPCRITICAL_SECTION lpCriticalSection);
 WINBASEAPI VOID WINAPI DeleteCriticalSection(LPCRITICAL_SECTION lpCriticalSection);
 WINBASEAPI VOID WINAPI EnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection);
@@ -38,7 +34,6 @@ WINBASEAPI HGLOBAL WINAPI LoadResource(HMODULE hModule, HRSRC hResInfo);
 WINBASEAPI LPVOID WINAPI LockResource(HGLOBAL hResData);
 WINBASEAPI DWORD WINAPI SizeofResource(HMODULE hModule, HRSRC hResInfo);
 #define LoadLibrary LoadLibraryA
-#define GetModuleHandle GetModuleHandleA
 #define GetModuleFileName GetModuleFileNameA
 
 #define FORMAT_MESSAGE_IGNORE_INSERTS 0x00000200
@@ -88,7 +83,7 @@ typedef struct _BY_HANDLE_FILE_INFORMATION {
     DWORD nNumberOfLinks;
     DWORD nFileIndexHigh;
     DWORD nFileIndexLow;
-} BY_HANDLE_FILE_INFORMATION, *PBY_HANDLE_FILE_INFORMATION, *LPBY_HANDLE_FILE_INFORMATION;
+} BY_HANDLE_FILE_INFORMATION, *LPBY_HANDLE_FILE_INFORMATION;
 WINBASEAPI BOOL WINAPI GetFileInformationByHandle(HANDLE hFile, LPBY_HANDLE_FILE_INFORMATION lpFileInformation);
 WINBASEAPI BOOL WINAPI CloseHandle(HANDLE hObject);
 WINBASEAPI HANDLE WINAPI GetStdHandle(DWORD nStdHandle);

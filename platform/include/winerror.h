@@ -4,11 +4,6 @@
 
 #include <windef.h>
 
-#define SEVERITY_SUCCESS 0
-#define SEVERITY_ERROR 1
-#define FACILITY_NULL 0
-#define FACILITY_DISPATCH 2
-#define FACILITY_STORAGE 3
 #define FACILITY_ITF 4
 #define FACILITY_WIN32 7
 
@@ -16,9 +11,6 @@
 #define FAILED(hr) ((HRESULT)(hr) < 0)
 #define HRESULT_CODE(hr) ((hr)&0xFFFF)
 #define HRESULT_FACILITY(hr) (((hr) >> 16) & 0x1fff)
-#define HRESULT_SEVERITY(hr) (((hr) >> 31) & 0x1)
-#define MAKE_HRESULT(sev, fac, code) ((HRESULT)(((ULONG)(sev) << 31) | ((ULONG)(fac) << 16) | ((ULONG)(code))))
-#define MAKE_SCODE(sev, fac, code) ((SCODE)(((ULONG)(sev) << 31) | ((ULONG)(fac) << 16) | ((ULONG)(code))))
 inline constexpr HRESULT HRESULT_FROM_WIN32(ULONG x) {
     return (HRESULT)x <= 0 ? (HRESULT)x : (HRESULT)((x & 0xFFFF) | (FACILITY_WIN32 << 16) | 0x80000000);
 }
@@ -110,7 +102,6 @@ inline constexpr HRESULT HRESULT_FROM_WIN32(ULONG x) {
 
 #define S_OK ((HRESULT)0)
 #define S_FALSE ((HRESULT)1)
-#define NOERROR 0
 #define E_PENDING ((HRESULT)0x8000000A)
 #define E_NOTIMPL ((HRESULT)0x80004001)
 #define E_NOINTERFACE ((HRESULT)0x80004002)
@@ -119,7 +110,6 @@ inline constexpr HRESULT HRESULT_FROM_WIN32(ULONG x) {
 #define E_FAIL ((HRESULT)0x80004005)
 #define E_UNEXPECTED ((HRESULT)0x8000FFFF)
 #define E_ACCESSDENIED ((HRESULT)0x80070005)
-#define E_HANDLE ((HRESULT)0x80070006)
 #define E_OUTOFMEMORY ((HRESULT)0x8007000E)
 #define E_INVALIDARG ((HRESULT)0x80070057)
 

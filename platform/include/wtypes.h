@@ -12,14 +12,13 @@ typedef OLECHAR* LPOLESTR;
 typedef const OLECHAR* LPCOLESTR;
 #define OLESTR(str) u##str
 typedef LONG SCODE;
-typedef SCODE* PSCODE;
 
-typedef enum tagCLSCTX {
+enum {
     CLSCTX_INPROC_SERVER = 0x1,
     CLSCTX_INPROC_HANDLER = 0x2,
     CLSCTX_LOCAL_SERVER = 0x4,
     CLSCTX_REMOTE_SERVER = 0x10
-} CLSCTX;
+};
 
 typedef double DATE;
 typedef union tagCY {
@@ -47,7 +46,6 @@ typedef struct tagDEC {
         ULONGLONG Lo64;
     };
 } DECIMAL;
-#define DECIMAL_NEG ((BYTE)0x80)
 
 typedef OLECHAR* BSTR;
 typedef BSTR* LPBSTR;
@@ -89,19 +87,12 @@ enum VARENUM {
     VT_LPSTR = 30,
     VT_LPWSTR = 31,
     VT_RECORD = 36,
-    VT_INT_PTR = 37,
-    VT_UINT_PTR = 38,
     VT_FILETIME = 64,
-    VT_BLOB = 65,
-    VT_STREAM = 66,
-    VT_STORAGE = 67,
     VT_CLSID = 72,
     VT_VECTOR = 0x1000,
     VT_ARRAY = 0x2000,
     VT_BYREF = 0x4000,
     VT_RESERVED = 0x8000,
-    VT_ILLEGAL = 0xffff,
-    VT_ILLEGALMASKED = 0xfff,
     VT_TYPEMASK = 0xfff
 };
 
