@@ -18,8 +18,9 @@ void* RawAlloc(SIZE_T size) { return size < kTooLarge ? malloc(size ? size : 1) 
 
 void* RawRealloc(void* block, SIZE_T size) { return size < kTooLarge ? realloc(block, size) : nullptr; }
 
-// The observer of all calls, and the blocks that were allocated before its eyes: it is told of each whether it knows
-// it, and stays until the last of them is freed. Never destroyed, as blocks may be freed while the process ends.
+// The observer of all calls, and the blocks that were allocated while it was registered; of every other block it is told
+// that it has not seen it. It stays until the last of its own is freed. Never destroyed, as blocks may be freed while the
+// process ends.
 struct SpyPost {
     std::recursive_mutex lock;
     std::atomic<IMallocSpy*> spy = nullptr;

@@ -20,7 +20,7 @@ typedef interface IRecordInfo IRecordInfo;
 typedef struct tagSAFEARRAYBOUND {
     ULONG cElements;
     LONG lLbound;
-} SAFEARRAYBOUND, *LPSAFEARRAYBOUND;
+} SAFEARRAYBOUND;
 typedef struct tagSAFEARRAY {
     USHORT cDims;
     USHORT fFeatures;
@@ -28,21 +28,17 @@ typedef struct tagSAFEARRAY {
     ULONG cLocks;
     PVOID pvData;
     SAFEARRAYBOUND rgsabound[1];
-} SAFEARRAY, *LPSAFEARRAY;
+} SAFEARRAY;
 #define FADF_AUTO 0x1
 #define FADF_STATIC 0x2
 #define FADF_EMBEDDED 0x4
 #define FADF_FIXEDSIZE 0x10
-#define FADF_RECORD 0x20
-#define FADF_HAVEIID 0x40
-#define FADF_HAVEVARTYPE 0x80
 #define FADF_BSTR 0x100
 #define FADF_UNKNOWN 0x200
 #define FADF_DISPATCH 0x400
 #define FADF_VARIANT 0x800
-#define FADF_RESERVED 0xf008
 
-typedef struct tagVARIANT VARIANT, VARIANTARG, *LPVARIANTARG;
+typedef struct tagVARIANT VARIANT, VARIANTARG;
 struct tagVARIANT {
     __extension__ union {
         __extension__ struct {
@@ -108,7 +104,6 @@ typedef LONG DISPID;
 typedef DISPID MEMBERID;
 typedef DWORD HREFTYPE;
 #define DISPID_UNKNOWN (-1)
-#define DISPID_VALUE (0)
 #define DISPID_PROPERTYPUT (-3)
 
 typedef enum tagTYPEKIND { TKIND_ENUM = 0, TKIND_INTERFACE = 3, TKIND_DISPATCH = 4, TKIND_COCLASS = 5 } TYPEKIND;
@@ -162,7 +157,7 @@ typedef struct tagEXCEPINFO {
     PVOID pvReserved;
     HRESULT(__stdcall* pfnDeferredFillIn)(struct tagEXCEPINFO*);
     SCODE scode;
-} EXCEPINFO, *LPEXCEPINFO;
+} EXCEPINFO;
 typedef enum tagINVOKEKIND {
     INVOKE_FUNC = 1,
     INVOKE_PROPERTYGET = 2,
@@ -171,7 +166,7 @@ typedef enum tagINVOKEKIND {
 } INVOKEKIND;
 typedef struct tagFUNCDESC FUNCDESC;  // not offered, like all descriptions of members
 typedef struct tagVARDESC VARDESC;
-typedef enum tagTYPEFLAGS {
+enum {
     TYPEFLAG_FCANCREATE = 0x2,
     TYPEFLAG_FHIDDEN = 0x10,
     TYPEFLAG_FCONTROL = 0x20,
@@ -180,8 +175,8 @@ typedef enum tagTYPEFLAGS {
     TYPEFLAG_FOLEAUTOMATION = 0x100,
     TYPEFLAG_FRESTRICTED = 0x200,
     TYPEFLAG_FDISPATCHABLE = 0x1000
-} TYPEFLAGS;
-typedef enum tagFUNCFLAGS { FUNCFLAG_FRESTRICTED = 0x1, FUNCFLAG_FHIDDEN = 0x40 } FUNCFLAGS;
+};
+enum { FUNCFLAG_FRESTRICTED = 0x1, FUNCFLAG_FHIDDEN = 0x40 };
 
 MIDL_INTERFACE("00020400-0000-0000-c000-000000000046")
 IDispatch : public IUnknown {
@@ -195,7 +190,6 @@ IDispatch : public IUnknown {
 };
 __CRT_UUID_DECL(IDispatch, 0x00020400, 0x0000, 0x0000, 0xc0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
 DEFINE_OLEGUID(IID_IDispatch, 0x00020400, 0, 0);
-typedef IDispatch* LPDISPATCH;
 
 MIDL_INTERFACE("00020401-0000-0000-c000-000000000046")
 ITypeInfo : public IUnknown {
@@ -226,7 +220,7 @@ __CRT_UUID_DECL(ITypeInfo, 0x00020401, 0x0000, 0x0000, 0xc0, 0x00, 0x00, 0x00, 0
 DEFINE_OLEGUID(IID_ITypeInfo, 0x00020401, 0, 0);
 
 typedef enum tagSYSKIND { SYS_WIN16 = 0, SYS_WIN32 = 1, SYS_WIN64 = 3 } SYSKIND;
-typedef enum tagLIBFLAGS { LIBFLAG_FCONTROL = 0x2 } LIBFLAGS;
+enum { LIBFLAG_FCONTROL = 0x2 };
 typedef struct tagTLIBATTR {
     GUID guid;
     LCID lcid;

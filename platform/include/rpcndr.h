@@ -8,7 +8,6 @@
 
 typedef unsigned char byte;
 typedef unsigned char boolean;
-#define hyper long long
 #define MIDL_INTERFACE(x) struct
 
 #endif

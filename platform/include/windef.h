@@ -41,7 +41,7 @@
 #define VOID void
 typedef char CHAR;
 typedef char16_t WCHAR;
-typedef unsigned char UCHAR, BYTE;
+typedef unsigned char BYTE;
 typedef short SHORT;
 typedef unsigned short USHORT, WORD;
 typedef int INT, LONG, BOOL;

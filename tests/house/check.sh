@@ -82,6 +82,69 @@ unopened() {
   done
 }
 
+# Names that platform/include declares at file scope and that nothing else uses, as FILE:LINE: NAME. Tags, members and
+# enumerators without a value of their own are layout. A call also has its definition, and one that only tests/platform
+# makes is not used.
+idle_names() {
+  files '*.cpp' '*.h' '*.c' '*.idl' '*.rc' '*.cmake' '*CMakeLists.txt' | tr '\n' '\0' | xargs -0 awk '
+    function declare(name, uses) {
+      if (name == "" || name ~ /^TALVO_PLATFORM_/ || name in place) return
+      place[name] = FILENAME ":" FNR
+      least[name] = uses
+    }
+    function declare_list(text,   parts, i, n) {  # "A, *B;"
+      n = split(text, parts, ",")
+      for (i = 1; i <= n; ++i) {
+        sub(/[^A-Za-z_0-9]*$/, "", parts[i])
+        sub(/.*[^A-Za-z_0-9]/, "", parts[i])
+        declare(parts[i], 2)
+      }
+    }
+    function declare_enumerators(text) {
+      while (match(text, /[A-Za-z_0-9]+ = /)) {
+        declare(substr(text, RSTART, RLENGTH - 3), 2)
+        text = substr(text, RSTART + RLENGTH)
+      }
+    }
+    function declare_call(text, uses) {
+      sub(/^[A-Z]+_\([^)]*\) /, "", text)
+      if (match(text, /[A-Za-z_0-9]+\(/)) declare(substr(text, RSTART, RLENGTH - 1), uses)
+    }
+    function read_header(line) {
+      if (line ~ /^#define /) { split(line, words, /[^A-Za-z_0-9#]+/); declare(words[2], 2) }
+      if (line ~ /^#/) return
+      if (depth == 0 && line ~ /^(typedef )?enum /) constants = 1
+      if (constants) declare_enumerators(line)
+      if (depth == 0 && line ~ /^typedef .*\([A-Z]* ?\*/ && match(line, /\* ?[A-Za-z_0-9]+\)/))
+        declare_list(substr(line, RSTART, RLENGTH))
+      else if (line ~ /^}.*;/ || (line ~ /^typedef .*}.*;/)) { text = line; sub(/.*}/, "", text); declare_list(text) }
+      else if (line ~ /^typedef .*;/) declare_list(line)
+      else if (depth == 0 && line ~ /^(EXTERN_C|STDAPI|WIN[A-Z]*API)/) declare_call(line, 3)
+      else if (depth == 0 && line ~ /^inline .*\(/) declare_call(line, 2)
+      depth += gsub(/{/, "{", line) - gsub(/}/, "}", line)
+      if (depth == 0) constants = 0
+    }
+    FNR == 1 {
+      ours = FILENAME ~ /^platform\/include\//
+      probe = FILENAME ~ /^tests\/platform\//
+      depth = constants = 0
+    }
+    { sub(/\/\/.*/, "") }
+    ours { read_header($0) }
+    {
+      n = split($0, words, /[^A-Za-z_0-9]+/)
+      for (i = 1; i <= n; ++i) { ++seen[words[i]]; if (probe) ++probed[words[i]] }
+    }
+    END {
+      for (name in place) {
+        uses = seen[name]
+        if (least[name] == 3) uses -= probed[name]
+        if (uses < least[name]) print place[name] ": " name
+      }
+    }' | sort -t: -k1,1 -k2,2n |
+    grep -vE ': (FAR|NEAR|far|near|IN|OUT|OPTIONAL)$'  # words that the real headers take away from everyone
+}
+
 readme_example() {
   diff <(awk '/^```cpp$/ { on = 1; next } /^```$/ { if (on) exit } on' README.md) examples/encode.cpp 2>&1
 }
@@ -100,6 +163,7 @@ search -E '(^|[^[:alnum:]_.}/])/(home|root|work|tmp|Users)/' '*' |
   verdict "no path of a particular machine"
 search -iE '\b(Part [0-9]+\.[0-9]+|the s[p]ec(ification)?\b|s[p]ec\.md)' '*' ':!LICENSE' |
   verdict "texts stand on their own, without references to papers"
+idle_names | verdict "the stand-in's headers declare only what is used"
 readme_example | verdict "the example of the README is the one that is compiled"
 
 exit $broken

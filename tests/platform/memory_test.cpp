@@ -1,11 +1,10 @@
-// The task allocator with its observer, strings and arrays, which come from it, and identifiers as text.
+// The observer of the task allocator, arrays, which come from it, and identifiers as text.
 #include "tests/platform/values.h"
 
 #include <objbase.h>
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 #include "tests/support/allocation_faults.h"
@@ -33,32 +32,6 @@ TEST(TaskMemory, ObserverSeesAndRefuses) {
     EXPECT_EQ(CoRevokeMallocSpy(), CO_E_OBJNOTREG);
 }
 
-TEST(Strings, LengthsAndContent) {
-    const OLECHAR source[] = {'a', 0, 'b', 'c', 0};
-    const struct {
-        const char* name;
-        BSTR text;
-        UINT bytes;
-        const void* content;  // with its terminator
-    } rows[] = {
-        {"with a zero inside", SysAllocStringLen(source, 4), 8, source},
-        {"odd number of bytes", SysAllocStringByteLen("odd", 3), 3, "odd\0"},
-        {"of a length only", SysAllocStringByteLen(nullptr, 4), 4, nullptr},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        ASSERT_TRUE(row.text);
-        EXPECT_EQ(SysStringByteLen(row.text), row.bytes);
-        EXPECT_EQ(SysStringLen(row.text), row.bytes / 2);
-        EXPECT_EQ(reinterpret_cast<const UINT*>(row.text)[-1], row.bytes);
-        if (row.content) {
-            EXPECT_EQ(memcmp(row.text, row.content, row.bytes + 1), 0);
-        }
-        SysFreeString(row.text);
-    }
-    EXPECT_FALSE(SysAllocStringLen(nullptr, 0x80000000u));
-}
-
 // Of two dimensions the descriptor lists the last first.
 TEST(SafeArray, Bounds) {
     SAFEARRAYBOUND bounds[] = {{3, -1}, {4, 10}};
@@ -78,30 +51,6 @@ TEST(SafeArray, Bounds) {
     EXPECT_EQ(SafeArrayDestroy(array), DISP_E_ARRAYISLOCKED);
     EXPECT_EQ(SafeArrayUnaccessData(array), S_OK);
     EXPECT_EQ(SafeArrayDestroy(array), S_OK);
-}
-
-// A descriptor alone, its data given by hand: from the task allocator, to hand a buffer over without a copy, or the
-// caller's own, which stays.
-TEST(SafeArray, AdoptedAndForeignData) {
-    char own[] = "bytes";
-    for (const int features : {FADF_FIXEDSIZE, FADF_FIXEDSIZE | FADF_STATIC}) {
-        SAFEARRAY* array = nullptr;
-        ASSERT_EQ(SafeArrayAllocDescriptor(1, &array), S_OK);
-        array->fFeatures = static_cast<USHORT>(features);
-        array->cbElements = 1;
-        array->rgsabound[0] = {5, 0};
-        array->pvData = features & FADF_STATIC ? own : CoTaskMemAlloc(5);
-        memcpy(array->pvData, "bytes", 5);
-        SAFEARRAY* copy = nullptr;
-        ASSERT_EQ(SafeArrayCopy(array, &copy), S_OK);
-        EXPECT_NE(copy->pvData, array->pvData);
-        EXPECT_EQ(memcmp(copy->pvData, "bytes", 5), 0);
-        EXPECT_FALSE(copy->fFeatures & (FADF_FIXEDSIZE | FADF_STATIC));
-        EXPECT_EQ(SafeArrayDestroy(copy), S_OK);
-        VARIANT v = probe::Value::Of(VT_ARRAY | VT_UI1).value;
-        v.parray = array;
-        EXPECT_EQ(VariantClear(&v), S_OK);
-    }
 }
 
 TEST(Identifiers, TextBothWays) {

@@ -26,6 +26,12 @@ TEST(NativeMemory, ArraysThatAreRefused) {
     EXPECT_EQ(v.vt, VT_ARRAY | VT_UI1);
     v.parray->cLocks = 0;
     EXPECT_EQ(VariantClear(&v), S_OK);
+    BYTE own[] = "bytes";
+    v.vt = VT_ARRAY | VT_UI1;
+    ASSERT_EQ(SafeArrayAllocDescriptor(1, &v.parray), S_OK);
+    v.parray->fFeatures = FADF_STATIC;
+    v.parray->pvData = own;
+    EXPECT_EQ(VariantClear(&v), S_OK) << "data of the caller's own stays";
 }
 
 // What the stand-in allocates for itself: a failure becomes the caller's error, never an exception.

@@ -75,10 +75,7 @@ TEST_F(Modules, Resources) {
     } rows[] = {
         {MAKEINTRESOURCEW(102), u"REGISTRY", "script", 0},
         {u"#102", u"registry", "script", 0},
-        {MAKEINTRESOURCEW(1), u"TYPELIB", "scr", 0},
         {MAKEINTRESOURCEW(103), u"REGISTRY", "", ERROR_RESOURCE_NAME_NOT_FOUND},
-        {u"text", u"REGISTRY", "", ERROR_RESOURCE_NAME_NOT_FOUND},
-        {MAKEINTRESOURCEW(1), u"REGISTR", "", ERROR_RESOURCE_TYPE_NOT_FOUND},
         {MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(16), "", ERROR_RESOURCE_TYPE_NOT_FOUND},
     };
     for (const auto& row : rows) {
@@ -104,7 +101,6 @@ TEST_F(Modules, MessageTable) {
         {both, 0x8007007B,
          "The filename, directory name, or "
          "volume label syntax is incorrect.\r\n"},
-        {both, 0x80040154, "Class not registered\r\n"},
     };
     for (const auto& row : rows) {
         char text[512] = {};
