@@ -5,6 +5,7 @@
 #include <oleauto.h>
 
 #include <new>
+#include <string>
 #include <string_view>
 
 #include "com/com_ptr.h"
@@ -14,6 +15,8 @@
 
 namespace talvo {
 namespace {
+
+using WidePath = std::basic_string<WCHAR>;
 
 constexpr size_t kMaxPath = 32768;  // longest path that the platform knows, terminator included
 
@@ -75,6 +78,17 @@ bool IsFolder(const WidePath& path) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
+// "Help" beside the module's folder when it is there, else the module's folder.
+WidePath HelpDirectory(const WidePath& modulePath) {
+    WidePath folder = FolderOf(modulePath);
+    const size_t separator = folder.find_last_of(kSeparators);
+    if (separator != WidePath::npos) {
+        WidePath help = folder.substr(0, separator + 1) + OLESTR("Help");
+        if (IsFolder(help)) return help;
+    }
+    return folder;
+}
+
 HRESULT RegisterLibrary(const WidePath& modulePath) {
     com::ComPtr<ITypeLib> library;
     WidePath libraryPath;
@@ -103,16 +117,6 @@ HRESULT UnregisterLibrary(const WidePath& modulePath) {
 }
 
 }  // namespace
-
-WidePath HelpDirectory(const WidePath& modulePath) {
-    WidePath folder = FolderOf(modulePath);
-    const size_t separator = folder.find_last_of(kSeparators);
-    if (separator != WidePath::npos) {
-        WidePath help = folder.substr(0, separator + 1) + OLESTR("Help");
-        if (IsFolder(help)) return help;
-    }
-    return folder;
-}
 
 HRESULT RegisterModule() noexcept try {
     WidePath modulePath;

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "server/registration.h"
 #include "tests/server/registry_tree.h"
 #include "tests/support/module/variants.h"
 #include "tests/support/temp_folder.h"
@@ -106,15 +105,13 @@ TEST(Registration, LeavesWhatOthersHavePutThere) {
     EXPECT_EQ(ClassKeys(), ExpectedKeys(Module::Get().Path()));
 }
 
-// --- A second copy of the module, in a folder of its own
-
-std::string Folder(const std::string& path) { return path.substr(0, path.find_last_of("\\/")); }
-
+// A second copy of the module, in a folder of its own.
 class ModuleCopy : public Module {
 public:
     explicit ModuleCopy(bool withHelp) {
         fs::create_directory(root_ / "bin");
         if (withHelp) fs::create_directory(root_ / "Help");
+        if (!withHelp) Save(root_ / "Help", "not a folder");
         const fs::path copy = root_ / "bin" / fs::path(Module::Get().Path()).filename();
         fs::copy_file(Module::Get().Path(), copy);
         EXPECT_TRUE(Load(copy.string()));
@@ -148,21 +145,12 @@ TEST(Registration, TheTypeLibraryIsRegisteredWithItsHelpFolder) {
             EXPECT_EQ(Narrow({path.Get(), WideText(path.Get()).size()}), copy.Path());
             RegistryTree library = ReadTree(LibraryKey());
             EXPECT_EQ(library[LibraryKey() + "\\1.1"], "Talvo Binary Encoding 1.1 Type Library");
-            const std::string folder = Folder(copy.Path());  // .../bin
+            const fs::path folder = fs::path(copy.Path()).parent_path();
             EXPECT_EQ(library[LibraryKey() + "\\1.1\\HELPDIR"],
-                      withHelp ? folder.substr(0, folder.size() - 3) + "Help" : folder);
+                      (withHelp ? folder.parent_path() / "Help" : folder).string());
         }
         EXPECT_EQ(Name(Module::Get().Register()), "S_OK");
     }
-}
-
-TEST(Registration, HelpDirectory) {
-    const TempFolder root;
-    Save(root / "Help", "not a folder");
-    const WideText bin = (root / "bin").string<WCHAR>();
-    EXPECT_EQ(HelpDirectory(bin + Widen("/x.dll")), bin);
-    EXPECT_EQ(HelpDirectory(Widen("x.dll")), WideText());
-    EXPECT_EQ(HelpDirectory(Widen("bin/x.dll")), Widen("bin"));
 }
 
 // Without its type library a module serves native callers and nobody else; registered, it serves all, at once.
