@@ -1,4 +1,4 @@
-// What the module keeps for all its objects: its instance, the count of live objects and server locks, its locks, and
+// What the module keeps for all its objects: its instance, the count of live objects and server locks, its lock, and
 // the type information that its dispatch interfaces have loaded. It exists from process attach to process detach.
 #pragma once
 
@@ -40,12 +40,9 @@ public:
     void ReleaseLock() noexcept { InterlockedDecrement(&locks_); }
     bool InUse() const noexcept { return InterlockedCompareExchange(&locks_, 0, 0) != 0; }
 
-    CriticalSection& ClassObjectLock() noexcept { return classObjectLock_; }
-    // Held while one object is linked behind another, so that no two links close a loop between them. The innermost
-    // lock: nothing is called under it.
-    CriticalSection& ChainLock() noexcept { return chainLock_; }
-    // Held while the class of the control's windows comes or goes.
-    CriticalSection& WindowClassLock() noexcept { return windowClassLock_; }
+    // Guards what objects and classes share beyond one object; each room says what that is. Held for a moment, and the
+    // innermost lock: no other one is taken under it, and no foreign code is called.
+    CriticalSection& SharedLock() noexcept { return sharedLock_; }
 
     // A new reference to the interface's type information from the registered library; the platform's code on failure.
     HRESULT LoadTypeInfo(CachedTypeInfo& cache, ITypeInfo** info) noexcept;
@@ -56,9 +53,7 @@ private:
     HINSTANCE instance_;
     LibraryId library_;
     mutable LONG volatile locks_ = 0;
-    CriticalSection classObjectLock_;
-    CriticalSection chainLock_;
-    CriticalSection windowClassLock_;
+    CriticalSection sharedLock_;
     CriticalSection typeInfoLock_;
     CachedTypeInfo* loaded_ = nullptr;
 };

@@ -1,4 +1,4 @@
-// Identity, reference counting and aggregation of a COM object.
+// Identity, reference counting and aggregation of a COM object, and the facets that it may be made of.
 //
 // One class serves plain and aggregated creation: the three IUnknown methods of every interface go to `outer_`, which
 // is the aggregate's outer object or this object's own Inner. The Inner counts and looks interfaces up; it alone is the
@@ -11,11 +11,21 @@
 #include <new>
 
 #include "com/com_ptr.h"
-#include "com/lookup.h"
 #include "com/module_state.h"
-#include "com/task_memory.h"
+#include "com/unique.h"
 
 namespace com {
+
+// Looks an interface up among those that a class has.
+struct Lookup {
+    // For classes whose rows are plain casts: the first match of `Rows` counts, null when there is none.
+    template <class... Rows, class Self>
+    static IUnknown* FindAmong(Self* self, REFIID iid) noexcept {
+        IUnknown* found = nullptr;
+        static_cast<void>(((IsEqualIID(iid, __uuidof(Rows)) && (found = static_cast<Rows*>(self))) || ...));
+        return found;
+    }
+};
 
 template <class... Interfaces>
 class Object : public Interfaces..., protected Lookup {
@@ -80,6 +90,29 @@ private:
     LiveObject live_;  // first, so that it goes last
     Inner inner_;
     IUnknown* outer_;
+};
+
+// A part of an object that implements some of its interfaces. Identity, counting and lookup are the object's, whose
+// Find must answer with the interfaces of its facets.
+template <class... Interfaces>
+class Facet : public Interfaces..., protected Lookup {
+public:
+    Facet(const Facet&) = delete;
+    Facet& operator=(const Facet&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept final {
+        return object_.QueryInterface(iid, object);
+    }
+    STDMETHODIMP_(ULONG) AddRef() noexcept final { return object_.AddRef(); }
+    STDMETHODIMP_(ULONG) Release() noexcept final { return object_.Release(); }
+
+protected:
+    // `object` is any interface of the whole object, which holds the facet; it is not counted.
+    explicit Facet(IUnknown& object) noexcept : object_(object) {}
+    ~Facet() = default;
+
+private:
+    IUnknown& object_;
 };
 
 // Creates a `Class` (constructed from its outer object, completed by FinalConstruct) and asks it for `iid`. The caller

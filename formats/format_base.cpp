@@ -98,8 +98,7 @@ HRESULT EncodingFormatBase::RevertData(const BYTE* source, DWORD size, LONG end,
     return result;
 }
 
-// Busy meanwhile: a processor that calls back from its own Reset is refused, so that no loop through foreign objects
-// goes on for ever.
+// Busy meanwhile: a processor that calls back from its own Reset is refused, which ends a loop through foreign objects.
 HRESULT EncodingFormatBase::ResetData() noexcept {
     std::lock_guard hold(lock_);
     if (busy_) return berBusy;
@@ -160,8 +159,8 @@ HRESULT EncodingFormatBase::PutSubProcessingOf(IUnknown* object) noexcept {
 
 namespace {
 
-// The format object of this server that `processor` is, or null. One that merely answers for another object is not it:
-// nobody would say how long that other one lives.
+// The format object of this server that `processor` is, or null. An object that only forwards this
+// interface does not count: its lifetime says nothing about the other's.
 EncodingFormatBase* FormatBehind(const com::ComPtr<ITalvoProcessData>& processor) noexcept {
     com::ComPtr<IFormatObject> format;
     com::ComPtr<IUnknown> asked;
@@ -174,8 +173,8 @@ EncodingFormatBase* FormatBehind(const com::ComPtr<ITalvoProcessData>& processor
 
 }  // namespace
 
-// `usable` is false for an object that is no processor; an open conversion is said first all the same.
-// The old processor's clean-up runs under this object's lock, and no foreign code under the chain lock.
+// `usable` is false for an object that is no processor; berSessionOpened is reported before E_INVALIDARG.
+// The old processor's clean-up runs under this object's lock, and no foreign code under the module's lock.
 HRESULT EncodingFormatBase::StoreProcessor(com::ComPtr<ITalvoProcessData> processor, bool usable) noexcept {
     EncodingFormatBase* const next = FormatBehind(processor);
     std::lock_guard hold(lock_);
@@ -189,7 +188,7 @@ HRESULT EncodingFormatBase::StoreProcessor(com::ComPtr<ITalvoProcessData> proces
 // one step, so that no two links close a loop between them. An object on the chain is held by the one before it, which
 // lets go only after it has been linked elsewhere.
 bool EncodingFormatBase::Link(EncodingFormatBase* next) noexcept {
-    std::lock_guard hold(com::ModuleState::Get().ChainLock());
+    std::lock_guard hold(com::ModuleState::Get().SharedLock());
     for (const EncodingFormatBase* format = next; format; format = format->next_) {
         if (format == this) return false;
     }

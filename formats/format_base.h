@@ -109,7 +109,7 @@ private:
     }
 
     com::ComPtr<ITalvoProcessData> subProcessor_;
-    EncodingFormatBase* next_ = nullptr;  // the sub-processor, if it is one of these; guarded by the chain lock
+    EncodingFormatBase* next_ = nullptr;  // the sub-processor, if it is one of these; guarded by the module's lock
     SessionOwner owner_ = SessionOwner::None;
     bool busy_ = false;
     EncodingSession session_;

@@ -1,4 +1,4 @@
-// The six creatable format classes: a row each, and the property groups that each wears.
+// The six creatable format classes: a row each, and the property groups that each class is built from.
 #pragma once
 
 #include "formats/properties.h"

@@ -1,4 +1,4 @@
-// Groups of properties that some formats have. Each is a layer over FormatCore; a class wears the groups it has.
+// Groups of properties that some formats have. Each is a layer over FormatCore; a class is built from the groups it has.
 #pragma once
 
 #include "com/variant_bytes.h"

@@ -16,7 +16,7 @@ struct SubOutput {
 };
 
 // Has `processor` process `source`. On success `bytes` is what the format encodes: `source` itself when the processor
-// passed it through, else the content of `output`. Its failure passes through; its warnings are dropped.
+// passed it through, else the content of `output`. A failure of the sub-processor is returned; its warnings are not.
 HRESULT ProcessThrough(ITalvoProcessData& processor, ByteSpan source, LONG end, SubOutput& output,
                        ByteSpan& bytes) noexcept;
 

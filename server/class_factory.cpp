@@ -6,7 +6,7 @@
 #include <new>
 
 #include "com/module_state.h"
-#include "com/task_memory.h"
+#include "com/unique.h"
 #include "server/class_table.h"
 
 namespace talvo {
@@ -57,7 +57,7 @@ HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** object) noexcept {
         std::find_if(classes.begin(), classes.end(), [&](const auto& row) { return IsEqualCLSID(*row.Class, clsid); });
     if (entry == classes.end()) return CLASS_E_CLASSNOTAVAILABLE;
 
-    std::lock_guard hold(com::ModuleState::Get().ClassObjectLock());
+    std::lock_guard hold(com::ModuleState::Get().SharedLock());
     if (!entry->Factory) {
         void* const place = com::TaskAlloc(sizeof(ClassFactory));
         if (!place) return E_OUTOFMEMORY;

@@ -16,7 +16,7 @@ struct ClassEntry {
     WORD Script;        // resource of type REGISTRY
     // Builds the plain object, or the aggregatable one for `outer`.
     HRESULT (*Create)(IUnknown* outer, REFIID iid, void** object) noexcept;
-    ClassFactory* Factory = nullptr;  // made on first use, under the class-object lock, and kept until the module stops
+    ClassFactory* Factory = nullptr;  // made on first use, under the module's lock, and kept until the module stops
 };
 
 // In the order in which classes are searched and registered.

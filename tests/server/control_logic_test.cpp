@@ -10,8 +10,6 @@
 
 #include "server/control/about_logic.h"
 #include "server/control/extent.h"
-#include "server/control/link_state.h"
-#include "server/control/persisted_form.h"
 #include "tests/support/module/module_fixture.h"
 
 namespace talvo::test {

@@ -1,4 +1,4 @@
-// See about_box.h. Layout and texts are the resource's; what is set here are fonts, links, version and place.
+// Layout and texts are the resource's; what is set here are fonts, links, version and place.
 #include "server/control/windows/about_box.h"
 
 #include <windows.h>
@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "com/module_state.h"
-#include "com/task_memory.h"
 #include "com/unique.h"
 #include "server/control/about_logic.h"
 #include "server/control/windows/gdi.h"

@@ -1,4 +1,3 @@
-// See class_information.h.
 #include "server/control/windows/class_information.h"
 
 #include <olectl.h>

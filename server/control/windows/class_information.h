@@ -4,7 +4,7 @@
 #include <windows.h>
 #include <ocidl.h>
 
-#include "com/facet.h"
+#include "com/object.h"
 
 namespace talvo {
 

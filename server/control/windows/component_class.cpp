@@ -1,4 +1,4 @@
-// The component as a control: the component itself, worn by the parts that present it.
+// The component itself, with the parts that present it as a control.
 #include "server/control/component_class.h"
 
 #include "component/binary_encoding.h"

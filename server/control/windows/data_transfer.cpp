@@ -1,4 +1,3 @@
-// See data_transfer.h.
 #include "server/control/windows/data_transfer.h"
 
 #include <shlobj.h>

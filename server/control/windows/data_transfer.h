@@ -4,7 +4,7 @@
 #include <windows.h>
 #include <objidl.h>
 
-#include "com/facet.h"
+#include "com/object.h"
 #include "server/control/windows/presentation.h"
 
 namespace talvo {

@@ -1,4 +1,4 @@
-// See in_place.h. Calls to the container come back into the control, so its state is right before each of them.
+// Calls to the container come back into the control, so its state is right before each of them.
 #include "server/control/windows/in_place.h"
 
 #include <utility>
@@ -47,7 +47,7 @@ HRESULT InPlace::Enter(const com::ComPtr<IOleInPlaceSite>& site) noexcept {
     return window_.Create(parent, position_) ? S_OK : E_FAIL;
 }
 
-// Learns the place by the way.
+// Also stores the position that the container gives.
 HRESULT InPlace::FindFrames(IOleInPlaceSite& site, Frames& frames) noexcept {
     RECT clip{};
     OLEINPLACEFRAMEINFO information{};

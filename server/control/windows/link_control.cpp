@@ -1,4 +1,3 @@
-// See link_control.h.
 #include "server/control/windows/link_control.h"
 
 #include <commctrl.h>
@@ -40,8 +39,6 @@ void ReadColours(LinkState& state) noexcept {
 }
 
 }  // namespace
-
-// --- set-up --------------------------------------------------------------------------------------------------------
 
 void LinkControl::Attach(HWND control) noexcept {
     if (!control) return;
@@ -121,8 +118,6 @@ void LinkControl::MakeTooltip() noexcept {
     SendMessageA(tooltip_, TTM_ADDTOOLA, 0, reinterpret_cast<LPARAM>(&tool));
     SendMessageA(tooltip_, TTM_ACTIVATE, TRUE, 0);
 }
-
-// --- messages ------------------------------------------------------------------------------------------------------
 
 LRESULT CALLBACK LinkControl::Procedure(HWND control, UINT message, WPARAM w, LPARAM l) noexcept {
     auto* const link = reinterpret_cast<LinkControl*>(GetWindowLongPtrA(control, GWLP_USERDATA));

@@ -5,7 +5,7 @@
 
 #include <array>
 
-#include "server/control/link_state.h"
+#include "server/control/about_logic.h"
 #include "server/control/windows/gdi.h"
 
 namespace talvo {

@@ -1,4 +1,3 @@
-// See ole_object.h.
 #include "server/control/windows/ole_object.h"
 
 #include "TalvoBinaryEncoding.h"
@@ -6,8 +5,6 @@
 namespace talvo {
 
 IUnknown* OleObject::Find(REFIID iid) noexcept { return FindAmong<IOleObject, IOleControl, IQuickActivate>(this, iid); }
-
-// --- site and life -------------------------------------------------------------------------------------------------
 
 HRESULT OleObject::SetClientSite(IOleClientSite* site) noexcept {
     if (!site) place_.InPlaceDeactivate();
@@ -31,8 +28,7 @@ HRESULT OleObject::Close(DWORD saving) noexcept {
     return S_OK;
 }
 
-// --- what it does not do: it is neither linked to nor made from data -----------------------------------------------
-
+// The control is neither linked to nor made from data: the next methods do nothing.
 HRESULT OleObject::SetMoniker(DWORD, IMoniker*) noexcept { return E_NOTIMPL; }
 
 HRESULT OleObject::GetMoniker(DWORD, DWORD, IMoniker** moniker) noexcept {
@@ -50,8 +46,6 @@ HRESULT OleObject::GetClipboardData(DWORD, IDataObject** data) noexcept {
 }
 
 HRESULT OleObject::SetColorScheme(LOGPALETTE*) noexcept { return E_NOTIMPL; }
-
-// --- verbs ---------------------------------------------------------------------------------------------------------
 
 HRESULT OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite*, LONG, HWND, LPCRECT) noexcept {
     switch (verb) {
@@ -84,8 +78,6 @@ HRESULT OleObject::EnumVerbs(IEnumOLEVERB** verbs) noexcept {
 HRESULT OleObject::Update() noexcept { return S_OK; }
 HRESULT OleObject::IsUpToDate() noexcept { return S_OK; }
 
-// --- description ---------------------------------------------------------------------------------------------------
-
 HRESULT OleObject::GetUserClassID(CLSID* clsid) noexcept {
     if (!clsid) return E_POINTER;
     *clsid = CLSID_TalvoBinaryEncoding;
@@ -104,8 +96,6 @@ HRESULT OleObject::GetMiscStatus(DWORD aspect, DWORD* status) noexcept {
     return S_OK;
 }
 
-// --- size ----------------------------------------------------------------------------------------------------------
-
 HRESULT OleObject::SetExtent(DWORD aspect, SIZEL* size) noexcept {
     if (aspect != DVASPECT_CONTENT) return DV_E_DVASPECT;
     if (!size) return E_POINTER;
@@ -116,8 +106,6 @@ HRESULT OleObject::SetExtent(DWORD aspect, SIZEL* size) noexcept {
 }
 
 HRESULT OleObject::GetExtent(DWORD aspect, SIZEL* size) noexcept { return view_.GetExtent(aspect, -1, nullptr, size); }
-
-// --- who is told ---------------------------------------------------------------------------------------------------
 
 HRESULT OleObject::Advise(IAdviseSink* sink, DWORD* connection) noexcept {
     if (!connection) return E_POINTER;
@@ -138,14 +126,11 @@ HRESULT OleObject::EnumAdvise(IEnumSTATDATA** connections) noexcept {
     return presentation_.ObjectSinks ? presentation_.ObjectSinks->EnumAdvise(connections) : S_OK;
 }
 
-// --- the container's keys and ambient properties, which it has no use for ------------------------------------------
-
+// The control has no use for the container's keys and ambient properties.
 HRESULT OleObject::GetControlInfo(CONTROLINFO*) noexcept { return E_NOTIMPL; }
 HRESULT OleObject::OnMnemonic(MSG*) noexcept { return E_NOTIMPL; }
 HRESULT OleObject::OnAmbientPropertyChange(DISPID) noexcept { return S_OK; }
 HRESULT OleObject::FreezeEvents(BOOL) noexcept { return S_OK; }
-
-// --- all connections in one call -----------------------------------------------------------------------------------
 
 HRESULT OleObject::QuickActivate(QACONTAINER* container, QACONTROL* control) noexcept {
     if (!container || !control) return E_POINTER;

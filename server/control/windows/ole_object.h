@@ -1,10 +1,10 @@
-// The control as an embedded object: its site, its size, what it can be told to do, who is told of what befell it.
+// The control as an embedded object: its site, its size, what it can be told to do, who is notified of its changes.
 #pragma once
 
 #include <windows.h>
 #include <ocidl.h>
 
-#include "com/facet.h"
+#include "com/object.h"
 #include "server/control/windows/in_place.h"
 #include "server/control/windows/presentation.h"
 #include "server/control/windows/view.h"

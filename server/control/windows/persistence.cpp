@@ -1,8 +1,7 @@
-// See persistence.h.
 #include "server/control/windows/persistence.h"
 
 #include "TalvoBinaryEncoding.h"
-#include "server/control/persisted_form.h"
+#include "server/control/extent.h"
 
 namespace talvo {
 namespace {

@@ -1,4 +1,3 @@
-// See picture.h.
 #include "server/control/windows/picture.h"
 
 #include "com/module_state.h"

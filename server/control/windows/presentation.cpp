@@ -1,4 +1,3 @@
-// See presentation.h.
 #include "server/control/windows/presentation.h"
 
 namespace talvo {

@@ -1,4 +1,3 @@
-// See view.h.
 #include "server/control/windows/view.h"
 
 #include "server/control/windows/in_place.h"

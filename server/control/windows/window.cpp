@@ -1,4 +1,4 @@
-// See window.h. The window class is there while a window is: a module that is unloaded must not leave it behind.
+// The window class is there while a window is: a module that is unloaded must not leave it behind.
 #include "server/control/windows/window.h"
 
 #include <mutex>
@@ -10,10 +10,10 @@ namespace talvo {
 namespace {
 
 constexpr const WCHAR* kClassName = L"TalvoBinaryEncodingControl";
-constinit LONG g_classUsers = 0;  // under the module's window class lock
+constinit LONG g_classUsers = 0;  // under the module's lock
 
 bool HoldClass(WNDPROC procedure) noexcept {
-    std::lock_guard hold(com::ModuleState::Get().WindowClassLock());
+    std::lock_guard hold(com::ModuleState::Get().SharedLock());
     if (g_classUsers == 0) {
         WNDCLASSEXW windowClass{};
         windowClass.cbSize = sizeof windowClass;
@@ -30,7 +30,7 @@ bool HoldClass(WNDPROC procedure) noexcept {
 }
 
 void ReleaseClass() noexcept {
-    std::lock_guard hold(com::ModuleState::Get().WindowClassLock());
+    std::lock_guard hold(com::ModuleState::Get().SharedLock());
     if (--g_classUsers == 0) UnregisterClassW(kClassName, com::ModuleState::Get().Instance());
 }
 

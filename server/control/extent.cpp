@@ -1,5 +1,4 @@
-// See persisted_form.h.
-#include "server/control/persisted_form.h"
+#include "server/control/extent.h"
 
 #include <limits>
 
