@@ -1,6 +1,6 @@
 // Feeds a session the same input cut in many ways. What must not depend on the cuts:
-// - Encoding: the joined output. One exception, checked: an empty final call also writes the line break that data which
-//   filled its last line exactly still owes (where a footer follows, that break comes anyway).
+// - Encoding: the joined output. One exception, checked: an empty final call also writes the pending break of data
+//   that filled its last line exactly (where a footer follows, that break comes anyway).
 // - Decoding: the output and the defects up to each character. So every call, wherever its cuts are, returns what single
 //   characters gave between the same places; its warning is the first of theirs, or an invalid character if there is
 //   one; an error comes in the call that has the character at fault, and that call returns nothing.
