@@ -1,4 +1,4 @@
-// The library of data/probe.idl in C++: its identifiers, its dual interface, and an object that writes down how it was
+// The library of data/probe.idl in C++: its identifiers, and an object that writes down how it was
 // called. The compiled library and a module that serves the class lie beside the test program.
 #pragma once
 
@@ -21,34 +21,16 @@ constexpr HRESULT kFailure = static_cast<HRESULT>(0x80044001);
 
 enum Colour : LONG { pcCold = -5 };
 
-struct DProbe : public IDispatch {
-    virtual HRESULT STDMETHODCALLTYPE get_Count(LONG* count) = 0;
-    virtual HRESULT STDMETHODCALLTYPE put_Count(LONG count) = 0;
-    virtual HRESULT STDMETHODCALLTYPE get_Friend(IDispatch** other) = 0;
-    virtual HRESULT STDMETHODCALLTYPE putref_Friend(IDispatch* other) = 0;
-    virtual HRESULT STDMETHODCALLTYPE get_Colour(Colour* colour) = 0;
-    virtual HRESULT STDMETHODCALLTYPE put_Colour(Colour colour) = 0;
-    virtual HRESULT STDMETHODCALLTYPE put_Item(LONG index, VARIANT item) = 0;
-    virtual HRESULT STDMETHODCALLTYPE put_WriteOnly(BSTR value) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Text(BSTR text, LONG* length) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Convert(VARIANT* source, VARIANT_BOOL end, VARIANT* more, VARIANT* result) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Many(BSTR, LONG, LONG, Colour, VARIANT_BOOL, BSTR, VARIANT_BOOL, VARIANT*,
-                                           LONG*) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Fail(LONG code) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Secret() = 0;
-    virtual HRESULT STDMETHODCALLTYPE AboutBox() = 0;
-    virtual HRESULT STDMETHODCALLTYPE Unnumbered() = 0;
-};
-
-// Counts its references, so that a test sees what was not given back.
-class Probe final : public DProbe {
+// Its virtual members stand in the order of the virtual table. Counts its references, so that a test sees what was not
+// given back.
+class Probe final : public IDispatch {
 public:
     std::string log;
     LONG references = 1;
 
     STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
         const bool known = riid == IID_IUnknown || riid == IID_IDispatch || riid == kDual;
-        *object = known ? static_cast<DProbe*>(this) : nullptr;
+        *object = known ? static_cast<IDispatch*>(this) : nullptr;
         return known ? (AddRef(), S_OK) : E_NOINTERFACE;
     }
     STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(++references); }
@@ -60,22 +42,22 @@ public:
         return E_NOTIMPL;
     }
 
-    STDMETHODIMP get_Count(LONG* count) override { return Log("get_Count"), *count = 42, S_OK; }
-    STDMETHODIMP put_Count(LONG count) override { return Log("put_Count " + std::to_string(count)); }
-    STDMETHODIMP get_Friend(IDispatch** other) override { return Log("get_Friend"), AddRef(), *other = this, S_OK; }
-    STDMETHODIMP putref_Friend(IDispatch* other) override {
+    virtual STDMETHODIMP get_Count(LONG* count) { return Log("get_Count"), *count = 42, S_OK; }
+    virtual STDMETHODIMP put_Count(LONG count) { return Log("put_Count " + std::to_string(count)); }
+    virtual STDMETHODIMP get_Friend(IDispatch** other) { return Log("get_Friend"), AddRef(), *other = this, S_OK; }
+    virtual STDMETHODIMP putref_Friend(IDispatch* other) {
         return Log(other == this ? "putref_Friend me" : other ? "?" : "putref_Friend null");
     }
-    STDMETHODIMP get_Colour(Colour* colour) override { return Log("get_Colour"), *colour = pcCold, S_OK; }
-    STDMETHODIMP put_Colour(Colour colour) override { return Log("put_Colour " + std::to_string(colour)); }
-    STDMETHODIMP put_Item(LONG index, VARIANT item) override {
+    virtual STDMETHODIMP get_Colour(Colour* colour) { return Log("get_Colour"), *colour = pcCold, S_OK; }
+    virtual STDMETHODIMP put_Colour(Colour colour) { return Log("put_Colour " + std::to_string(colour)); }
+    virtual STDMETHODIMP put_Item(LONG index, VARIANT item) {
         return Log("put_Item " + std::to_string(index) + ' ' + Show(item));
     }
-    STDMETHODIMP put_WriteOnly(BSTR value) override { return Log("put_WriteOnly " + Show(value)); }
-    STDMETHODIMP Text(BSTR text, LONG* length) override {
+    virtual STDMETHODIMP put_WriteOnly(BSTR value) { return Log("put_WriteOnly " + Show(value)); }
+    virtual STDMETHODIMP Text(BSTR text, LONG* length) {
         return *length = static_cast<LONG>(SysStringLen(text)), Log("Text " + Show(text));
     }
-    STDMETHODIMP Convert(VARIANT* source, VARIANT_BOOL end, VARIANT* more, VARIANT* result) override {
+    virtual STDMETHODIMP Convert(VARIANT* source, VARIANT_BOOL end, VARIANT* more, VARIANT* result) {
         Log("Convert " + Show(*source) + ' ' + std::to_string(end) + ' ' + Show(*more));
         VariantClear(more);
         more->vt = VT_I4;
@@ -84,8 +66,8 @@ public:
         result->bstrVal = SysAllocString(OLESTR("converted"));
         return result->bstrVal ? S_OK : E_OUTOFMEMORY;
     }
-    STDMETHODIMP Many(BSTR s1, LONG l2, LONG l3, Colour e4, VARIANT_BOOL b5, BSTR s6, VARIANT_BOOL b7, VARIANT* va8,
-                      LONG* pl9) override {
+    virtual STDMETHODIMP Many(BSTR s1, LONG l2, LONG l3, Colour e4, VARIANT_BOOL b5, BSTR s6, VARIANT_BOOL b7,
+                              VARIANT* va8, LONG* pl9) {
         Log("Many " + Show(s1) + ' ' + std::to_string(l2) + ' ' + std::to_string(l3) + ' ' + std::to_string(e4) + ' ' +
             std::to_string(b5) + ' ' + Show(s6) + ' ' + std::to_string(b7) + ' ' + Show(*va8));
         va8->vt = VT_I4;
@@ -93,7 +75,7 @@ public:
         *pl9 = 9;
         return S_OK;
     }
-    STDMETHODIMP Fail(LONG code) override {
+    virtual STDMETHODIMP Fail(LONG code) {
         ICreateErrorInfo* create = nullptr;
         IErrorInfo* info = nullptr;
         Log("Fail");
@@ -112,9 +94,9 @@ public:
         create->Release();
         return code;
     }
-    STDMETHODIMP Secret() override { return Log("Secret"); }
-    STDMETHODIMP AboutBox() override { return Log("AboutBox"); }
-    STDMETHODIMP Unnumbered() override { return Log("Unnumbered"), S_FALSE; }
+    virtual STDMETHODIMP Secret() { return Log("Secret"); }
+    virtual STDMETHODIMP AboutBox() { return Log("AboutBox"); }
+    virtual STDMETHODIMP Unnumbered() { return Log("Unnumbered"), S_FALSE; }
 
 private:
     HRESULT Log(const std::string& line) { return log += line + ';', S_OK; }
