@@ -36,8 +36,8 @@ struct Options {
     bool IncludeHeaderFooter = true;
 };
 
-// What the header of a text says: set by a client for an encoding, and by the text in a decoding. They stay until either
-// sets them anew.
+// What the header of a text says: set by a client for an encoding, and by the text in a decoding. They stay until
+// either sets them anew.
 struct HeaderValues {
     com::UniqueBstr HeaderFilename;    // UU, XX
     uint16_t HeaderPermissions = 292;  // octal 444

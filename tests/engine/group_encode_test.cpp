@@ -98,7 +98,8 @@ TEST(GroupEncode, LinesAndBack) {
     }
 }
 
-// Full lines at once, the rest at the end, a break only in front of something; an empty final call writes the pending one.
+// Full lines at once, the rest at the end, a break only in front of something; an empty final call writes the pending
+// one.
 TEST(GroupEncode, WhatEachCallWrites) {
     const std::string full = "M" + std::string(60, '`'), base64 = std::string(76, 'A'), hex = std::string(78, '0');
     const struct {

@@ -103,8 +103,8 @@ public:
         }
     }
 
-    // Reset after each number of characters, after random ones of a long input; the whole input then gives what it gives
-    // a new session.
+    // Reset after each number of characters, after random ones of a long input; the whole input then gives what a
+    // new session gives.
     void CheckResets() {
         constexpr size_t kAll = 300, kRandom = 24;
         const size_t n = input_.size();
