@@ -1,4 +1,4 @@
-// See wide_text.h. The conversions are those of the public calls, told to refuse what is not well formed.
+// The conversions are those of the public calls, told to refuse what is not well formed.
 #include "platform/wide_text.h"
 
 #include <algorithm>
