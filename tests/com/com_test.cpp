@@ -13,6 +13,7 @@
 #include "com/object.h"
 #include "com/unique.h"
 #include "tests/support/allocation_faults.h"
+#include "tests/support/outer.h"
 
 MIDL_INTERFACE("7A0F3A52-93D1-4C0B-9C43-0D6B5B7B5E01")
 ITestValue : public IUnknown { virtual HRESULT STDMETHODCALLTYPE Value() = 0; };
@@ -60,23 +61,6 @@ protected:
     }
 };
 
-// The outer object of an aggregate: it counts, and knows what it was asked for.
-class Outer final : public IUnknown {
-public:
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        const bool own = IsEqualIID(iid, __uuidof(IUnknown)) != 0;
-        if (!own && inner) return inner->QueryInterface(iid, object);
-        *object = own ? this : nullptr;
-        if (own) AddRef();
-        return own ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
-    STDMETHODIMP_(ULONG) Release() override { return --references; }
-
-    ULONG references = 1;
-    ComPtr<IUnknown> inner;
-};
-
 struct ObjectTest : testing::Test {
     void SetUp() override {
         g_finalReleases = g_destructions = 0;
@@ -107,16 +91,16 @@ TEST_F(ObjectTest, EndsOnceAloneAndInAnAggregate) {
 
     SetUp();
     Outer outer;
-    ASSERT_EQ(com::CreateObject<Sample>(&outer, __uuidof(IUnknown), outer.inner.PutVoid()), S_OK);
-    EXPECT_EQ(outer.references, 1u) << "an inner object holds no reference to its outer";
+    ASSERT_EQ(com::CreateObject<Sample>(&outer, __uuidof(IUnknown), outer.Inner.PutVoid()), S_OK);
+    EXPECT_EQ(outer.References, 1u) << "an inner object holds no reference to its outer";
     {
         ComPtr<ITestValue> value;
         ASSERT_EQ(outer.QueryInterface(__uuidof(ITestValue), value.PutVoid()), S_OK);
         EXPECT_EQ(value->AddRef(), 3u);
         EXPECT_EQ(value->Release(), 2u);
     }
-    EXPECT_EQ(outer.references, 1u);
-    ExpectEnd(outer.inner.Detach());
+    EXPECT_EQ(outer.References, 1u);
+    ExpectEnd(outer.Inner.Detach());
 }
 
 TEST_F(ObjectTest, CreationThatFailsLeavesNothing) {
@@ -148,24 +132,24 @@ TEST_F(ObjectTest, CountedReferences) {
     Outer one, two;
     {
         ComPtr<IUnknown> a(&one), b = a, c = std::move(a);
-        EXPECT_TRUE(one.references == 3 && !a && b && c);
+        EXPECT_TRUE(one.References == 3 && !a && b && c);
         a = c;
         auto& alias = a;
         a = alias;
-        EXPECT_EQ(one.references, 4u);
+        EXPECT_EQ(one.References, 4u);
         b = ComPtr<IUnknown>(&two);
-        EXPECT_TRUE(one.references == 3 && two.references == 2);
+        EXPECT_TRUE(one.References == 3 && two.References == 2);
         b = std::move(c);
-        EXPECT_TRUE(one.references == 3 && two.references == 1 && !c);
+        EXPECT_TRUE(one.References == 3 && two.References == 1 && !c);
         a.Attach(&two);  // takes over the reference that `two` began with
         two.AddRef();
-        EXPECT_TRUE(one.references == 2 && two.references == 2);
+        EXPECT_TRUE(one.References == 2 && two.References == 2);
         *a.Put() = nullptr;
-        EXPECT_EQ(two.references, 1u);
+        EXPECT_EQ(two.References, 1u);
         b.Detach()->Release();
-        EXPECT_TRUE(!b && one.references == 1);
+        EXPECT_TRUE(!b && one.References == 1);
     }
-    EXPECT_TRUE(one.references == 1 && two.references == 1);
+    EXPECT_TRUE(one.References == 1 && two.References == 1);
 }
 
 std::vector<int> g_closed;

@@ -15,7 +15,7 @@ com::ComPtr<IDispatch> ByProgId(const char* progId) {
 com::ComPtr<IDispatch> WithBase64() {
     const auto component = ByProgId(kProgId);
     Call(component.Get(), "EncodingFormat", DISPATCH_PROPERTYPUTREF,
-         {Variant::Object(ByProgId("Talvo.Base64Encoding.1").Get())});
+         {Variant(ByProgId("Talvo.Base64Encoding.1").Get())});
     return component;
 }
 
@@ -74,14 +74,14 @@ TEST(LateBound, PropertiesOfTheFormats) {
         Variant Put;
         std::string Get;
     } rows[] = {
-        {"Talvo.UUEncoding.1", "HeaderPermissions", Variant::Number(0x1FF), "number 511"},
-        {"Talvo.XXEncoding.1", "IncludeHeaderFooter", Variant::Bool(false), "false"},
-        {"Talvo.Base64Encoding.1", "MaxLineLength", Variant::Text("64"), "number 64"},
+        {"Talvo.UUEncoding.1", "HeaderPermissions", Variant(0x1FF), "i4:511"},
+        {"Talvo.XXEncoding.1", "IncludeHeaderFooter", Variant::Truth(false), "false"},
+        {"Talvo.Base64Encoding.1", "MaxLineLength", Variant::Text("64"), "i4:64"},
         {"Talvo.Base64Encoding.1", "MaxLineLength", Variant::Bytes("12"), "DISP_E_TYPEMISMATCH"},
-        {"Talvo.HexaEncoding.1", "ContinueOnInvalidData", Variant::Number(1), "true"},
-        {"Talvo.BinHexEncoding.1", "HeaderFlags", Variant::Number(-2), "short -2"},
-        {"Talvo.BinHexEncoding.1", "HeaderFlags", Variant::Number(0x10000), Name(DISP_E_OVERFLOW)},
-        {"Talvo.BinHexEncoding.1", "HeaderDataForkLength", Variant::Number(-1), "number -1"},
+        {"Talvo.HexaEncoding.1", "ContinueOnInvalidData", Variant(1), "true"},
+        {"Talvo.BinHexEncoding.1", "HeaderFlags", Variant(-2), "i2:-2"},
+        {"Talvo.BinHexEncoding.1", "HeaderFlags", Variant(0x10000), Name(DISP_E_OVERFLOW)},
+        {"Talvo.BinHexEncoding.1", "HeaderDataForkLength", Variant(-1), "i4:-1"},
     };
     for (const auto& row : rows) {
         const auto object = ByProgId(row.ProgId);
@@ -93,10 +93,10 @@ TEST(LateBound, PropertiesOfTheFormats) {
 
 TEST(LateBound, FailuresArriveAsExceptions) {
     const auto format = ByProgId("Talvo.UUEncoding.1");
-    const Outcome put = Call(format.Get(), "EndOfLineType", DISPATCH_PROPERTYPUT, {Variant::Number(bltNone)});
+    const Outcome put = Call(format.Get(), "EndOfLineType", DISPATCH_PROPERTYPUT, {Variant(bltNone)});
     EXPECT_EQ(put.Code + " " + put.Scode, "DISP_E_EXCEPTION berInvalidEndOfLineType");
     EXPECT_EQ(put.Exception, ErrorOf("Talvo.UUEncoding.1", berInvalidEndOfLineType));
-    const Outcome encode = CallMethod(ByProgId(kProgId).Get(), "Encode", {Variant::Bytes("x"), Variant::Bool(true)});
+    const Outcome encode = CallMethod(ByProgId(kProgId).Get(), "Encode", {Variant::Bytes("x"), Variant::Truth(true)});
     EXPECT_EQ(encode.Code + " " + encode.Scode, "DISP_E_EXCEPTION berEmptyFileNameInHeader");
     EXPECT_EQ(encode.Exception, ErrorOf(kProgId, berEmptyFileNameInHeader));
 }
@@ -107,21 +107,20 @@ TEST(LateBound, AScriptChainsItsCalls) {
     IDispatch* const c = component.Get();
     const Variant held = Call(c, "EncodingFormat", DISPATCH_PROPERTYGET).Result;
     ASSERT_EQ(held.Show(), "object");
-    EXPECT_EQ(Call(V_DISPATCH(held.Get()), "MaxLineLength", DISPATCH_PROPERTYPUT, {Variant::Number(8)}).Code, "S_OK");
+    EXPECT_EQ(Call(V_DISPATCH(held.Get()), "MaxLineLength", DISPATCH_PROPERTYPUT, {Variant(8)}).Code, "S_OK");
 
     const Variant bytes = CallMethod(c, "FromString", {Variant::Text("ABCDEFGHI")}).Result;
-    const Variant encoded = CallMethod(c, "Encode", {bytes, Variant::Bool(true)}).Result;
-    EXPECT_EQ(CallMethod(c, "ToString", {encoded}).Result.Show(), "text QUJDREVG\r\nR0hJ");
+    const Variant encoded = CallMethod(c, "Encode", {bytes, Variant::Truth(true)}).Result;
+    EXPECT_EQ(CallMethod(c, "ToString", {encoded}).Result.Show(), "\"QUJDREVG\r\nR0hJ\"");
     // Named arguments, in an order of their own; an integer is a boolean too.
-    const Variant decoded =
-        CallMethod(c, "Decode", {{"bEndOfData", Variant::Number(1)}, {"vaEncoded", encoded}}).Result;
+    const Variant decoded = CallMethod(c, "Decode", {{"bEndOfData", Variant(1)}, {"vaEncoded", encoded}}).Result;
     EXPECT_EQ(decoded.Show(), "bytes ABCDEFGHI");
-    const Variant mixed = CallMethod(c, "Encode", {Variant::Bytes("ABC"), {"bEndOfData", Variant::Bool(true)}}).Result;
+    const Variant mixed = CallMethod(c, "Encode", {Variant::Bytes("ABC"), {"bEndOfData", Variant::Truth(true)}}).Result;
     EXPECT_EQ(mixed.Show(), "bytes QUJD");
     EXPECT_EQ(CallMethod(c, "Reset").Code, "S_OK");
     // Variables of the script are handed over by reference.
     Variant variable = Variant::Bytes("ABC");
-    Variant flag = Variant::Bool(true);
+    Variant flag = Variant::Truth(true);
     VARIANT references[2];
     V_VT(&references[0]) = VT_BOOL | VT_BYREF;
     V_BOOLREF(&references[0]) = &V_BOOL(flag.Get());
@@ -140,10 +139,10 @@ TEST_F(FileMethods, ByName) {
     IDispatch* const c = component.Get();
     const Variant name = Variant::Text("text");
     const Variant copy = Variant::Text("bytes");
-    const Variant yes = Variant::Bool(true);
-    const Variant no = Variant::Bool(false);
-    const Variant zero = Variant::Number(0);
-    const Variant decode = Variant::Number(bfpDecode);
+    const Variant yes = Variant::Truth(true);
+    const Variant no = Variant::Truth(false);
+    const Variant zero = Variant(0);
+    const Variant decode = Variant(bfpDecode);
     Variant read = Variant::Text("before");
     Variant reference;
     V_VT(reference.Get()) = VT_VARIANT | VT_BYREF;
@@ -152,21 +151,20 @@ TEST_F(FileMethods, ByName) {
         const Outcome outcome = CallMethod(c, method, arguments);
         return outcome.Scode + outcome.Exception + outcome.Result.Show() + ", " + read.Show();
     };
-    EXPECT_EQ(told("WriteFile", {Variant::Bytes("ABC"), zero, yes, name, no}), "number 4, text before");
-    EXPECT_EQ(told("WriteFile", {Variant::Bytes("ABC"), zero, yes, name, yes}), "number 4, text before");
-    EXPECT_EQ(told("ProcessFile", {name, zero, zero, decode, yes, copy, no, reference}), "number 6, number 8");
-    EXPECT_EQ(told("ReadFile", {copy, Variant::Number(1), Variant::Number(-1), zero, yes, reference}),
-              "bytes QkNBQkM=, number 5");
+    EXPECT_EQ(told("WriteFile", {Variant::Bytes("ABC"), zero, yes, name, no}), "i4:4, \"before\"");
+    EXPECT_EQ(told("WriteFile", {Variant::Bytes("ABC"), zero, yes, name, yes}), "i4:4, \"before\"");
+    EXPECT_EQ(told("ProcessFile", {name, zero, zero, decode, yes, copy, no, reference}), "i4:6, i4:8");
+    EXPECT_EQ(told("ReadFile", {copy, Variant(1), Variant(-1), zero, yes, reference}), "bytes QkNBQkM=, i4:5");
     EXPECT_EQ(told("ReadFile", {Variant::Text("none"), zero, zero, zero, yes, reference}),
-              "berFileNotFound" + ErrorOf(kProgId, berFileNotFound) + "(empty), number 0");
+              "berFileNotFound" + ErrorOf(kProgId, berFileNotFound) + "empty, i4:0");
 }
 
 TEST(LateBound, WrongCalls) {
     const auto component = ByProgId(kProgId);
     IDispatch* const c = component.Get();
     const Variant bytes = Variant::Bytes("ABC");
-    const Variant object = Variant::Object(c);
-    EXPECT_EQ(CallMethod(c, "Encode", {bytes, Variant::Bool(true), bytes, bytes}).Code, "DISP_E_BADPARAMCOUNT");
+    const Variant object = Variant(c);
+    EXPECT_EQ(CallMethod(c, "Encode", {bytes, Variant::Truth(true), bytes, bytes}).Code, "DISP_E_BADPARAMCOUNT");
     EXPECT_EQ(CallMethod(c, "Encode", {{"vaNothing", bytes}}).Code, "DISP_E_UNKNOWNNAME");
     EXPECT_EQ(Invoke(c, 12345, DISPATCH_METHOD, {}, {}).Code, "DISP_E_MEMBERNOTFOUND");
     EXPECT_EQ(Invoke(c, 400, DISPATCH_PROPERTYGET, {}, {}).Code, "DISP_E_MEMBERNOTFOUND");
@@ -184,7 +182,7 @@ TEST(LateBound, WrongArgumentsArePointedOut) {
     const auto component = ByProgId(kProgId);
     IDispatch* const c = component.Get();
     const Variant bytes = Variant::Bytes("ABC");
-    EXPECT_EQ(CallMethod(c, "FromString", {Variant::Object(c)}).BadArgument, 0u);
+    EXPECT_EQ(CallMethod(c, "FromString", {Variant(c)}).BadArgument, 0u);
     EXPECT_EQ(CallMethod(c, "Encode", {bytes, Variant::Text("perhaps")}).BadArgument, 0u);  // counted from the last
     EXPECT_EQ(CallMethod(c, "Reset", {bytes}).Code, "DISP_E_BADPARAMCOUNT");
 }

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/module/variants.h"
+#include "tests/support/module/late_bound.h"
 
 namespace talvo::test {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "tests/support/module/client_processor.h"
 #include "tests/support/module/format_classes.h"
-#include "tests/support/module/variants.h"
+#include "tests/support/module/late_bound.h"
 
 namespace talvo::test {
 namespace {
@@ -37,10 +37,10 @@ TEST(Chains, AnswersOfAProcessor) {
         });
         const FormatObject format = New(kBase64);
         // As a script hands it over.
-        EXPECT_EQ(Call(As<IDispatch>(format.Data).Get(), "SubProcessing", DISPATCH_PROPERTYPUTREF,
-                       {Variant::Object(processor.Get())})
-                      .Code,
-                  "S_OK");
+        EXPECT_EQ(
+            Call(As<IDispatch>(format.Data).Get(), "SubProcessing", DISPATCH_PROPERTYPUTREF, {Variant(processor.Get())})
+                .Code,
+            "S_OK");
         EXPECT_EQ(Process(format.Data.Get(), "ABC", true, 8, 8), row.Out);
         EXPECT_EQ(asked, "Process ABC 1");
         EXPECT_EQ(Revert(format.Data.Get(), "QUJD", true), row.Back);

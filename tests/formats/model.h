@@ -11,17 +11,6 @@ namespace talvo::test {
 
 inline bool Failed(const std::string& code) { return !code.starts_with("S_") && !code.starts_with("berW"); }
 
-inline HRESULT CodeOf(const std::string& name) {
-#define RESULT_CODE(code, value, text) \
-    if (name == #code) return static_cast<HRESULT>(value);
-#include "server/results/result_codes.def"
-#undef RESULT_CODE
-    return name == "S_FALSE"        ? S_FALSE
-           : name == "E_POINTER"    ? E_POINTER
-           : name == "E_INVALIDARG" ? E_INVALIDARG
-                                    : E_FAIL;
-}
-
 // What is left for the thread after a method that reports.
 inline std::string ErrorFor(const char* progId, const std::string& code) {
     return code == "S_OK" ? "none" : ErrorOf(progId, CodeOf(code));

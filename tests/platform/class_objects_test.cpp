@@ -8,7 +8,7 @@
 
 namespace {
 
-using probe::InBraces;
+using probe::GuidText;
 using probe::SetText;
 
 bool IsLoaded() { return GetModuleHandleA("probe_module.dll") != nullptr; }
@@ -24,7 +24,7 @@ protected:
     void TearDown() override {
         CoFreeUnusedLibraries();
         CoUninitialize();
-        probe::DeleteTree(HKEY_CLASSES_ROOT, "CLSID\\" + InBraces(probe::kClass));
+        probe::DeleteTree(HKEY_CLASSES_ROOT, "CLSID\\" + GuidText(probe::kClass));
     }
 
     static HRESULT Create() {
@@ -35,7 +35,7 @@ protected:
         return hr;
     }
 
-    const std::string server_ = "CLSID\\" + InBraces(probe::kClass) + "\\InprocServer32";
+    const std::string server_ = "CLSID\\" + GuidText(probe::kClass) + "\\InprocServer32";
 };
 
 TEST_F(ClassObjects, InitializationCounts) {

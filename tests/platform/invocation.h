@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "tests/support/code_name.h"
+
 namespace probe {
 
 constexpr WORD kMethod = DISPATCH_METHOD;
@@ -16,26 +18,6 @@ constexpr WORD kPut = DISPATCH_PROPERTYPUT;
 constexpr WORD kPutRef = DISPATCH_PROPERTYPUTREF;
 constexpr DISPID kValue = DISPID_PROPERTYPUT;
 constexpr UINT kUntouched = 77;
-
-inline std::string Refusal(HRESULT code) {
-    const struct {
-        HRESULT code;
-        const char* text;
-    } rows[] = {
-        {S_OK, ""},
-        {DISP_E_TYPEMISMATCH, "type mismatch"},
-        {DISP_E_OVERFLOW, "overflow"},
-        {DISP_E_MEMBERNOTFOUND, "member not found"},
-        {DISP_E_PARAMNOTFOUND, "parameter not found"},
-        {DISP_E_PARAMNOTOPTIONAL, "not optional"},
-        {DISP_E_BADPARAMCOUNT, "bad count"},
-        {DISP_E_EXCEPTION, "exception"},
-    };
-    for (const auto& row : rows) {
-        if (row.code == code) return row.text;
-    }
-    return "code " + std::to_string(code);
-}
 
 class InvokeTest : public testing::Test {
 protected:
@@ -64,8 +46,8 @@ protected:
                                  static_cast<UINT>(reversed.size()), static_cast<UINT>(names.size())};
         Value result;
         probe_.log.clear();
-        const HRESULT code = info_->Invoke(&probe_, id, flags, &parameters, &result.value, nullptr, &wrong);
-        return probe_.log + Refusal(code) + (result.value.vt == VT_EMPTY ? "" : Show(result.value));
+        const HRESULT code = info_->Invoke(&probe_, id, flags, &parameters, result.Get(), nullptr, &wrong);
+        return probe_.log + (code == S_OK ? "" : Name(code)) + (V_VT(result.Get()) == VT_EMPTY ? "" : result.Show());
     }
 
     Probe probe_;

@@ -16,7 +16,7 @@ TEST_F(Invoke, Table) {
     LONG number = 31;
     SHORT narrow = 4;
     Value text(OLESTR("12"));
-    const Value toText = Value::Ref(VT_BSTR, &text.value.bstrVal), toVariable = Value::Ref(VT_VARIANT, &text.value);
+    const Value toText = Value::Ref(VT_BSTR, &text.Get()->bstrVal), toVariable = Value::Ref(VT_VARIANT, text.Get());
     const Value nowhere = Value::Ref(VT_VARIANT, nullptr), noNumber = Value::Ref(VT_I4, nullptr);
     const struct {
         const char* name;
@@ -32,17 +32,17 @@ TEST_F(Invoke, Table) {
         {"put", 1, kPut, {5}, "put_Count 5;"},
         {"put from text", 1, kPut, {OLESTR("-12")}, "put_Count -12;"},
         {"put by either way", 1, kPut | kPutRef, {5}, "put_Count 5;"},
-        {"put of no number", 1, kPut, {OLESTR("red")}, "type mismatch"},
-        {"put of too large a number", 1, kPut, {Value::Real(1e10)}, "overflow"},
-        {"method of a property", 1, kMethod, {}, "member not found"},
-        {"put of a putref property", 2, kPut, {me}, "member not found"},
-        {"get of a write-only property", 5, kGet, {}, "member not found"},
-        {"no such member", 1000, kMethod, {}, "member not found"},
-        {"restricted member", 19, kMethod, {}, "member not found"},
-        {"inherited member", 0x60000001, kMethod, {}, "member not found"},
+        {"put of no number", 1, kPut, {OLESTR("red")}, "DISP_E_TYPEMISMATCH"},
+        {"put of too large a number", 1, kPut, {Value::Real(1e10)}, "DISP_E_OVERFLOW"},
+        {"method of a property", 1, kMethod, {}, "DISP_E_MEMBERNOTFOUND"},
+        {"put of a putref property", 2, kPut, {me}, "DISP_E_MEMBERNOTFOUND"},
+        {"get of a write-only property", 5, kGet, {}, "DISP_E_MEMBERNOTFOUND"},
+        {"no such member", 1000, kMethod, {}, "DISP_E_MEMBERNOTFOUND"},
+        {"restricted member", 19, kMethod, {}, "DISP_E_MEMBERNOTFOUND"},
+        {"inherited member", 0x60000001, kMethod, {}, "DISP_E_MEMBERNOTFOUND"},
         {"putref", 2, kPutRef, {me}, "putref_Friend me;"},
         {"putref of nothing", 2, kPutRef, {nothing}, "putref_Friend null;"},
-        {"putref of a number", 2, kPutRef, {4}, "type mismatch"},
+        {"putref of a number", 2, kPutRef, {4}, "DISP_E_TYPEMISMATCH"},
         {"get of an object", 2, kGet, {}, "get_Friend;object"},
         {"get of an enumeration", 3, kGet, {}, "get_Colour;i4:-5"},
         {"put of an enumeration", 3, kPut, {Value::Of(VT_I2, 16)}, "put_Colour 16;"},
@@ -54,11 +54,11 @@ TEST_F(Invoke, Table) {
         {"reference to a string", 1, kPut, {toText}, "put_Count 12;"},
         {"reference to a variable", 1, kPut, {toVariable}, "put_Count 12;"},
         {"variable for any value", 4, kPut, {3, toVariable}, "put_Item 3 ref \"12\";"},
-        {"too many arguments", 12, kMethod, {OLESTR("a"), 1}, "bad count"},
+        {"too many arguments", 12, kMethod, {OLESTR("a"), 1}, "DISP_E_BADPARAMCOUNT"},
         {"string", 12, kMethod, {OLESTR("abc")}, "Text \"abc\";i4:3"},
-        {"string from null", 12, kMethod, {Value::Of(VT_NULL)}, "type mismatch"},
+        {"string from null", 12, kMethod, {Value::Of(VT_NULL)}, "DISP_E_TYPEMISMATCH"},
         {"string from nothing", 12, kMethod, {Value()}, "Text \"\";i4:0"},
-        {"too few arguments", 13, kMethod, {1, yes}, "bad count"},
+        {"too few arguments", 13, kMethod, {1, yes}, "DISP_E_BADPARAMCOUNT"},
         {"by name", 13, kMethod, {1, yes, OLESTR("m")}, "Convert i4:1 -1 \"m\";\"converted\"", {0, 1, 2}},
         {"crosswise", 13, kMethod, {OLESTR("m"), 1, yes}, "Convert i4:1 -1 \"m\";\"converted\"", {2, 0, 1}},
         {"rest by name", 13, kMethod, {1, OLESTR("m"), yes}, "Convert i4:1 -1 \"m\";\"converted\"", {2, 1}},
@@ -75,17 +75,17 @@ TEST_F(Invoke, Table) {
          {Value::Ref(VT_I4, &number), yes, OLESTR("m")},
          "Convert ref i4:31 -1 \"m\";\"converted\""},
         {"variable", 13, kMethod, {toVariable, yes, OLESTR("m")}, "Convert \"12\" -1 \"m\";\"converted\""},
-        {"text for a number", 1, kPut, {more}, "type mismatch", {}, 0},
-        {"in the middle", 15, kMethod, {more, 1, more, 1, yes, more, yes, 1}, "type mismatch", {}, 5},
-        {"no parameter of that name", 13, kMethod, {1, yes, more}, "parameter not found", {9}, 0},
-        {"one name twice", 13, kMethod, {1, yes, more}, "parameter not found", {2, 2}, 1},
-        {"name of a property's value", 12, kMethod, {more}, "parameter not found", {kValue}, 0},
-        {"missing", 15, kMethod, {more, 1, missing, 1, yes, more, yes, 1}, "not optional", {}, 5},
-        {"null variable", 13, kMethod, {nowhere, yes, 1}, "type mismatch", {}, 2},
-        {"null variable for a value", 12, kMethod, {nowhere}, "type mismatch", {}, 0},
-        {"null reference for a value", 12, kMethod, {noNumber}, "type mismatch", {}, 0},
-        {"first by place and by name", 13, kMethod, {1, yes, more}, "bad count", {0}, kNoArgument},
-        {"failure", 17, kMethod, {probe::kFailure}, "Fail;exception"},
+        {"text for a number", 1, kPut, {more}, "DISP_E_TYPEMISMATCH", {}, 0},
+        {"in the middle", 15, kMethod, {more, 1, more, 1, yes, more, yes, 1}, "DISP_E_TYPEMISMATCH", {}, 5},
+        {"no parameter of that name", 13, kMethod, {1, yes, more}, "DISP_E_PARAMNOTFOUND", {9}, 0},
+        {"one name twice", 13, kMethod, {1, yes, more}, "DISP_E_PARAMNOTFOUND", {2, 2}, 1},
+        {"name of a property's value", 12, kMethod, {more}, "DISP_E_PARAMNOTFOUND", {kValue}, 0},
+        {"missing", 15, kMethod, {more, 1, missing, 1, yes, more, yes, 1}, "DISP_E_PARAMNOTOPTIONAL", {}, 5},
+        {"null variable", 13, kMethod, {nowhere, yes, 1}, "DISP_E_TYPEMISMATCH", {}, 2},
+        {"null variable for a value", 12, kMethod, {nowhere}, "DISP_E_TYPEMISMATCH", {}, 0},
+        {"null reference for a value", 12, kMethod, {noNumber}, "DISP_E_TYPEMISMATCH", {}, 0},
+        {"first by place and by name", 13, kMethod, {1, yes, more}, "DISP_E_BADPARAMCOUNT", {0}, kNoArgument},
+        {"failure", 17, kMethod, {probe::kFailure}, "Fail;DISP_E_EXCEPTION"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -99,7 +99,7 @@ TEST_F(Invoke, Table) {
 
 TEST_F(Invoke, FailureBecomesAnException) {
     Value code(probe::kFailure);
-    DISPPARAMS parameters = {&code.value, nullptr, 1, 0};
+    DISPPARAMS parameters = {code.Get(), nullptr, 1, 0};
     EXCEPINFO exception = {};
     EXPECT_EQ(info_->Invoke(&probe_, 17, kMethod, &parameters, nullptr, &exception, nullptr), DISP_E_EXCEPTION);
     EXPECT_EQ(exception.scode, probe::kFailure);
@@ -117,7 +117,7 @@ TEST_F(Invoke, FailureBecomesAnException) {
 
 TEST_F(Invoke, WhatNeedsNotBeGiven) {
     DISPPARAMS none = {};
-    VARIANT value = Value::Of(VT_I4, 5).value;
+    VARIANT value = *Value::Of(VT_I4, 5).Get();
     DISPPARAMS unnamed = {&value, nullptr, 1, 0};
     EXPECT_EQ(info_->Invoke(&probe_, 1, kPut, &unnamed, nullptr, nullptr, nullptr), DISP_E_PARAMNOTFOUND)
         << "the value of a property has its name";

@@ -1,5 +1,5 @@
 // What the registration of a module does not ask of the registry calls: sizes, order, and what is not there.
-#include "tests/platform/registry_access.h"
+#include "tests/support/registry_view.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-using namespace probe;
+using namespace talvo::test;
 
 class Registry : public testing::Test {
 protected:
@@ -30,7 +30,7 @@ TEST_F(Registry, KeysAreFoundInAnyCaseAndDeletedWhenEmpty) {
     std::string names;
     DWORD index = 0;
     for (DWORD size = 16; RegEnumKeyExW(key_, index, name, &size, nullptr, nullptr, nullptr, nullptr) == 0; size = 16) {
-        names += Narrow(name, size);
+        names += Narrow({name, size});
         ++index;
     }
     EXPECT_EQ(names, "abC") << "in order, as first written";

@@ -9,7 +9,7 @@
 namespace {
 
 using probe::GetText;
-using probe::InBraces;
+using probe::GuidText;
 using probe::Text;
 
 constexpr LCID kEnglish = 1033;
@@ -69,9 +69,9 @@ TEST_F(TypeInfo, Loading) {
 
 TEST_F(TypeInfo, Registration) {
     constexpr SYSKIND kSystem = sizeof(void*) == 8 ? SYS_WIN64 : SYS_WIN32;
-    const std::string id = InBraces(probe::kLibrary);
+    const std::string id = GuidText(probe::kLibrary);
     const std::string version = "TypeLib\\" + id + "\\2.3";
-    const std::string face = "Interface\\" + InBraces(probe::kDual);
+    const std::string face = "Interface\\" + GuidText(probe::kDual);
     ITypeLib* found = nullptr;
     EXPECT_EQ(LoadRegTypeLib(probe::kLibrary, 2, 3, kEnglish, &found), TYPE_E_LIBNOTREGISTERED);
     EXPECT_FALSE(found);
@@ -87,7 +87,7 @@ TEST_F(TypeInfo, Registration) {
         {face + "\\ProxyStubClsid32", "", "{00020424-0000-0000-C000-000000000046}"},
         {face + "\\TypeLib", "", id},
         {face + "\\TypeLib", "Version", "2.3"},
-        {"Interface\\" + InBraces(probe::kNative), "", "no key"},  // it is not for automation
+        {"Interface\\" + GuidText(probe::kNative), "", "no key"},  // it is not for automation
     };
     for (const auto& entry : entries) EXPECT_EQ(GetText(entry.key, entry.name), entry.text) << entry.key;
     EXPECT_NE(GetText(version + "\\FLAGS"), "no value");

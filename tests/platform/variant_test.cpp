@@ -44,7 +44,7 @@ std::string Shown(const VARIANT& v) {
     VARIANT text = Make(VT_EMPTY);
     VariantChangeType(&text, const_cast<VARIANT*>(&v), 0, VT_BSTR);
     std::string result;
-    if (text.vt == VT_BSTR) result = probe::Narrow(text.bstrVal, SysStringLen(text.bstrVal));
+    if (text.vt == VT_BSTR) result = probe::Narrow({text.bstrVal, SysStringLen(text.bstrVal)});
     VariantClear(&text);
     return result;
 }

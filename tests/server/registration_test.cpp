@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/server/registry_tree.h"
-#include "tests/support/module/variants.h"
+#include "tests/support/module/late_bound.h"
+#include "tests/support/registry_view.h"
 #include "tests/support/temp_folder.h"
 
 namespace talvo::test {
@@ -85,10 +85,10 @@ TEST(Registration, RoundsLeaveTheRegistryAsItWas) {
 
 TEST(Registration, LeavesWhatOthersHavePutThere) {
     const std::string otherClass = "CLSID\\{11111111-2222-3333-4444-555555555555}";
-    WriteKey(otherClass, "Somebody else's");
-    WriteKey("Talvo.UUEncoding.1\\shell", "mine");
-    WriteKey("Talvo.UUEncoding\\CLSID\\note", "mine");
-    WriteKey("CLSID\\" + GuidText(CLSID_TalvoUUEncodingFormat) + "\\Extra", "goes with its class");
+    SetText(otherClass, "Somebody else's");
+    SetText("Talvo.UUEncoding.1\\shell", "mine");
+    SetText("Talvo.UUEncoding\\CLSID\\note", "mine");
+    SetText("CLSID\\" + GuidText(CLSID_TalvoUUEncodingFormat) + "\\Extra", "goes with its class");
     EXPECT_EQ(Name(Module::Get().Unregister()), "S_OK");
     EXPECT_EQ(ClassKeys(), (RegistryTree{{"Talvo.UUEncoding.1", "-"},
                                          {"Talvo.UUEncoding.1\\shell", "mine"},
@@ -96,11 +96,12 @@ TEST(Registration, LeavesWhatOthersHavePutThere) {
                                          {"Talvo.UUEncoding\\CLSID", "-"},
                                          {"Talvo.UUEncoding\\CLSID\\note", "mine"}}));
     EXPECT_EQ(ReadTree(otherClass), (RegistryTree{{otherClass, "Somebody else's"}}));
-    for (const char* key : {"Talvo.UUEncoding.1", "Talvo.UUEncoding"}) EXPECT_EQ(DeleteKeys(key), ERROR_SUCCESS);
-    EXPECT_EQ(DeleteKeys(otherClass), ERROR_SUCCESS);
+    for (const char* key : {"Talvo.UUEncoding.1", "Talvo.UUEncoding"})
+        EXPECT_EQ(DeleteTree(HKEY_CLASSES_ROOT, key), ERROR_SUCCESS);
+    EXPECT_EQ(DeleteTree(HKEY_CLASSES_ROOT, otherClass), ERROR_SUCCESS);
 
     // A registration finds what is left of an older one below its class and starts that afresh.
-    WriteKey("CLSID\\" + GuidText(CLSID_TalvoXXEncodingFormat) + "\\Stale", "from long ago");
+    SetText("CLSID\\" + GuidText(CLSID_TalvoXXEncodingFormat) + "\\Stale", "from long ago");
     EXPECT_EQ(Name(Module::Get().Register()), "S_OK");
     EXPECT_EQ(ClassKeys(), ExpectedKeys(Module::Get().Path()));
 }
@@ -179,7 +180,7 @@ TEST(Registration, LateBoundCallsNeedTheTypeLibrary) {
     EXPECT_EQ(TakeBlock(block, size), "QUJD");
 
     ASSERT_EQ(Name(Module::Get().Register()), "S_OK");
-    EXPECT_EQ(Call(dual.Get(), "MaxLineLength", DISPATCH_PROPERTYGET).Result.Show(), "number 0");
+    EXPECT_EQ(Call(dual.Get(), "MaxLineLength", DISPATCH_PROPERTYGET).Result.Show(), "i4:0");
 }
 
 }  // namespace

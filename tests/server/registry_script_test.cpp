@@ -3,7 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/server/registry_tree.h"
+#include "tests/support/code_name.h"
+#include "tests/support/registry_view.h"
 
 namespace talvo::test {
 namespace {
@@ -12,8 +13,8 @@ constexpr const char* kRoot = "TalvoTest";
 
 class RegistryScript : public testing::Test {
 protected:
-    void SetUp() override { DeleteKeys(kRoot); }
-    void TearDown() override { DeleteKeys(kRoot); }
+    void SetUp() override { DeleteTree(HKEY_CLASSES_ROOT, kRoot); }
+    void TearDown() override { DeleteTree(HKEY_CLASSES_ROOT, kRoot); }
 
     static std::string Run(std::string_view script, ScriptAction action) {
         const WideText module = Widen("C:\\a b\\m.dll"), name = Widen("TalvoTest"), quoted = Widen("'%MODULE%'");
@@ -68,7 +69,7 @@ TEST_F(RegistryScript, WritesAndRemoves) {
 // A text that breaks off or goes astray anywhere changes nothing, whatever stood in front.
 TEST_F(RegistryScript, BrokenScriptsChangeNothing) {
     const std::string good = "HKCR { TalvoTest = s 'x' { ForceRemove Kept = s 'y' { val v = s 'z' } } }";
-    WriteKey("TalvoTest\\Kept", "from before");
+    SetText("TalvoTest\\Kept", "from before");
     const RegistryTree before = ReadTree(kRoot);
     for (size_t length = 0; length < good.size(); ++length) {
         if (length == 4) length = 6;  // "HKCR" alone is a script
@@ -94,14 +95,14 @@ TEST_F(RegistryScript, TheMarksOfKeys) {
         "HKCR { NoRemove TalvoTest { Plain { Inner = s '1' val v = s '2' } ForceRemove Forced { Inner }"
         " NoRemove Stays = s 'text' { Inner } } }";
     ASSERT_EQ(Register(script), "S_OK");
-    WriteKey("TalvoTest\\Plain\\Inner\\Foreign", "a");
-    WriteKey("TalvoTest\\Forced\\Foreign", "b");
-    WriteKey("TalvoTest\\Other", "c");
+    SetText("TalvoTest\\Plain\\Inner\\Foreign", "a");
+    SetText("TalvoTest\\Forced\\Foreign", "b");
+    SetText("TalvoTest\\Other", "c");
     ASSERT_EQ(Register(script), "S_OK");  // forced keys start afresh, others keep what is there
     RegistryTree tree = ReadTree(kRoot);
     EXPECT_FALSE(tree.contains("TalvoTest\\Forced\\Foreign"));
     EXPECT_TRUE(tree.contains("TalvoTest\\Plain\\Inner\\Foreign"));
-    WriteKey("TalvoTest\\Forced\\Foreign", "b");
+    SetText("TalvoTest\\Forced\\Foreign", "b");
     EXPECT_EQ(Unregister(script), "S_OK");
     tree = ReadTree(kRoot);
     EXPECT_EQ(tree.erase("TalvoTest\\Stays"), 1u);  // whether it keeps its text is nobody's business here

@@ -58,9 +58,9 @@ private:
         const Component component;
         component.Native->putref_EncodingFormat(New(kind).Data.Get());
         const Variant source = Variant::Bytes(text);
-        const Outcome late = CallMethod(component.Dual.Get(), "Decode", {source, Variant::Bool(true)});
-        EXPECT_EQ(late.Result.Show(), bytes.empty() ? "(empty)" : "bytes " + bytes);
-        CallMethod(component.Dual.Get(), "Encode", {source, Variant::Bool(false)});  // the component's end resets it
+        const Outcome late = CallMethod(component.Dual.Get(), "Decode", {source, Variant::Truth(true)});
+        EXPECT_EQ(late.Result.Show(), bytes.empty() ? "empty" : "bytes " + bytes);
+        CallMethod(component.Dual.Get(), "Encode", {source, Variant::Truth(false)});  // the component's end resets it
     }
     void Chained(const std::string& bytes) {
         const FormatObject outer = New(kBase64);

@@ -21,6 +21,7 @@
 #include "com/unique.h"
 #include "engine/output.h"
 #include "engine/session.h"
+#include "server/results/result_codes.h"
 #include "tests/support/code_name.h"
 
 namespace talvo::test {

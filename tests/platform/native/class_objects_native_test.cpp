@@ -8,7 +8,7 @@ namespace {
 constexpr GUID kMissing = {0x583a3514, 0x73f0, 0x4318, {0xb5, 0xa6, 0x3f, 0xea, 0x8a, 0x72, 0x6a, 0xe7}};
 
 TEST(ClassObjectsNative, ServersThatCannotServe) {
-    const std::string id = "CLSID\\" + probe::InBraces(kMissing);
+    const std::string id = "CLSID\\" + probe::GuidText(kMissing);
     const struct {
         const char* name;
         std::string file;
@@ -33,7 +33,7 @@ TEST(ClassObjectsNative, NameThatLeadsToItsCurrentVersion) {
     probe::SetText("Probe.Current\\CurVer", "Probe.Current.3");
     CLSID clsid;
     EXPECT_EQ(CLSIDFromProgID(u"Probe.Current", &clsid), CO_E_CLASSSTRING) << "which is not registered";
-    probe::SetText("Probe.Current.3\\CLSID", probe::InBraces(kMissing));
+    probe::SetText("Probe.Current.3\\CLSID", probe::GuidText(kMissing));
     EXPECT_EQ(CLSIDFromProgID(u"Probe.Current", &clsid), S_OK);
     EXPECT_TRUE(clsid == kMissing);
     for (const char* name : {"Probe.Current", "Probe.Current.3"}) probe::DeleteTree(HKEY_CLASSES_ROOT, name);

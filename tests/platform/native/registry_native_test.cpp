@@ -15,12 +15,13 @@
 #include <thread>
 #include <vector>
 
-#include "tests/platform/registry_access.h"
+#include "tests/support/registry_view.h"
 #include "tests/support/temp_folder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using namespace talvo::test;
 
 // A registry of its own.
 class RegistryFile : public testing::Test {
@@ -31,25 +32,25 @@ protected:
     }
     void TearDown() override { setenv("TALVO_REGISTRY", before_.c_str(), 1); }
 
-    static LONG Create(const std::string& name) { return probe::CreateKey(HKEY_CLASSES_ROOT, name); }
-    static LONG Open(const std::string& name) { return probe::OpenKey(HKEY_CLASSES_ROOT, name); }
+    static LONG Create(const std::string& name) { return CreateKey(HKEY_CLASSES_ROOT, name); }
+    static LONG Open(const std::string& name) { return OpenKey(HKEY_CLASSES_ROOT, name); }
     void Write(const std::string& text) const {
         fs::create_directories(file_.parent_path());
-        talvo::test::Save(file_, text);
+        Save(file_, text);
     }
-    std::string Content() const { return talvo::test::Load(file_); }
+    std::string Content() const { return Load(file_); }
 
     const std::string signature_ = "Windows Registry Editor Version 5.00\n";
     const std::string key_ = signature_ + "\n[HKEY_CLASSES_ROOT\\A]\n";
     const std::string before_ = std::getenv("TALVO_REGISTRY");
-    const talvo::test::TempFolder folder_;
+    const TempFolder folder_;
     fs::path file_;
 };
 
 TEST_F(RegistryFile, IsMadeWithItsFolderByTheFirstChange) {
     EXPECT_EQ(Open("Probe"), ERROR_FILE_NOT_FOUND);
     EXPECT_FALSE(fs::exists(file_.parent_path())) << "reading makes nothing";
-    probe::SetText("Probe\\Key", "C:\\\"x\"\r\n");
+    SetText("Probe\\Key", "C:\\\"x\"\r\n");
     EXPECT_EQ(Content(), signature_ + "\n[HKEY_CLASSES_ROOT\\Probe\\Key]\n@=\"C:\\\\\\\"x\\\"\r\n\"\n");
 }
 
@@ -75,20 +76,20 @@ TEST_F(RegistryFile, TextByOtherHands) {
         "\xEF\xBB\xBFWindows Registry Editor Version 5.00\r\n\r\n; a remark\r\n[HKEY_CLASSES_ROOT\\a b]\r\n"
         "\"n\" = dword:0000001A\r\n\"m\"=hex(7):61,00,\\\r\n  00,00,00,00\r\n@=\"first\"\r\n@=\"two\nlines\"\r\n"
         "\"\xC3\xA4\"=\"\xC3\xA4\"\r\n");
-    EXPECT_EQ(probe::GetText("A B"), "two\nlines") << "the last one counts";
-    EXPECT_EQ(probe::GetText("a b", "n"), "no value");
+    EXPECT_EQ(GetText("A B"), "two\nlines") << "the last one counts";
+    EXPECT_EQ(GetText("a b", "n"), "no value");
     HKEY key = nullptr;
-    ASSERT_EQ(probe::OpenKey(HKEY_CLASSES_ROOT, "a b", &key), ERROR_SUCCESS);
+    ASSERT_EQ(OpenKey(HKEY_CLASSES_ROOT, "a b", &key), ERROR_SUCCESS);
     EXPECT_EQ(RegQueryValueExW(key, u"n", nullptr, nullptr, nullptr, nullptr), ERROR_UNSUPPORTED_TYPE);
-    EXPECT_EQ(probe::SetValue(key, "n", REG_SZ + 1, probe::Bytes("expanded")), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(SetValue(key, "n", REG_SZ + 1, Bytes("expanded")), ERROR_INVALID_PARAMETER);
     EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
     EXPECT_EQ(RegCloseKey(key), ERROR_INVALID_HANDLE);
-    probe::SetText("A b", "one", "N2");
+    SetText("A b", "one", "N2");
     EXPECT_EQ(Content(), signature_ +
                              "\n[HKEY_CLASSES_ROOT\\a b]\n\"n\"=dword:0000001A\n\"m\"=hex(7):61,00,\\\n  00,00,00,00\n"
                              "@=\"two\nlines\"\n\"\xC3\xA4\"=\"\xC3\xA4\"\n\"N2\"=\"one\"\n");
-    probe::SetText("a b", "ours now", "M");
-    EXPECT_EQ(probe::GetText("a b", "m"), "ours now");
+    SetText("a b", "ours now", "M");
+    EXPECT_EQ(GetText("a b", "m"), "ours now");
     Write(signature_ + "[HKEY_CLASSES_ROOT\\Elsewhere]\n");
     EXPECT_EQ(Open("Elsewhere"), ERROR_SUCCESS) << "another process's change shows";
     EXPECT_EQ(Open("A b"), ERROR_FILE_NOT_FOUND);
@@ -101,7 +102,7 @@ TEST_F(RegistryFile, WhatNoFileCanHold) {
     }
     EXPECT_EQ(Create(std::string(255, 'x') + "\\\xE4]b\"\\"), ERROR_SUCCESS);
     HKEY key = nullptr;
-    ASSERT_EQ(probe::CreateKey(HKEY_CLASSES_ROOT, "A", &key), ERROR_SUCCESS);
+    ASSERT_EQ(CreateKey(HKEY_CLASSES_ROOT, "A", &key), ERROR_SUCCESS);
     const struct {
         const char* name;
         std::u16string text;
@@ -113,7 +114,7 @@ TEST_F(RegistryFile, WhatNoFileCanHold) {
                 {"line\nbreak", std::u16string(1, u'\0'), ERROR_INVALID_PARAMETER}};
     for (const auto& row : rows) {
         const std::string bytes(reinterpret_cast<const char*>(row.text.data()), 2 * row.text.size());
-        EXPECT_EQ(probe::SetValue(key, row.name, REG_SZ, bytes), row.code) << row.name;
+        EXPECT_EQ(SetValue(key, row.name, REG_SZ, bytes), row.code) << row.name;
     }
     RegCloseKey(key);
 }

@@ -106,7 +106,7 @@ TEST(TypeRecord, DamagedFile) {
 
 // A library for a locale serves that locale, one for a language all its locales, a neutral one everybody.
 TEST(TypeRecord, LocaleLanguageNeutral) {
-    const std::string id = "TypeLib\\" + probe::InBraces(probe::kLibrary);
+    const std::string id = "TypeLib\\" + probe::GuidText(probe::kLibrary);
     const struct {
         const char* registered;
         LCID asked;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/support/allocation_faults.h"
-#include "tests/support/module/variants.h"
+#include "tests/support/module/late_bound.h"
 
 namespace talvo::test {
 
@@ -47,7 +47,7 @@ inline Converted Convert(const Component& component, Form form, bool decode, std
     }
     EXPECT_EQ(V_ARRAY(source.Get())->cLocks, 0u);
     const std::string shown = result.Show();
-    return {Name(hr), shown == "(empty)" ? TakeBlock(block, size) : shown.substr(6)};
+    return {Name(hr), shown == "empty" ? TakeBlock(block, size) : shown.substr(6)};
 }
 
 }  // namespace talvo::test

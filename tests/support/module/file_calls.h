@@ -78,7 +78,7 @@ inline FileResult CallFileMethod(const Component& component, Method method, cons
         read = static_cast<DWORD>(V_I4(number.Get()));
     }
     const std::string shown = result.Show();
-    const bool answered = !native && method == Method::Read && shown != "(empty)";
+    const bool answered = !native && method == Method::Read && shown != "empty";
     return {Name(hr) + " " + std::to_string(read) + " " + std::to_string(written),
             answered ? shown.substr(6) : TakeBlock(block, blockSize), TakeError()};
 }
@@ -118,7 +118,7 @@ protected:
     std::string GetName() {
         com::UniqueBstr name;
         component_.Format()->get_HeaderFilename(name.Put());
-        return Narrow({name.Get(), SysStringLen(name.Get())});
+        return Narrow(name);
     }
 
     const Component component_;

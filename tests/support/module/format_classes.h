@@ -142,7 +142,7 @@ inline FormatObject NewNamed(int index) {
 inline std::string FilenameOf(ITalvoEncodeData* format) {
     com::UniqueBstr name;
     const HRESULT hr = format->get_HeaderFilename(name.Put());
-    return hr != S_OK ? Name(hr) : name ? Narrow({name.Get(), SysStringLen(name.Get())}) : "(null)";
+    return hr != S_OK ? Name(hr) : name ? Narrow(name) : "(null)";
 }
 
 }  // namespace talvo::test

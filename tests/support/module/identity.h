@@ -6,29 +6,9 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/module/module_fixture.h"
+#include "tests/support/outer.h"
 
 namespace talvo::test {
-
-// An interface of an outer object that no class of ours knows.
-constexpr IID kOuterOnly = {0x0e1f5a39, 0x7c1d, 0x4f6e, {0x8a, 0x11, 0x5b, 0x0c, 0x92, 0x3e, 0x4d, 0x70}};
-
-// An aggregate of itself and an object of a class.
-class Outer final : public IUnknown {
-public:
-    explicit Outer(REFCLSID clsid) {
-        EXPECT_EQ(Name(CoCreateInstance(clsid, this, CLSCTX_INPROC_SERVER, IID_IUnknown, Inner.PutVoid())), "S_OK");
-    }
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        if (!IsEqualIID(iid, IID_IUnknown) && !IsEqualIID(iid, kOuterOnly)) return Inner->QueryInterface(iid, object);
-        *object = this;
-        return AddRef(), S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++References; }
-    STDMETHODIMP_(ULONG) Release() override { return --References; }
-
-    ULONG References = 1;
-    com::ComPtr<IUnknown> Inner;
-};
 
 inline void ExpectOneIdentity(REFCLSID clsid, const std::vector<IID>& interfaces) {
     Outer outer(clsid);

@@ -1,44 +1,14 @@
 // See module_fixture.h.
 #include "tests/support/module/module_fixture.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
 #include <ostream>
 
 namespace talvo::test {
 namespace {
 
-struct CodeRow {
-    HRESULT Code;
-    const char* Name;
-    const char* Text;  // null: the system's
-};
-
-constexpr CodeRow kCodes[] = {
-// clang-format off
-#define CODE(name) {name, #name, nullptr},
-    CODE(S_OK) CODE(S_FALSE) CODE(S_PASSTHROUGH) CODE(E_NOTIMPL) CODE(E_NOINTERFACE) CODE(E_POINTER) CODE(E_FAIL)
-    CODE(E_UNEXPECTED) CODE(E_OUTOFMEMORY) CODE(E_INVALIDARG) CODE(CLASS_E_NOAGGREGATION)
-    CODE(CLASS_E_CLASSNOTAVAILABLE) CODE(DISP_E_UNKNOWNINTERFACE) CODE(DISP_E_MEMBERNOTFOUND)
-    CODE(DISP_E_PARAMNOTFOUND) CODE(DISP_E_PARAMNOTOPTIONAL) CODE(DISP_E_TYPEMISMATCH) CODE(DISP_E_UNKNOWNNAME)
-    CODE(DISP_E_EXCEPTION) CODE(DISP_E_BADINDEX) CODE(DISP_E_BADPARAMCOUNT) CODE(TYPE_E_LIBNOTREGISTERED)
-#undef CODE
-// clang-format on
-#define RESULT_CODE(name, value, text) {static_cast<HRESULT>(value), #name, text},
-#include "server/results/result_codes.def"
-#undef RESULT_CODE
-};
-
-const CodeRow* Find(HRESULT code) {
-    const auto row = std::ranges::find(kCodes, code, &CodeRow::Code);
-    return row == std::end(kCodes) ? nullptr : row;
-}
-
 constexpr const char* kStale = "stale";
-
-std::string Text(const com::UniqueBstr& text) { return Narrow({text.Get(), SysStringLen(text.Get())}); }
 
 bool Done(const char* what, HRESULT code) {
     if (FAILED(code)) std::fprintf(stderr, "%s: %s\n", what, Name(code).c_str());
@@ -49,41 +19,6 @@ HRESULT CallExport(HMODULE module, const char* name) { return Export<HRESULT STD
 
 }  // namespace
 
-WideText Widen(std::string_view ascii) { return WideText(ascii.begin(), ascii.end()); }
-
-std::string Narrow(std::basic_string_view<WCHAR> text) {
-    std::string narrow;
-    for (const WCHAR character : text) narrow += character < 0x80 ? static_cast<char>(character) : '?';
-    return narrow;
-}
-
-com::UniqueBstr Bstr(std::string_view ascii) {
-    const WideText wide = Widen(ascii);
-    return com::UniqueBstr(SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size())));
-}
-
-std::string GuidText(REFGUID guid) {
-    WCHAR text[64];
-    const int length = StringFromGUID2(guid, text, 64);  // with its terminator
-    return length > 0 ? Narrow({text, static_cast<size_t>(length - 1)}) : "";
-}
-
-std::string Name(HRESULT code) {
-    if (const CodeRow* const row = Find(code)) return row->Name;
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%08lx", static_cast<unsigned long>(static_cast<DWORD>(code)));
-    return text;
-}
-
-std::string MessageText(HRESULT code) {
-    const CodeRow* const row = Find(code);
-    if (row && row->Text) return std::string(row->Text) + "\r\n";
-    char text[512];
-    const DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                                        static_cast<DWORD>(code), 0, text, sizeof(text), nullptr);
-    return std::string(text, length);
-}
-
 std::string TakeError() {
     com::ComPtr<IErrorInfo> error;
     if (GetErrorInfo(0, error.Put()) != S_OK) return "none";
@@ -92,8 +27,8 @@ std::string TakeError() {
     error->GetSource(source.Put());
     error->GetDescription(description.Put());
     error->GetGUID(&guid);
-    if (Text(source) == kStale) return kStale;
-    return Text(source) + ": " + Text(description) + (IsEqualGUID(guid, GUID_NULL) ? "" : " " + GuidText(guid));
+    if (Narrow(source) == kStale) return kStale;
+    return Narrow(source) + ": " + Narrow(description) + (IsEqualGUID(guid, GUID_NULL) ? "" : " " + GuidText(guid));
 }
 
 void LeaveStaleError() {

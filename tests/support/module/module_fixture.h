@@ -12,20 +12,10 @@
 #include "TalvoBinaryEncoding.h"
 #include "com/com_ptr.h"
 #include "com/unique.h"
+#include "tests/support/code_name.h"
+#include "tests/support/text.h"
 
 namespace talvo::test {
-
-using WideText = std::basic_string<WCHAR>;
-
-WideText Widen(std::string_view ascii);
-std::string Narrow(std::basic_string_view<WCHAR> text);  // "?" for what is not ASCII
-com::UniqueBstr Bstr(std::string_view ascii);
-std::string GuidText(REFGUID guid);  // {...}, in capitals
-
-// "berBusy", "E_POINTER", or the number.
-std::string Name(HRESULT code);
-// The description that error information carries for a code: the module's own text or the system's.
-std::string MessageText(HRESULT code);
 
 // The thread's error information, taken away: "none", "stale" when it is what LeaveStaleError has left, else
 // "source: description". A GUID that is not all zero is shown too.

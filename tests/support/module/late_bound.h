@@ -1,101 +1,16 @@
-// VARIANTs that tests hand in and take out, and calls by name as a script host makes them.
+// Calls by name, as a script host makes them.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tests/support/module/module_fixture.h"
+#include "tests/support/variant.h"
 
 namespace talvo::test {
-
-// Owns what it holds.
-class Variant {
-public:
-    Variant() { VariantInit(&value_); }
-    Variant(const Variant& other) : Variant() { VariantCopy(&value_, const_cast<VARIANT*>(&other.value_)); }
-    Variant& operator=(const Variant&) = delete;
-    ~Variant() { VariantClear(&value_); }
-
-    static Variant Bytes(std::string_view bytes, LONG lower = 0) {
-        Variant made;
-        V_VT(&made.value_) = VT_ARRAY | VT_UI1;
-        V_ARRAY(&made.value_) = SafeArrayCreateVector(VT_UI1, lower, static_cast<ULONG>(bytes.size()));
-        if (!bytes.empty()) std::memcpy(V_ARRAY(&made.value_)->pvData, bytes.data(), bytes.size());
-        return made;
-    }
-    static Variant Text(std::string_view ascii) {
-        Variant made;
-        V_VT(&made.value_) = VT_BSTR;
-        V_BSTR(&made.value_) = Bstr(ascii).Detach();
-        return made;
-    }
-    static Variant Number(LONG number) {
-        Variant made;
-        V_VT(&made.value_) = VT_I4;
-        V_I4(&made.value_) = number;
-        return made;
-    }
-    static Variant Bool(bool value) {
-        Variant made;
-        V_VT(&made.value_) = VT_BOOL;
-        V_BOOL(&made.value_) = value ? VARIANT_TRUE : VARIANT_FALSE;
-        return made;
-    }
-    static Variant Object(IDispatch* object) {
-        Variant made;
-        V_VT(&made.value_) = VT_DISPATCH;
-        V_DISPATCH(&made.value_) = object;
-        if (object) object->AddRef();
-        return made;
-    }
-
-    VARIANT* Get() { return &value_; }
-    const VARIANT* Get() const { return &value_; }
-    VARIANT* Put() {
-        VariantClear(&value_);
-        return &value_;
-    }
-
-    // As text: "(empty)", "bytes ..." for a byte array as results have it (lower bound 0), "text ...", "number ...",
-    // "true", "false", "object"; anything else is its type's number.
-    std::string Show() const {
-        switch (V_VT(&value_)) {
-            case VT_EMPTY:
-                return "(empty)";
-            case VT_BSTR:
-                return "text " + Narrow({V_BSTR(&value_), SysStringLen(V_BSTR(&value_))});
-            case VT_I4:
-                return "number " + std::to_string(V_I4(&value_));
-            case VT_I2:
-                return "short " + std::to_string(V_I2(&value_));
-            case VT_BOOL:
-                return V_BOOL(&value_) == VARIANT_TRUE ? "true" : V_BOOL(&value_) ? "(bad true)" : "false";
-            case VT_DISPATCH:
-                return V_DISPATCH(&value_) ? "object" : "nothing";
-            case VT_ARRAY | VT_UI1:
-                return ShowArray(V_ARRAY(&value_));
-            default:
-                return "type " + std::to_string(V_VT(&value_));
-        }
-    }
-
-private:
-    static std::string ShowArray(SAFEARRAY* array) {
-        LONG lower = -1;
-        LONG upper = -1;
-        SafeArrayGetLBound(array, 1, &lower);
-        SafeArrayGetUBound(array, 1, &upper);
-        if (SafeArrayGetDim(array) != 1 || SafeArrayGetElemsize(array) != 1 || lower != 0 || array->cLocks != 0)
-            return "(bad array)";
-        return "bytes " + std::string(static_cast<const char*>(array->pvData), static_cast<size_t>(upper + 1));
-    }
-
-    VARIANT value_;
-};
 
 // An argument of a call by name; one with a name of its own is given by that name.
 struct Argument {
@@ -140,8 +55,7 @@ inline Outcome Invoke(IDispatch* object, DISPID member, WORD flags, const std::v
     com::UniqueBstr help(exception.bstrHelpFile);
     if (exception.scode != 0 || exception.wCode != 0) {
         outcome.Scode = Name(exception.scode);
-        outcome.Exception = Narrow({source.Get(), SysStringLen(source.Get())}) + ": " +
-                            Narrow({description.Get(), SysStringLen(description.Get())});
+        outcome.Exception = Narrow(source) + ": " + Narrow(description);
     }
     return outcome;
 }

@@ -1,0 +1,29 @@
+// Texts of tests are ASCII but where a test is about others.
+#include "tests/support/text.h"
+
+#include <oleauto.h>
+
+namespace talvo::test {
+
+WideText Widen(std::string_view ascii) { return WideText(ascii.begin(), ascii.end()); }
+
+std::string Narrow(std::basic_string_view<WCHAR> text) {
+    std::string narrow;
+    for (const WCHAR character : text) narrow += character < 0x80 ? static_cast<char>(character) : '?';
+    return narrow;
+}
+
+std::string Narrow(const com::UniqueBstr& text) { return Narrow({text.Get(), SysStringLen(text.Get())}); }
+
+com::UniqueBstr Bstr(std::string_view ascii) {
+    const WideText wide = Widen(ascii);
+    return com::UniqueBstr(SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size())));
+}
+
+std::string GuidText(REFGUID guid) {
+    WCHAR text[64];
+    const int length = StringFromGUID2(guid, text, 64);  // with its terminator
+    return length > 0 ? Narrow({text, static_cast<size_t>(length - 1)}) : "";
+}
+
+}  // namespace talvo::test
