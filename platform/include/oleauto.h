@@ -57,7 +57,6 @@ WINOLEAUTAPI CreateErrorInfo(ICreateErrorInfo** pperrinfo);
 #define V_ISBYREF(X) (V_VT(X) & VT_BYREF)
 #define V_ISARRAY(X) (V_VT(X) & VT_ARRAY)
 #define V_UI1(X) V_UNION(X, bVal)
-#define V_I2(X) V_UNION(X, iVal)
 #define V_I4(X) V_UNION(X, lVal)
 #define V_UI4(X) V_UNION(X, ulVal)
 #define V_UI8(X) V_UNION(X, ullVal)
