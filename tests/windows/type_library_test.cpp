@@ -15,7 +15,7 @@
 #include "TalvoBinaryEncoding.h"
 #include "com/com_ptr.h"
 #include "tests/support/module/module_fixture.h"
-#include "tests/windows/type_library_dump.h"
+#include "tools/type_library_dump/type_library_dump.h"
 
 namespace talvo::test {
 namespace {

@@ -7,9 +7,9 @@
 
 #include <string>
 
-namespace talvo::test {
+namespace talvo {
 
 // Lines end in LF. Throws when a call of the type information fails.
 std::string DumpTypeLibrary(ITypeLib* library);
 
-}  // namespace talvo::test
+}  // namespace talvo

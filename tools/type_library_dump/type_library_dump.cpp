@@ -1,5 +1,5 @@
 // See type_library_dump.h. What our library does not use has no name here, and would show as a number.
-#include "tests/windows/type_library_dump.h"
+#include "tools/type_library_dump/type_library_dump.h"
 
 #include <objbase.h>
 #include <oleauto.h>
@@ -11,7 +11,7 @@
 #include "com/com_ptr.h"
 #include "com/unique.h"
 
-namespace talvo::test {
+namespace talvo {
 namespace {
 
 struct ValueName {
@@ -218,4 +218,4 @@ std::string DumpTypeLibrary(ITypeLib* library) {
     return text;
 }
 
-}  // namespace talvo::test
+}  // namespace talvo

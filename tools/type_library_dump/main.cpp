@@ -8,7 +8,7 @@
 #include <string>
 
 #include "com/com_ptr.h"
-#include "tests/windows/type_library_dump.h"
+#include "tools/type_library_dump/type_library_dump.h"
 
 int main(int count, char** arguments) {
     if (count != 2) return 2;
@@ -20,7 +20,7 @@ int main(int count, char** arguments) {
     if (FAILED(hr)) {
         std::fprintf(stderr, "The type library cannot be loaded: 0x%08X\n", static_cast<unsigned>(hr));
     } else {
-        std::fputs(talvo::test::DumpTypeLibrary(library.Get()).c_str(), stdout);
+        std::fputs(talvo::DumpTypeLibrary(library.Get()).c_str(), stdout);
         library.Reset();
     }
     CoUninitialize();
