@@ -1,8 +1,8 @@
 // Owners, counted references, and the identity of objects, plain and aggregated.
 #include <windows.h>
+#include <oaidl.h>
 #include <objbase.h>
 
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -14,14 +14,6 @@
 #include "com/unique.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/outer.h"
-
-MIDL_INTERFACE("7A0F3A52-93D1-4C0B-9C43-0D6B5B7B5E01")
-ITestValue : public IUnknown { virtual HRESULT STDMETHODCALLTYPE Value() = 0; };
-__CRT_UUID_DECL(ITestValue, 0x7A0F3A52, 0x93D1, 0x4C0B, 0x9C, 0x43, 0x0D, 0x6B, 0x5B, 0x7B, 0x5E, 0x01)
-
-MIDL_INTERFACE("7A0F3A52-93D1-4C0B-9C43-0D6B5B7B5E02")
-ITestOther : public IUnknown { virtual HRESULT STDMETHODCALLTYPE Other() = 0; };
-__CRT_UUID_DECL(ITestOther, 0x7A0F3A52, 0x93D1, 0x4C0B, 0x9C, 0x43, 0x0D, 0x6B, 0x5B, 0x7B, 0x5E, 0x02)
 
 namespace talvo::test {
 namespace {
@@ -41,21 +33,20 @@ int g_finalReleases = 0;
 int g_destructions = 0;
 HRESULT g_construction = S_OK;
 
-class Sample : public com::Object<ITestValue, ITestOther> {
+class Sample : public com::Object<ISupportErrorInfo> {
 public:
     explicit Sample(IUnknown* outer) noexcept : Object(outer) {}
     HRESULT FinalConstruct() noexcept { return g_construction; }
-    STDMETHODIMP Value() noexcept override { return S_OK; }
-    STDMETHODIMP Other() noexcept override { return S_FALSE; }
+    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID) noexcept override { return S_OK; }
 
 protected:
     ~Sample() override { ++g_destructions; }
-    IUnknown* Find(REFIID iid) noexcept override { return FindAmong<ITestValue, ITestOther>(this, iid); }
+    IUnknown* Find(REFIID iid) noexcept override { return FindAmong<ISupportErrorInfo>(this, iid); }
     // What a clean-up may do: look itself up, take references and give them back, down to what looks like the last.
     void FinalRelease() noexcept override {
         ++g_finalReleases;
-        ComPtr<ITestOther> other;
-        EXPECT_EQ(Identity()->QueryInterface(__uuidof(ITestOther), other.PutVoid()), S_OK);
+        ComPtr<ISupportErrorInfo> value;
+        EXPECT_EQ(Identity()->QueryInterface(__uuidof(ISupportErrorInfo), value.PutVoid()), S_OK);
         Identity()->AddRef();
         Identity()->Release();
     }
@@ -65,12 +56,6 @@ struct ObjectTest : testing::Test {
     void SetUp() override {
         g_finalReleases = g_destructions = 0;
         g_construction = S_OK;
-    }
-    template <class Interface>
-    static ComPtr<Interface> Create() {
-        ComPtr<Interface> object;
-        EXPECT_EQ(com::CreateObject<Sample>(nullptr, __uuidof(Interface), object.PutVoid()), S_OK);
-        return object;
     }
     static bool Alive() { return com::ModuleState::Get().InUse(); }
     // It has ended, once, whatever its clean-up does.
@@ -83,7 +68,8 @@ struct ObjectTest : testing::Test {
 
 // Which interface leads to which other is asked of the module's classes; here it is when an object ends.
 TEST_F(ObjectTest, EndsOnceAloneAndInAnAggregate) {
-    ComPtr<ITestValue> alone = Create<ITestValue>();
+    ComPtr<ISupportErrorInfo> alone;
+    ASSERT_EQ(com::CreateObject<Sample>(nullptr, __uuidof(ISupportErrorInfo), alone.PutVoid()), S_OK);
     EXPECT_EQ(alone->AddRef(), 2u);
     EXPECT_EQ(alone->Release(), 1u);
     EXPECT_EQ(alone->QueryInterface(__uuidof(IUnknown), nullptr), E_POINTER);
@@ -94,8 +80,8 @@ TEST_F(ObjectTest, EndsOnceAloneAndInAnAggregate) {
     ASSERT_EQ(com::CreateObject<Sample>(&outer, __uuidof(IUnknown), outer.Inner.PutVoid()), S_OK);
     EXPECT_EQ(outer.References, 1u) << "an inner object holds no reference to its outer";
     {
-        ComPtr<ITestValue> value;
-        ASSERT_EQ(outer.QueryInterface(__uuidof(ITestValue), value.PutVoid()), S_OK);
+        ComPtr<ISupportErrorInfo> value;
+        ASSERT_EQ(outer.QueryInterface(__uuidof(ISupportErrorInfo), value.PutVoid()), S_OK);
         EXPECT_EQ(value->AddRef(), 3u);
         EXPECT_EQ(value->Release(), 2u);
     }
@@ -108,24 +94,11 @@ TEST_F(ObjectTest, CreationThatFailsLeavesNothing) {
     void* object = nullptr;
     EXPECT_EQ(com::CreateObject<Sample>(nullptr, __uuidof(IDispatch), &object), E_NOINTERFACE);
     g_construction = E_ACCESSDENIED;
-    EXPECT_EQ(com::CreateObject<Sample>(nullptr, __uuidof(ITestValue), &object), E_ACCESSDENIED);
+    EXPECT_EQ(com::CreateObject<Sample>(nullptr, __uuidof(ISupportErrorInfo), &object), E_ACCESSDENIED);
     EXPECT_TRUE(!object && !Alive() && faults.Live() == 0 && g_destructions == 2);
     faults.FailNth(1);
-    EXPECT_EQ(com::CreateObject<Sample>(nullptr, __uuidof(ITestValue), &object), E_OUTOFMEMORY);
+    EXPECT_EQ(com::CreateObject<Sample>(nullptr, __uuidof(ISupportErrorInfo), &object), E_OUTOFMEMORY);
     EXPECT_TRUE(!object && !Alive() && g_destructions == 2);
-}
-
-TEST_F(ObjectTest, CountsFromManyThreads) {
-    ComPtr<ITestValue> value = Create<ITestValue>();
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([copy = value]() mutable {
-            for (int n = 0; n < 5000; ++n) ComPtr<ITestValue> another = copy;
-            copy.Reset();
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    ExpectEnd(value.Detach());
 }
 
 TEST_F(ObjectTest, CountedReferences) {
@@ -133,23 +106,20 @@ TEST_F(ObjectTest, CountedReferences) {
     {
         ComPtr<IUnknown> a(&one), b = a, c = std::move(a);
         EXPECT_TRUE(one.References == 3 && !a && b && c);
-        a = c;
-        auto& alias = a;
+        auto& alias = a = c;
         a = alias;
         EXPECT_EQ(one.References, 4u);
         b = ComPtr<IUnknown>(&two);
         EXPECT_TRUE(one.References == 3 && two.References == 2);
         b = std::move(c);
         EXPECT_TRUE(one.References == 3 && two.References == 1 && !c);
-        a.Attach(&two);  // takes over the reference that `two` began with
         two.AddRef();
+        a.Attach(&two);
         EXPECT_TRUE(one.References == 2 && two.References == 2);
         *a.Put() = nullptr;
-        EXPECT_EQ(two.References, 1u);
         b.Detach()->Release();
-        EXPECT_TRUE(!b && one.References == 1);
+        EXPECT_TRUE(!b && one.References == 1 && two.References == 1);
     }
-    EXPECT_TRUE(one.References == 1 && two.References == 1);
 }
 
 std::vector<int> g_closed;
@@ -165,13 +135,10 @@ TEST(Unique, ClosesEachValueOnce) {
     {
         Owner a(0), b(1), c;
         EXPECT_TRUE(a && b && !c && a.Get() == 0);
-        c = std::move(a);
-        EXPECT_TRUE(!a && c.Get() == 0 && g_closed.empty());
-        b = std::move(c);
-        EXPECT_EQ(g_closed, (std::vector{1}));
+        b = std::move(a);
+        EXPECT_TRUE(!a && b.Get() == 0 && g_closed == std::vector{1});
         auto& alias = b;
         b = std::move(alias);
-        EXPECT_TRUE(b.Get() == 0 && g_closed.size() == 1);
         *b.Put() = 2;
         EXPECT_EQ(g_closed, (std::vector{1, 0}));
         EXPECT_EQ(b.Detach(), 2);

@@ -1,4 +1,4 @@
-// The quoted-printable decoder: line breaks of every kind, defects strict and tolerant, and garbage against a second
+// The quoted-printable decoder: defects strict and tolerant, and garbage with every type of line break against a second
 // decoder that looks at the whole text at once.
 #include <regex>
 #include <string>
@@ -15,49 +15,16 @@ using namespace std::string_literals;
 TEST(QuotedPrintableDecode, Defects) {
     const DefectRow kRows[] = {
         {"blanks before a break", "ab \t\r\ncd  ", S_OK, "ab\r\ncd"},
-        {"blanks before a soft break", "a = \t\r\nb", S_OK, "a b"},
         {"an escaped blank stays", "a=20 \r\n=09", S_OK, "a \r\n\t"},
-        {"breaks at the end", "a\r\r\n\n\r", S_OK, "a\r\n\r\n\r\n\r\n"},
         {"blanks between CR and LF", "a\r \nb", S_OK, "a\r\nb"},
-        {"blanks after CR", "a\r b\r \r=3D", S_OK, "a\r\n b\r\n\r\n="},
         {"soft, then hard", "a=\r\n\r\nb=\n\nc=\r\rd", S_OK, "a\r\nb\r\nc\r\nd"},
-        {"soft, then soft", "a=\r=\n=\r\nb", S_OK, "ab"},
-        {"soft break at the end", "a=\r", S_OK, "a"},
 
         {"no second digit", "=aG", kCharacter, "=AG"},
-        {"no escape in an escape", "==41", kCharacter, "==41"},
         {"nor behind a digit", "=4=41", kCharacter, "=4=41"},
         {"break behind a digit", "=4\r\nb", kCharacter, "=4\r\nb"},
-        {"LF behind a digit", "=4\nb", kCharacter, "=4b"},
-        {"blanks are lost", "= 4 G", kCharacter, "=4G"},
         {"digit left", "=a", kLeft, "=A"},
-        {"digit and blank left", "=4 ", kLeft, "=4"},
-        {"invalid stays", "=x=4", kCharacter, "=x=4"},
     };
     for (const DefectRow& row : kRows) CheckDefect(kQP, row);
-}
-
-TEST(QuotedPrintableDecode, LineBreaksWritten) {
-    constexpr HRESULT kNone = berInvalidEndOfLineType;
-    const struct {
-        const char *name, *text;
-        HRESULT withoutBreaks;
-        const char* bytes;  // "|" for a line break
-    } kRows[] = {
-        {"between lines", "ab  \r\ncd", kNone, "ab|cd"}, {"LF at the end", "ab\n", kNone, "ab|"},
-        {"CR at the end", "ab\r", kNone, "ab|"},         {"two CR", "a\r\rb", kNone, "a||b"},
-        {"soft", "a=\r\nb=\nc=\r", S_OK, "abc"},         {"escaped", "a=0D=0Ab", S_OK, "a\r\nb"},
-    };
-    for (const auto& row : kRows) {
-        for (const auto& [type, lineBreak] : {std::pair{kCrLf, "\r\n"}, {kLf, "\n"}, {kCr, "\r"}}) {
-            const std::string bytes = std::regex_replace(row.bytes, std::regex("\\|"), lineBreak);
-            CheckEverySplit(row.name, Decoder(kQP, false, true, type), Direction::Decode, row.text, S_OK, bytes);
-        }
-        for (const bool tolerant : {false, true}) {
-            CheckEverySplit(row.name, Decoder(kQP, tolerant, true, kNoBreak), Direction::Decode, row.text,
-                            row.withoutBreaks, row.withoutBreaks == S_OK ? row.bytes : "");
-        }
-    }
 }
 
 // Blanks are held back without limit, and let go in one piece.
@@ -110,7 +77,7 @@ TEST(QuotedPrintableDecode, GarbageLikeThePlainDecoder) {
                     : c == '*'        ? std::string(1, static_cast<char>(random()))
                                       : std::string(1, c);
         }
-        for (const auto& [type, lineBreak] : {std::pair{kCrLf, "\r\n"}, {kCr, "\r"}, {kNoBreak, ""}}) {
+        for (const auto& [type, lineBreak] : {std::pair{kCrLf, "\r\n"}, {kLf, "\n"}, {kCr, "\r"}, {kNoBreak, ""}}) {
             for (const bool tolerant : {false, true}) {
                 const Fed expected = NaiveDecode(text, tolerant, lineBreak);
                 SplitChecker("garbage", Decoder(kQP, tolerant, true, type), Direction::Decode, text, expected.Code,

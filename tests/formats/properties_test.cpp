@@ -207,6 +207,7 @@ TEST(Properties, FileInformationTravelsInABinHexText) {
 TEST(Properties, WhatAConversionCannotOpenWith) {
     ForEachFormat([](const FormatObject& format) {
         if (!format.Header()) return;
+        format.Data->put_HeaderFilename(Bstr("").Get());
         EXPECT_EQ(Process(format.Data.Get(), "", false).Code, "berEmptyFileNameInHeader");
         EXPECT_EQ(Revert(format.Data.Get(), "", false).Code, "berSessionOpened");  // Process has it until the end
         EXPECT_EQ(Name(format.Link(nullptr)), "berSessionOpened");
