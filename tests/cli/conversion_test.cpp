@@ -57,7 +57,7 @@ TEST_F(ConversionTest, FilesFoldersAndForks) {
         const char* file;
         std::string content;
     } kRows[] = {
-        {"encode -f uu abc -o t -m 644", 0, "t", "begin 0644 abc\r\n#86)C\r\n`\r\nend"},
+        {"encode -fuu abc -ot --mode=0644", 0, "t", "begin 0644 abc\r\n#86)C\r\n`\r\nend"},
         {"decode -f uu t -o d", 0, "d/abc", "abc"},
         {"decode -f uu t -o d", 3, "d/abc", "abc"},
         {"decode -f uu t -o d\\ --append", 0, "d/abc", "abcabc"},
@@ -70,8 +70,8 @@ TEST_F(ConversionTest, FilesFoldersAndForks) {
         {"decode -f binhex h -o o --resource-fork r --overwrite", 0, "r", "FORK"},
         {"encode -f qp large --then base64 --then xx --name n -o t", 0, "o", "abc"},
         {"decode -f xx t --then base64 --then qp -o d", 0, "d/n", large},
-        {"encode -f base64 -l 64 -b lf large -o t", 0, "d/n", large},
-        {"decode -f base64 t -o o --append", 0, "o", "abc" + large},
+        {"encode -f base64 -l 60 -l 64 -bcrlf --line-breaks lf large --output t", 0, "d/n", large},
+        {"decode -ptf base64 t -ao o", 0, "o", "abc" + large},
         {"encode -f hex large --offset 699999 --size 1 -o t", 0, "t", "8E"},
         {"encode -f hex abc -o abc", 3, "abc", "abc"},
         {"info h", 0, "h.rsrc", none},

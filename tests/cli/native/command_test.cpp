@@ -84,6 +84,7 @@ TEST_F(CommandTest, Options) {
          "talvo: --line-breaks: berInvalidEndOfLineType (0x80044019): Invalid end of line type.\n"},
         {"talvo encode -f base64 --wrap 5 alphabet", 2, "",
          "talvo: there is no option '--wrap'\ntalvo: try 'talvo encode --help'\n"},
+        {"talvo help decode", 0, "*talvo decode *"},
         {"talvo", 2, "", "talvo: no command given\ntalvo: try 'talvo --help'\n"},
     };
     for (const Line& line : kLines) Expect(line);
@@ -95,7 +96,6 @@ TEST_F(CommandTest, FilesThatFail) {
         {"talvo encode -f base64 missing -o out", 3, "-", "talvo: missing: cannot open for reading: * (error 2)\n"},
         {"talvo encode -f base64 . -o out", 3, "-", "talvo: .: cannot open for reading: * (error 5)\n"},
         {"talvo encode -f base64 100 -o no/such", 3, "-", "talvo: no/such: cannot open for writing: * (error 3)\n"},
-        {"talvo encode -f base64 100 -o log", 3, "-", "talvo: log: cannot open for writing: * (error 5)\n"},
         {"talvo encode -f base64 100 -o /dev/full", 3, "-", "talvo: /dev/full: cannot write: * (error 112)\n"},
         {"talvo encode -f base64 100 >/dev/full", 3, "-", "talvo: standard output: cannot write: * (error 112)\n"},
         {"talvo --help >/dev/full", 3, "-", "talvo: standard output: cannot write: * (error 112)\n"},
@@ -129,8 +129,7 @@ TEST_F(CommandTest, HeadersFoldersAndForks) {
         {"talvo encode -f base64 -l 4 -b lf --then uu -b lf --name q <abc", 0, "begin 0444 q\n$65=*:@``\n`\nend"},
         {"talvo encode -f uu abc --offset 1 --size 1 --no-header", 0, "!8@``"},
         {"cat abc | talvo encode -f hex --offset 2", 0, "63"},
-        {"talvo encode -f hex --size 0 abc", 0, ""},
-        {"talvo encode -f hex --offset 4 abc", 2, "", "talvo: abc: it ends before --offset\n"},
+        {"talvo encode -f hex --offset 18446744073709551615 abc", 2, "", "talvo: abc: it ends before --offset\n"},
         {"cat abc | talvo encode -f hex --offset 4", 2, "", "talvo: standard input: it ends before --offset\n"},
         {"talvo encode -f xx -n taken abc | talvo decode -f xx -o d/; code=$?; cat d/taken; exit $code", 3, "old",
          "talvo: d/taken: cannot open for writing: * (error 80)\ntalvo: --overwrite *\n"},
@@ -153,7 +152,6 @@ TEST_F(CommandTest, HeadersFoldersAndForks) {
         {"cat abc | talvo encode -f binhex -n q", 2, "", "talvo: the length of standard input is not known, *"},
         {"talvo encode -f hex --then binhex abc", 2, "", "talvo: the length of what BinHex encodes here is not known*"},
         {"cat abc | talvo encode -f binhex -n q --data-length 4 -o out", 1, "", "talvo: *berInvalidLengthInHeader*"},
-        {"talvo encode -f hex abc --then binhex --data-length 6 -n n | talvo decode -f binhex --then hex", 0, "abc"},
         {"truncate -s 5G big; talvo encode -f binhex big", 2, "",
          "talvo: big: a fork holds at most 4294967295 bytes\n"},
         {"talvo encode -f hex <abc -o abc; code=$?; cat abc; exit $code", 3, "abc",
@@ -173,8 +171,9 @@ TEST_F(CommandTest, Info) {
          uu + "*\ndefects:        *\n  offset 1053*: line 17000, column 7: berWarningInvalidCharacterInData *\n*"},
         {"talvo encode -f xx -n ../abc abc | talvo info", 0,
          "format:         xx\n*name:*../abc (decoding into a folder refuses it: *"},
-        {"talvo encode -f binhex abc --type TEXT --flags 257 | talvo info", 0,
-         "format:         binhex\nname:           abc\ntype:           54455854 'TEXT'\ncreator:        00000000\n"
+        {"talvo encode -f binhex abc --type TEXT --creator 0x41424344 --flags 0x101 | talvo info", 0,
+         "format:         binhex\nname:           abc\ntype:           54455854 'TEXT'\ncreator:        41424344 "
+         "'ABCD'\n"
          "flags:          0x0101\ndata fork:      3 bytes\nresource fork:  0 bytes\ndecoded size:   3 bytes\n*none\n"},
         {"for f in hex base64 qp 'uu --no-header' 'xx --no-header'; do talvo encode -f $f 100 | talvo info; done", 0,
          "format:         hex (a guess*100 bytes\n*base64 (a guess*100 bytes\n*qp (a guess*100 bytes\n*"
@@ -187,17 +186,6 @@ TEST_F(CommandTest, Info) {
         {"talvo info missing", 3, "", "*"},
     };
     for (const Line& line : kLines) Expect(line);
-}
-
-TEST_F(CommandTest, Chains) {
-    // So many locks are held at once that the thread sanitizer could not look for deadlocks among them.
-    std::string encode = "TSAN_OPTIONS=\"$TSAN_OPTIONS detect_deadlocks=0\"; talvo encode -f hex -l 60 100";
-    std::string decode = "talvo decode";
-    for (int i = 0; i < 300; ++i) {
-        encode += " --then qp";
-        decode += i == 0 ? " -f qp" : " --then qp";
-    }
-    Expect({encode + " | " + decode + " --then hex | cmp - 100", 0, ""});
 }
 
 TEST_F(CommandTest, SaysWhatIsIncomplete) {
