@@ -82,8 +82,7 @@ TEST_F(RegistryFile, TextByOtherHands) {
     ASSERT_EQ(OpenKey(HKEY_CLASSES_ROOT, "a b", &key), ERROR_SUCCESS);
     EXPECT_EQ(RegQueryValueExW(key, u"n", nullptr, nullptr, nullptr, nullptr), ERROR_UNSUPPORTED_TYPE);
     EXPECT_EQ(SetValue(key, "n", REG_SZ + 1, Bytes("expanded")), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
-    EXPECT_EQ(RegCloseKey(key), ERROR_INVALID_HANDLE);
+    RegCloseKey(key);
     SetText("A b", "one", "N2");
     EXPECT_EQ(Content(), signature_ +
                              "\n[HKEY_CLASSES_ROOT\\a b]\n\"n\"=dword:0000001A\n\"m\"=hex(7):61,00,\\\n  00,00,00,00\n"
@@ -103,19 +102,38 @@ TEST_F(RegistryFile, WhatNoFileCanHold) {
     EXPECT_EQ(Create(std::string(255, 'x') + "\\\xE4]b\"\\"), ERROR_SUCCESS);
     HKEY key = nullptr;
     ASSERT_EQ(CreateKey(HKEY_CLASSES_ROOT, "A", &key), ERROR_SUCCESS);
-    const struct {
-        const char* name;
-        std::u16string text;
-        LONG code;
-    } rows[] = {{"good", std::u16string(u"\xD83D\xDE00\0", 3), ERROR_SUCCESS},
-                {"without terminator", u"x", ERROR_INVALID_PARAMETER},
-                {"two terminators", std::u16string(u"x\0\0", 3), ERROR_INVALID_PARAMETER},
-                {"half a pair", std::u16string(u"\xD83D\0", 2), ERROR_INVALID_PARAMETER},
-                {"line\nbreak", std::u16string(1, u'\0'), ERROR_INVALID_PARAMETER}};
-    for (const auto& row : rows) {
-        const std::string bytes(reinterpret_cast<const char*>(row.text.data()), 2 * row.text.size());
-        EXPECT_EQ(SetValue(key, row.name, REG_SZ, bytes), row.code) << row.name;
+    for (const auto& text : {std::u16string(u"x"), std::u16string(u"x\0\0", 3), std::u16string(u"\xD83D\0", 2)}) {
+        const std::string bytes(reinterpret_cast<const char*>(text.data()), 2 * text.size());
+        EXPECT_EQ(SetValue(key, "one terminator, whole pairs", REG_SZ, bytes), ERROR_INVALID_PARAMETER);
     }
+    EXPECT_EQ(SetValue(key, "line\nbreak", REG_SZ, Bytes("")), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
+    EXPECT_EQ(RegCloseKey(key), ERROR_INVALID_HANDLE);
+}
+
+TEST_F(RegistryFile, OrderAndRoom) {
+    for (const char* name : {"K\\b\\Two", "K\\B\\two", "K\\C", "K\\a"}) EXPECT_EQ(Create(name), ERROR_SUCCESS);
+    HKEY key = nullptr;
+    ASSERT_EQ(OpenKey(HKEY_CLASSES_ROOT, "k", &key), ERROR_SUCCESS);
+    WCHAR name[8];
+    for (DWORD i = 0; i < 3; ++i) {
+        DWORD size = 8, small = 1;
+        EXPECT_EQ(RegEnumKeyExW(key, i, name, &small, nullptr, nullptr, nullptr, nullptr), ERROR_MORE_DATA);
+        EXPECT_EQ(RegEnumKeyExW(key, i, name, &size, nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
+        EXPECT_EQ(Narrow({name, size}), std::string(1, "abC"[i])) << "in order, as first written";
+    }
+    EXPECT_EQ(RegDeleteKeyW(key, u"b"), ERROR_ACCESS_DENIED) << "it has a key below it";
+    EXPECT_EQ(RegDeleteKeyW(key, u"b\\TWO"), ERROR_SUCCESS);
+    EXPECT_EQ(RegDeleteKeyW(key, u"b\\TWO"), ERROR_FILE_NOT_FOUND);
+    SetValue(key, "value", REG_SZ, Bytes("hello"));
+    BYTE data[16] = {};
+    for (const DWORD room : {5, 6}) {
+        DWORD size = room;
+        EXPECT_EQ(RegQueryValueExA(key, "VALUE", nullptr, nullptr, data, &size),
+                  room < 6 ? ERROR_MORE_DATA : ERROR_SUCCESS);
+        EXPECT_EQ(size, 6u);
+    }
+    EXPECT_STREQ(reinterpret_cast<char*>(data), "hello");
     RegCloseKey(key);
 }
 

@@ -1,5 +1,8 @@
-// A module with resources, a message table and a DllMain that keeps count, for the tests of the stand-in.
-#include <windows.h>
+// A module with a message table, a resource that is no type library, a DllMain that keeps count and a class, for the
+// tests of the stand-in. It may be unloaded while nobody refers to its object.
+#include "tests/platform/sample_module/sample_module.h"
+
+#include <objbase.h>
 
 #include <platform_image.h>
 
@@ -12,17 +15,31 @@ int* log = nullptr;
 HINSTANCE instance = nullptr;
 int attached = 0;
 
-const PlatformMessage kMessages[] = {{0x80044001, "Invalid character in the data."}, {2, "Ours before the system's."}};
-const char kScript[] = "script";
+const PlatformMessage kMessages[] = {{2, "Ours before the system's."}};
 const PlatformResource kResources[] = {
-    {u"REGISTRY", 102, kScript, 6},
-    {u"TypeLib", 1, kScript, 3},
+    {u"TypeLib", 1, "library", 7},
     {MAKEINTRESOURCEW(11), 1, kMessages, sizeof kMessages},
 };
 
+// The class object, which is the only object of its class too.
+class Sample final : public IClassFactory {
+public:
+    LONG volatile references = 0;
+    STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
+        *object = riid == IID_IUnknown || riid == IID_IClassFactory ? this : nullptr;
+        return *object ? (AddRef(), S_OK) : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&references)); }
+    STDMETHODIMP_(ULONG) Release() override { return static_cast<ULONG>(InterlockedDecrement(&references)); }
+    STDMETHODIMP CreateInstance(IUnknown*, REFIID riid, void** object) override { return QueryInterface(riid, object); }
+    STDMETHODIMP LockServer(BOOL) override { return E_NOTIMPL; }
+};
+
+Sample sample;
+
 }  // namespace
 
-const PlatformImage platform_image = {kResources, 3};
+const PlatformImage platform_image = {kResources, 2};
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE hinst, DWORD reason, LPVOID) {
     if (reason == DLL_PROCESS_ATTACH) attached += ready == "ready";
@@ -30,6 +47,12 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE hinst, DWORD reason, LPVOID) {
     instance = hinst;
     return TRUE;
 }
+
+STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) {
+    return rclsid == kSampleClass ? sample.QueryInterface(riid, ppv) : CLASS_E_CLASSNOTAVAILABLE;
+}
+
+STDAPI DllCanUnloadNow() { return sample.references == 0 ? S_OK : S_FALSE; }
 
 extern "C" HINSTANCE SampleInstance() { return attached == 1 ? instance : nullptr; }
 extern "C" void SampleLog(int* detachments) { log = detachments; }
