@@ -1,10 +1,10 @@
 // What calls on a component, formats that link to each other and a client's processor come to: who owns a conversion,
-// which way a session goes, what is frozen, who leads to whom, what lies in which file. What a session converts the model
-// learns from an object of the same class to which nothing else ever happens.
+// which way a session goes, what is frozen, who leads to whom. What a session converts the model learns from an object of
+// the same class to which nothing else ever happens.
 #pragma once
 
 #include "tests/support/module/client_processor.h"
-#include "tests/support/module/file_calls.h"
+#include "tests/support/module/component.h"
 #include "tests/support/module/format_classes.h"
 
 namespace talvo::test {
@@ -49,7 +49,8 @@ struct Node {
     bool LeadsToClient = false;
     std::shared_ptr<Node> Next;
     std::map<std::string, int64_t> Numbers;
-    std::string Filename;
+    WideText Filename;
+    Variant Type, Creator;  // BinHex
 
     FormatObject Straight;  // the open session, on an object of its own
     std::string Text;       // what a client would decode
@@ -59,17 +60,28 @@ struct Node {
     FormatObject Fresh() const {
         FormatObject made = New(Class);
         for (const auto& [name, value] : Numbers) made.Number(name.c_str()).Native.Put(value);
-        made.Data->put_HeaderFilename(Bstr(Filename).Get());
+        made.Data->put_HeaderFilename(
+            com::UniqueBstr(SysAllocStringLen(Filename.data(), static_cast<UINT>(Filename.size()))).Get());
+        if (const auto file = As<DTalvoBinHexEncodingFormat>(made.Data)) {
+            file->put_HeaderType(*Type.Get());
+            file->put_HeaderCreator(*Creator.Get());
+        }
         return made;
     }
     void ReadOptions(const FormatObject& from) {
         for (const auto& [name, property] : from.Numbers) Numbers[name] = property.Native.Value();
-        Filename = FilenameOf(from.Data.Get());
+        com::UniqueBstr name;
+        from.Data->get_HeaderFilename(name.Put());
+        Filename = WideText(name.Get(), SysStringLen(name.Get()));
+        if (const auto file = As<DTalvoBinHexEncodingFormat>(from.Data)) {
+            file->get_HeaderType(Type.Put());
+            file->get_HeaderCreator(Creator.Put());
+        }
     }
     // The code and the error information of a put of the name.
     std::pair<std::string, std::string> PutName(const std::string& name) {
         const std::string code = Frozen() ? "berSessionOpened" : "S_OK";
-        if (!Frozen()) Filename = name;
+        if (!Frozen()) Filename = Widen(name);
         const FormatObject format = New(Class);
         return {code, format.Header() ? ErrorFor(format.ProgId, code) : "stale"};
     }
@@ -84,8 +96,6 @@ public:
     int Forward = -1;        // the slot whose format the client's processor hands everything to
     bool CallsBack = false;  // to every object that is inside a call; they are noted below, one group a call
     std::vector<std::vector<int>> Inside;
-    std::map<std::string, std::string> Files;
-    bool Wild = false;  // a text has named a file as not every system lets one be named
 
     Converted Process(Node& node, std::string_view source, bool end) {
         if (node.Busy) return {"berBusy"};
@@ -142,78 +152,12 @@ public:
         return result;
     }
 
-    FileResult CallFile(Method method, const FileCall& call, Form form) {
-        FileResult result;
-        Wild = false;
-        DWORD read = 0;
-        DWORD written = 0;
-        std::string code = Transfer(method, call, read, written, result);
-        if (form == Form::Dual && method == Method::Read && Failed(code)) read = 0;
-        if (form == Form::Dual && method == Method::Read && !Failed(code)) code = "S_OK";  // no warning is passed on
-        result.Line = code + " " + std::to_string(read) + " " + std::to_string(written);
-        if (form == Form::Dual || result.Error.empty()) result.Error = ErrorFor(kProgId, code);
-        return result;
-    }
-
     // Text for a client to decode: what this node's chain makes of the bytes, as its options are now.
     std::string Encoded(const Node& node, const std::string& bytes) {
         return test::Process(node.Fresh().Data.Get(), node.Next ? Encoded(*node.Next, bytes) : bytes, true).Bytes;
     }
 
 private:
-    // The code, and in `result` the output of ReadFile and what the native form leaves other than for its code. There
-    // are less bytes than one slice has.
-    std::string Transfer(Method method, const FileCall& call, DWORD& read, DWORD& written, FileResult& result) {
-        const bool decode = call.Action == bfpDecode;
-        const bool flush = method != Method::Write && call.Source.empty();
-        if (call.Action > bfpDecode) return "berInvalidFileProcessing";
-        if (flush && (call.Offset != 0 || call.Size != 0 || !call.End)) return "berInvalidFilename";
-        std::string bytes = method == Method::Write ? call.Data : "";
-        if (method != Method::Write && !flush) {
-            if (!decode && Held && Held->Filename.empty()) {
-                const auto [code, error] = Held->PutName(call.Source);
-                if (code != "S_OK") return result.Error = error, code;
-            }
-            const auto file = Files.find(call.Source);
-            if (file == Files.end()) return "berFileNotFound";
-            if (file->second.empty()) return "berEmptyFile";
-            if (call.Offset >= file->second.size()) return "berInvalidFileOffset";
-            bytes = file->second.substr(call.Offset, call.Size != 0 ? call.Size : std::string::npos);
-        }
-        const auto size = static_cast<DWORD>(bytes.size());
-        const bool folder = call.Destination.ends_with('\\');  // its file is opened when there is output
-        const bool early = method != Method::Read && !flush && !folder;
-        if (early && !Open(call.Destination, call.Append)) return "berPathNotFound";
-        if (method == Method::Write && size == 0 && !call.End) return "S_OK";
-
-        const Converted output = Through(decode, bytes, call.End);
-        if (method == Method::Read) {
-            read = size;
-            result.Data = output.Bytes;
-            return output.Code;
-        }
-        if (Failed(output.Code)) return output.Code;
-        if (!output.Bytes.empty()) {
-            if (!flush) result.Error = ErrorFor(kProgId, output.Code);  // that of the conversion, should the file fail
-            if (folder && Held->Filename.empty()) return "berAccessDenied";
-            Wild = folder && (Held->Filename.find_first_not_of("abcdefghijklmnopqrstuvwxyz.") != std::string::npos ||
-                              Held->Filename.front() == '.');
-            if (Wild) return output.Code;
-            const std::string name = folder ? "folder/" + Held->Filename : call.Destination;
-            if (!early && !Open(name, call.Append)) return "berPathNotFound";
-            result.Error.clear();
-            Files[name] += output.Bytes;
-            written = static_cast<DWORD>(output.Bytes.size());
-        }
-        if (method == Method::Process) read = size;
-        return !folder || flush ? output.Code : output.Bytes.empty() ? "S_FALSE" : "S_OK";
-    }
-    bool Open(const std::string& name, bool append) {
-        if (name.starts_with("none")) return false;
-        if (!append) Files[name].clear();
-        return Files[name], true;
-    }
-
     Converted AskClient(bool process, std::string_view source, bool end) {
         NoteInside();
         if (Forward >= 0) {

@@ -48,9 +48,7 @@ Ops Shortest(unsigned seed, Ops ops) {
     return ops;
 }
 
-class Sequences : public OwnFolder {};
-
-TEST_F(Sequences, AnswerAsTheModelDoes) {
+TEST(Sequences, AnswerAsTheModelDoes) {
     constexpr unsigned kSequences = 500;
     constexpr unsigned kLeast = 60;  // where a sequence takes long
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(4);

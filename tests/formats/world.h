@@ -22,7 +22,7 @@ struct Op {
 };
 using Ops = std::vector<Op>;
 
-// Each operation asks the model first and compares the answer, the bytes, the thread's error information and the files.
+// Each operation asks the model first and compares the answer, the bytes and the thread's error information.
 class World {
 public:
     struct Kind {
@@ -33,7 +33,6 @@ public:
     static const std::vector<Kind>& Kinds() {
         static const std::vector<Kind> kinds = {{40, "convert by", &World::Convert},
                                                 {25, "component:", &World::ThroughComponent},
-                                                {12, "component: file method", &World::CallFile},
                                                 {10, "link", &World::Link},
                                                 {8, "put to", &World::Put},
                                                 {6, "component: hold", &World::Hold},
@@ -52,8 +51,6 @@ public:
     }
 
     explicit World(unsigned seed) {
-        for (const char* const gone : {"out", "folder"}) fs::remove_all(gone);
-        fs::create_directory("folder");
         for (unsigned slot = 0; slot < kSlots; ++slot) Renew(slot, seed / (slot ? slot * 6 : 1));
         RenewComponent();
         processor_->OnReset = [this] {
@@ -156,38 +153,6 @@ private:
                      [&] { return test::Convert(component_, form, decode, chunk.Bytes, chunk.End); });
     }
 
-    std::string CallFile(const Op& op) {
-        static constexpr const char* kDestinations[] = {"out", "out", "out", "folder\\", "folder\\", "none\\out"};
-        static constexpr const char* kSources[] = {"in", "in", "in", "in", "in", "in", "", "none"};
-        const auto method = static_cast<Method>(op.A % 3);
-        const Form form = op.B & 1 ? Form::Dual : Form::Native;
-        FileCall call = {.Source = kSources[op.A / 4 % 8],
-                         .Destination = kDestinations[op.A / 32 % 6],
-                         .Offset = op.B / 4 % 4,
-                         .Action = op.B / 32 % 16 == 0 ? 2 : static_cast<int>(op.B / 16 % 2),
-                         .Append = (op.B & 2) != 0};
-        const Chunk chunk = Next(op, model_.Held.get(), call.Action == bfpDecode);
-        call.Data = chunk.Bytes;
-        call.End = chunk.End || (call.Source.empty() && call.Offset == 0);
-        if (call.Offset != 0) call.Size = static_cast<DWORD>(chunk.Bytes.size());
-        // So many bytes stand before the range, and some after it.
-        model_.Files["in"] = call.Offset ? std::string(call.Offset, '#') + chunk.Bytes + "##" : chunk.Bytes;
-        Save("in", model_.Files["in"]);
-        steps_ << op.A % 3 << (form == Form::Dual ? ", dual, " : ", ") << call.Source << " from " << call.Offset
-               << " to " << call.Destination << ", action " << call.Action << ", append " << call.Append << ", ";
-        Show({chunk.Bytes, call.End});
-        const FileResult expected = model_.CallFile(method, call, form);
-        const FileResult found = CallFileMethod(component_, method, call, form);
-        if (model_.Wild) return "";
-        if (found.Line != expected.Line || found.Data != expected.Data || found.Error != expected.Error)
-            return "answers " + found.Line + " " + testing::PrintToString(found.Data) + ", " + found.Error +
-                   " instead of " + expected.Line + " " + testing::PrintToString(expected.Data) + ", " + expected.Error;
-        for (const auto& [name, content] : model_.Files) {
-            if (Load(name) != content) return "another content of " + name;
-        }
-        return fs::exists("out") == model_.Files.contains("out") ? "" : "a file too many or too few";
-    }
-
     std::string Reset(const Op& op) {
         return Check({model_.Reset(Its(op))}, "stale", [&] { return Real(op).Data->Reset(); });
     }
@@ -224,7 +189,7 @@ private:
         const Property& property = Pick(Real(op), op.C, name);
         steps_ << name << " and HeaderFilename";
         if (property.Native.Value() != Its(op).Numbers.at(name)) return "another value";
-        return Check({"S_OK", Its(op).Filename}, Real(op).Header() ? "none" : "stale", [&] {
+        return Check({"S_OK", Narrow(Its(op).Filename)}, Real(op).Header() ? "none" : "stale", [&] {
             return Converted{"S_OK", FilenameOf(Real(op).Data.Get())};
         });
     }
