@@ -93,9 +93,7 @@ public:
     std::shared_ptr<Node> Slots[kSlots];
     std::shared_ptr<Node> Held;  // by the component
     Manner Client;
-    int Forward = -1;        // the slot whose format the client's processor hands everything to
-    bool CallsBack = false;  // to every object that is inside a call; they are noted below, one group a call
-    std::vector<std::vector<int>> Inside;
+    int Forward = -1;  // the slot whose format the client's processor hands everything to
 
     Converted Process(Node& node, std::string_view source, bool end) {
         if (node.Busy) return {"berBusy"};
@@ -159,7 +157,6 @@ public:
 
 private:
     Converted AskClient(bool process, std::string_view source, bool end) {
-        NoteInside();
         if (Forward >= 0) {
             Node& to = *Slots[Forward];
             Converted answer = process ? Process(to, source, end) : Revert(to, source, end);
@@ -169,18 +166,9 @@ private:
         return {Name(reply.Code), reply.Bytes.value_or(""), 0};
     }
     void ResetClient() {
-        NoteInside();
         Client.Reset();
         if (Forward >= 0) Reset(*Slots[Forward]);
     }
-    void NoteInside() {
-        if (!CallsBack) return;
-        Inside.emplace_back();
-        for (int slot = 0; slot < kSlots; ++slot) {
-            if (Slots[slot]->Busy) Inside.back().push_back(slot);
-        }
-    }
-
     Converted Convert(Node& node, Way way, std::string_view source, bool end) {
         if (node.Session != Way::Idle && node.Session != way) return {"berSessionOpened"};
         if (node.Session == Way::Idle) node.Straight = node.Fresh();
