@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "cli/carried_name.h"
-#include "cli/commands.h"
 #include "cli/progress.h"
 #include "cli/streams.h"
 
@@ -56,16 +55,6 @@ TEST(Options, Refused) {
     for (const auto& row : kRows) {
         const std::string complaint = Parse(row.line).complaint;
         EXPECT_NE(complaint.find(row.complaint), std::string::npos) << row.line << ": " << complaint;
-    }
-}
-
-TEST(Help, FitsATerminal) {
-    for (const Command command :
-         {Command::Overview, Command::Encode, Command::Decode, Command::Info, Command::Register}) {
-        std::string_view text = HelpFor(command);
-        for (size_t end; (end = text.find('\n')) != std::string_view::npos; text.remove_prefix(end + 1))
-            EXPECT_LE(end, 80u) << text.substr(0, end);
-        EXPECT_EQ(text, "") << "the last line is not ended";
     }
 }
 

@@ -119,7 +119,7 @@ TEST(GroupDecode, DamagedTexts) {
         const bool lengths = kind == kUU || kind == kXX;
         const std::string lines = NaiveText(kind, RandomBytes(random, 60), 41, "\n") + "\n";
         const std::string framed = "begin 644 n\r\n" + lines + DigitsOf(kind)[0] + "\nend\r\n";
-        for (size_t i = 0; i < 30 * lines.size() && !HasFailure(); ++i) {
+        for (size_t i = 0; i < 16 * lines.size() && !HasFailure(); ++i) {
             const bool header = lengths && i % 2;
             std::string text = header ? framed : lines;
             const size_t at = i % text.size();
