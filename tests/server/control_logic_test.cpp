@@ -60,14 +60,12 @@ TEST(ControlLogic, Properties) {
     } kRows[] = {
         {"none", VT_EMPTY, 0, S_OK, 99},
         {"unsigned", VT_UI4, 0x7FFFFFFF, S_OK, 0x7FFFFFFF},
-        {"a small number", VT_I2, 7, S_OK, 7},
         {"digits", VT_BSTR, text(digits), S_OK, 500},
         {"words", VT_BSTR, text(words), DISP_E_TYPEMISMATCH, 99},
         {"negative", VT_I4, 0xFFFFFFFB, DISP_E_OVERFLOW, 99},
         {"huge", VT_UI4, 0x80000000, DISP_E_OVERFLOW, 99},
         {"beyond 32 bits", VT_UI8, 0x100000001, DISP_E_OVERFLOW, 99},
         {"an object", VT_UNKNOWN, 0, DISP_E_TYPEMISMATCH, 99},
-        {"null", VT_NULL, 0, DISP_E_TYPEMISMATCH, 99},
     };
     for (const auto& row : kRows) {
         VARIANT value{};
@@ -97,7 +95,6 @@ TEST(ControlLogic, Colours) {
 
 TEST(ControlLogic, Links) {
     LinkState link;
-    EXPECT_FALSE(link.Release(true));
     for (const bool on : {false, true}) {
         for (const bool off : {false, true}) {
             EXPECT_EQ(link.Press(on), on);
@@ -105,10 +102,6 @@ TEST(ControlLogic, Links) {
             EXPECT_FALSE(link.Release(true));
         }
     }
-    link.Press(true);
-    link.LoseMouse();
-    EXPECT_FALSE(link.Release(true));
-
     EXPECT_EQ(link.CurrentColour(), Colour(0, 0, 255));
     EXPECT_FALSE(link.Opened(32));
     EXPECT_EQ(link.CurrentColour(), Colour(0, 0, 255));
@@ -122,7 +115,6 @@ TEST(ControlLogic, Links) {
 TEST(ControlLogic, Versions) {
     EXPECT_STREQ(FormatVersion(0x00010001, 0x00660000).data(), "1.1.102.0");
     EXPECT_STREQ(FormatVersion(0xFFFFFFFF, 0xFFFFFFFF).data(), "65535.65535.65535.65535");
-    EXPECT_STREQ(FormatVersion(0, 0).data(), "0.0.0.0");
 }
 
 TEST(ControlLogic, Places) {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -35,7 +34,7 @@ std::string TakeOpened() {
     return std::exchange(g_opened, "");
 }
 
-const std::string kOpensWeb = "open https://www.talvo.example;";
+constexpr const char* kOpensWeb = "open https://www.talvo.example;";
 
 HWND FindBox() {
     const HWND box = FindWindowA("#32770", "About Talvo Binary Encoding");
@@ -79,8 +78,6 @@ bool Shows(HWND link, DWORD colour) {
     return WaitUntil([&] { return HasColour(link, colour); });
 }
 
-void Focus(HWND box, int id) { SendMessageA(box, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(box, id)), TRUE); }
-
 void Click(HWND link) {
     SendMessageA(link, WM_LBUTTONDOWN, 0, kOnLabel);
     SendMessageA(link, WM_LBUTTONUP, 0, kOnLabel);
@@ -103,26 +100,9 @@ std::vector<std::string> Tooltips(HWND box) {
     return texts;
 }
 
-// Places and texts are the resource's. The module adds the titles' font, the version, the links and their tooltips.
+// Places and texts are the resource's. The module adds the titles' font, the version, the links and their tooltips, and
+// puts the box over its owner or the screen.
 TEST_F(AboutBox, Contents) {
-    Show([](HWND box) {
-        EXPECT_TRUE(Shows(GetDlgItem(box, kEmail), kBlue));
-        EXPECT_FALSE(HasColour(GetDlgItem(box, kPhone), kBlue));
-        KeepPicture("about_box", ScreenPixels(ScreenPlace(box)));
-        for (const int id : {kProduct, kSupport}) {
-            LOGFONTA font{};
-            GetObjectA(reinterpret_cast<HFONT>(SendDlgItemMessageA(box, id, WM_GETFONT, 0, 0)), sizeof font, &font);
-            EXPECT_STREQ(font.lfFaceName, "Arial") << id;
-            EXPECT_EQ(font.lfHeight, 18) << id;
-            EXPECT_EQ(font.lfWeight, FW_BOLD) << id;
-        }
-        EXPECT_EQ(Text(GetDlgItem(box, kVersion)), "1.1.0.0");
-        EXPECT_TRUE(ShowsPicture(GetDlgItem(box, -1)));
-        EXPECT_EQ(Tooltips(box), (std::vector<std::string>{"https://www.talvo.example", "support@talvo.example"}));
-    });
-}
-
-TEST_F(AboutBox, InTheMiddle) {
     const HWND owner =
         CreateWindowA("Static", "owner", WS_POPUP, 300, 200, 500, 400, nullptr, nullptr, nullptr, nullptr);
     for (const bool owned : {false, true}) {
@@ -134,87 +114,89 @@ TEST_F(AboutBox, InTheMiddle) {
             EXPECT_EQ(GetWindow(box, GW_OWNER), owned ? owner : nullptr);
             EXPECT_LE(std::abs((place.left + place.right) - (over.left + over.right)), 2);
             EXPECT_LE(std::abs((place.top + place.bottom) - (over.top + over.bottom)), 2);
+            EXPECT_TRUE(Shows(GetDlgItem(box, kEmail), kBlue));
+            EXPECT_FALSE(HasColour(GetDlgItem(box, kPhone), kBlue));
+            if (!owned) KeepPicture("about_box", ScreenPixels(place));
+            for (const int id : {kProduct, kSupport}) {
+                LOGFONTA font{};
+                GetObjectA(reinterpret_cast<HFONT>(SendDlgItemMessageA(box, id, WM_GETFONT, 0, 0)), sizeof font, &font);
+                EXPECT_STREQ(font.lfFaceName, "Arial") << id;
+                EXPECT_EQ(font.lfHeight, 18) << id;
+                EXPECT_EQ(font.lfWeight, FW_BOLD) << id;
+            }
+            EXPECT_EQ(Text(GetDlgItem(box, kVersion)), "1.1.0.0");
+            EXPECT_TRUE(ShowsPicture(GetDlgItem(box, -1)));
+            EXPECT_EQ(Tooltips(box), (std::vector<std::string>{"https://www.talvo.example", "support@talvo.example"}));
         });
     }
     DestroyWindow(owner);
 }
 
+// A hand over the label and nowhere else; a press holds the mouse until it is let go of or taken away.
 TEST_F(AboutBox, LinksByMouse) {
     ASSERT_TRUE(shell_.Works());
-    struct Step {
+    const LPARAM off = MAKELPARAM(10, 60), beside = MAKELPARAM(190, 5);
+    const struct {
         UINT message;
         LPARAM place;
-    };
-    const LPARAM on = kOnLabel, off = MAKELPARAM(10, 60), beside = MAKELPARAM(180, 5);
-    const struct {
-        const char* name;
-        std::vector<Step> steps;
-        std::string opened;
-    } kRows[] = {
-        {"pressed and released", {{WM_LBUTTONDOWN, on}, {WM_LBUTTONUP, on}}, kOpensWeb},
-        {"moved off, released", {{WM_LBUTTONDOWN, on}, {WM_MOUSEMOVE, off}, {WM_LBUTTONUP, off}}, ""},
-        {"beside the label", {{WM_LBUTTONDOWN, beside}, {WM_LBUTTONUP, on}}, ""},
-        {"capture lost", {{WM_LBUTTONDOWN, on}, {WM_CANCELMODE, 0}, {WM_LBUTTONUP, on}}, ""},
+        bool holds;
+        const char* opens = "";
+    } kSteps[] = {
+        {WM_LBUTTONDOWN, kOnLabel, true}, {WM_MOUSEMOVE, off, true},
+        {WM_LBUTTONUP, off, false},       {WM_LBUTTONDOWN, beside, false},
+        {WM_LBUTTONUP, kOnLabel, false},  {WM_LBUTTONDOWN, kOnLabel, true},
+        {WM_CANCELMODE, 0, false},        {WM_LBUTTONUP, kOnLabel, false},
+        {WM_LBUTTONDOWN, kOnLabel, true}, {WM_LBUTTONUP, kOnLabel, false, kOpensWeb},
     };
     Show([&](HWND box) {
         const HWND link = GetDlgItem(box, kWeb);
-        for (const auto& row : kRows) {
-            for (const Step& step : row.steps) {
-                SendMessageA(link, step.message, 0, step.place);
-                GUITHREADINFO thread{};
-                thread.cbSize = sizeof thread;
-                GetGUIThreadInfo(GetWindowThreadProcessId(box, nullptr), &thread);
-                const bool captured =
-                    step.message == WM_MOUSEMOVE || (step.message == WM_LBUTTONDOWN && step.place == on);
-                EXPECT_EQ(thread.hwndCapture == link, captured) << row.name;
-                EXPECT_TRUE(!captured || thread.hwndFocus == link) << row.name;
-            }
-            EXPECT_EQ(TakeOpened(), row.opened) << row.name;
+        for (const auto& step : kSteps) {
+            SCOPED_TRACE(&step - kSteps);
+            SendMessageA(link, step.message, 0, step.place);
+            GUITHREADINFO thread{};
+            thread.cbSize = sizeof thread;
+            GetGUIThreadInfo(GetWindowThreadProcessId(box, nullptr), &thread);
+            EXPECT_EQ(thread.hwndCapture == link, step.holds);
+            EXPECT_EQ(thread.hwndFocus, link);
+            EXPECT_EQ(TakeOpened(), step.opens);
         }
         Click(GetDlgItem(box, kEmail));
         EXPECT_EQ(TakeOpened(),
                   "open mailto:support@talvo.example?subject=Talvo%20Binary%20Encoding%201.1%20Support%20Question;");
-    });
-}
-
-// A hand over the label and nowhere else; a rectangle around it while it has the focus.
-TEST_F(AboutBox, PointerAndFocus) {
-    Show([](HWND box) {
-        const HWND link = GetDlgItem(box, kWeb);
-        for (const bool over : {true, false}) {
-            POINT point{over ? 10 : 190, 5};
+        for (const LPARAM place : {kOnLabel, beside}) {
+            POINT point{LOWORD(place), HIWORD(place)};
             ClientToScreen(link, &point);
             const auto lParam = MAKELPARAM(HTCLIENT, WM_MOUSEMOVE);
             EXPECT_TRUE(WaitUntil([&] {
                 return SetCursorPos(point.x, point.y) &&
-                       SendMessageA(link, WM_SETCURSOR, reinterpret_cast<WPARAM>(link), lParam) == over;
+                       SendMessageA(link, WM_SETCURSOR, reinterpret_cast<WPARAM>(link), lParam) == (place == kOnLabel);
             }));
             CURSORINFO shown{};
             shown.cbSize = sizeof shown;
             GetCursorInfo(&shown);
-            EXPECT_EQ(shown.hCursor == LoadCursorA(nullptr, IDC_HAND), over);
+            EXPECT_EQ(shown.hCursor == LoadCursorA(nullptr, IDC_HAND), place == kOnLabel);
         }
-        EXPECT_TRUE(Shows(link, kBlue));
-        const Pixels before = Look(link);
-        Focus(box, kWeb);
-        EXPECT_TRUE(WaitUntil([&] { return !(Look(link) == before); }));
-        Focus(box, IDCANCEL);
-        EXPECT_TRUE(WaitUntil([&] { return Look(link) == before; }));
     });
 }
 
-// Keys go the way of typed ones, through the dialog's message loop.
-TEST_F(AboutBox, Keyboard) {
-    Show([&](HWND box) {
+// A rectangle shows the focus. Keys go the way of typed ones, through the dialog's message loop.
+TEST_F(AboutBox, LinksByKeyboard) {
+    Show([](HWND box) {
         const HWND link = GetDlgItem(box, kWeb);
-        Focus(box, kWeb);
+        EXPECT_TRUE(Shows(link, kBlue));
+        const Pixels before = Look(link);
+        for (const int focused : {kWeb, IDCANCEL, kWeb}) {
+            SendMessageA(box, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(box, focused)), TRUE);
+            EXPECT_TRUE(WaitUntil([&] { return (Look(link) == before) == (focused == IDCANCEL); }));
+        }
         const auto type = [&](WPARAM key) {
             PostMessageA(link, WM_KEYDOWN, key, 1);
             PostMessageA(link, WM_KEYUP, key, static_cast<LPARAM>(0xC0000001));
         };
         std::string opened;
         for (const WPARAM key : {WPARAM{'A'}, WPARAM{VK_RETURN}, WPARAM{VK_SPACE}}) type(key);
-        EXPECT_TRUE(WaitUntil([&] { return (opened += TakeOpened()) == kOpensWeb + kOpensWeb; })) << opened;
+        EXPECT_TRUE(WaitUntil([&] { return (opened += TakeOpened()) == std::string(kOpensWeb) + kOpensWeb; }))
+            << opened;
         EXPECT_TRUE(IsWindow(box));
         type(VK_ESCAPE);
         EXPECT_TRUE(WaitUntil([&] { return !IsWindow(box); }));
@@ -226,24 +208,18 @@ TEST_F(AboutBox, ColoursBeforeAndAfterTheVisit) {
     constexpr const char* kOwn = "TalvoTestOfColours";
     constexpr DWORD kRed = 0xFF0000, kGreen = 0x008000;
     const struct {
-        const char* link;
-        const char* visited;
+        bool theirs;
         INT_PTR shell;
         DWORD before, after;
-    } kRows[] = {
-        {nullptr, nullptr, 33, kBlue, kPurple},
-        {"255,0,0", "0,128,0", 33, kRed, kGreen},
-        {"red", "0,128,0", 32, kBlue, kBlue},
-    };
+    } kRows[] = {{false, 33, kBlue, kPurple}, {true, 33, kRed, kGreen}, {true, 32, kRed, kRed}};
     HKEY own = nullptr;
     RegCreateKeyA(HKEY_CURRENT_USER, kOwn, &own);
     RegOverridePredefKey(HKEY_CURRENT_USER, own);
     for (const auto& row : kRows) {
-        for (const auto& [name, text] : {std::pair{"Anchor Color", row.link}, {"Anchor Color Visited", row.visited}}) {
-            constexpr const char* kKey = "Software\\Microsoft\\Internet Explorer\\Settings";
-            RegDeleteKeyValueA(HKEY_CURRENT_USER, kKey, name);
-            if (text)
-                RegSetKeyValueA(HKEY_CURRENT_USER, kKey, name, REG_SZ, text, static_cast<DWORD>(std::strlen(text) + 1));
+        constexpr const char* kKey = "Software\\Microsoft\\Internet Explorer\\Settings";
+        if (row.theirs) {
+            RegSetKeyValueA(HKEY_CURRENT_USER, kKey, "Anchor Color", REG_SZ, "255,0,0", 8);
+            RegSetKeyValueA(HKEY_CURRENT_USER, kKey, "Anchor Color Visited", REG_SZ, "0,128,0", 8);
         }
         g_shellAnswer = row.shell;
         Show([&](HWND box) {
