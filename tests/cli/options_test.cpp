@@ -9,7 +9,6 @@
 
 #include "cli/carried_name.h"
 #include "cli/progress.h"
-#include "cli/streams.h"
 
 namespace talvo {
 namespace {

@@ -78,14 +78,13 @@ TEST_F(ObjectTest, EndsOnceAloneAndInAnAggregate) {
     SetUp();
     Outer outer;
     ASSERT_EQ(com::CreateObject<Sample>(&outer, __uuidof(IUnknown), outer.Inner.PutVoid()), S_OK);
-    EXPECT_EQ(outer.References, 1u) << "an inner object holds no reference to its outer";
     {
         ComPtr<ISupportErrorInfo> value;
         ASSERT_EQ(outer.QueryInterface(__uuidof(ISupportErrorInfo), value.PutVoid()), S_OK);
         EXPECT_EQ(value->AddRef(), 3u);
         EXPECT_EQ(value->Release(), 2u);
     }
-    EXPECT_EQ(outer.References, 1u);
+    EXPECT_EQ(outer.References, 1u) << "an inner object holds no reference to its outer";
     ExpectEnd(outer.Inner.Detach());
 }
 

@@ -148,18 +148,11 @@ TEST(UuXxDecode, TheHeaderWaitsForTheNextLine) {
 
 // Two characters may stand for 63 bytes, so the output outgrows every estimate.
 TEST(UuXxDecode, LinesThatAnnounceMuch) {
-    const std::string full = "M" + Times(15, "0V%T") + "\n";
-    const struct {
-        const char* name;
-        std::string text, bytes;
-    } kRows[] = {
-        {"empty lines", Times(500, "_\n"), Zeros(500 * 63)},
-        {"the last of many", Times(60, full) + "_\n`", Times(60 * 15, "Cat") + Zeros(63)},
-        {"in turn", Times(60, full + "_\n"), Times(60, Times(15, "Cat") + Zeros(63))},
-    };
-    for (const auto& row : kRows) {
-        CheckEverySplit(row.name, Decoder(kUU, false, false), Direction::Decode, row.text, S_OK, row.bytes);
-    }
+    const std::string full = "M" + Times(15, "0V%T") + "\n", bytes = Times(15, "Cat") + Zeros(63);
+    CheckEverySplit("empty lines", Decoder(kUU, false, false), Direction::Decode, Times(500, "_\n"), S_OK,
+                    Zeros(500 * 63));
+    CheckEverySplit("in turn", Decoder(kUU, false, false), Direction::Decode, Times(60, full + "_\n"), S_OK,
+                    Times(60, bytes));
 }
 
 }  // namespace
