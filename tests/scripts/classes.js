@@ -25,7 +25,6 @@ for (var i = 0; i < classes.length; ++i) {
       format[property] = rows[j][2];
       check(name + " " + property + " set", format[property], rows[j][3]);
     }
-    check(name + " sub-processing", format.SubProcessing, null);
     format.SubProcessing = new ActiveXObject("Talvo.HexaEncoding");
     check(name + " sub-processing set", format.SubProcessing.MaxLineLength, 0);
   }

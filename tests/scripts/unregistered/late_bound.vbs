@@ -1,8 +1,7 @@
 ' The classes are registered, their type library is not: objects can be created, late-bound calls cannot be served.
 Dim name, object
 On Error Resume Next
-For Each name In Array("BinaryEncoding", "UUEncoding", "XXEncoding", "Base64Encoding", "HexaEncoding", _
-                       "BinHexEncoding", "QuotedPrintableEncoding")
+For Each name In Array("BinaryEncoding", "BinHexEncoding")
   Err.Clear
   Set object = CreateObject("Talvo." & name)
   Check name & " can be created", Hex(Err.Number), "0"
