@@ -9,7 +9,7 @@
 #include <thread>
 #include <utility>
 
-#include "tests/windows/control.h"
+#include "tests/windows/user_interface.h"
 
 namespace talvo::test {
 namespace {

@@ -2,7 +2,7 @@
 #include <map>
 
 #include "tests/support/module/identity.h"
-#include "tests/windows/control.h"
+#include "tests/windows/user_interface.h"
 
 namespace talvo::test {
 namespace {
