@@ -66,6 +66,7 @@ TEST(ControlLogic, Properties) {
         {"huge", VT_UI4, 0x80000000, DISP_E_OVERFLOW, 99},
         {"beyond 32 bits", VT_UI8, 0x100000001, DISP_E_OVERFLOW, 99},
         {"an object", VT_UNKNOWN, 0, DISP_E_TYPEMISMATCH, 99},
+        {"null", VT_NULL, 0, DISP_E_TYPEMISMATCH, 99},
     };
     for (const auto& row : kRows) {
         VARIANT value{};
@@ -102,6 +103,10 @@ TEST(ControlLogic, Links) {
             EXPECT_FALSE(link.Release(true));
         }
     }
+    link.Press(true);
+    link.LoseMouse();
+    EXPECT_FALSE(link.Release(true));
+
     EXPECT_EQ(link.CurrentColour(), Colour(0, 0, 255));
     EXPECT_FALSE(link.Opened(32));
     EXPECT_EQ(link.CurrentColour(), Colour(0, 0, 255));

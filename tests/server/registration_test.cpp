@@ -84,6 +84,8 @@ TEST(Registration, RoundsLeaveTheRegistryAsItWas) {
 }
 
 TEST(Registration, LeavesWhatOthersHavePutThere) {
+    const std::string otherClass = "CLSID\\{11111111-2222-3333-4444-555555555555}";
+    SetText(otherClass, "Somebody else's");
     SetText("Talvo.UUEncoding.1\\shell", "mine");
     SetText("Talvo.UUEncoding\\CLSID\\note", "mine");
     SetText("CLSID\\" + GuidText(CLSID_TalvoUUEncodingFormat) + "\\Extra", "goes with its class");
@@ -93,7 +95,8 @@ TEST(Registration, LeavesWhatOthersHavePutThere) {
                                          {"Talvo.UUEncoding", "-"},
                                          {"Talvo.UUEncoding\\CLSID", "-"},
                                          {"Talvo.UUEncoding\\CLSID\\note", "mine"}}));
-    for (const char* key : {"Talvo.UUEncoding.1", "Talvo.UUEncoding"})
+    EXPECT_EQ(ReadTree(otherClass), (RegistryTree{{otherClass, "Somebody else's"}}));
+    for (const std::string& key : {std::string("Talvo.UUEncoding.1"), std::string("Talvo.UUEncoding"), otherClass})
         EXPECT_EQ(DeleteTree(HKEY_CLASSES_ROOT, key), ERROR_SUCCESS);
 
     // A registration finds what is left of an older one below its class and starts that afresh.

@@ -133,6 +133,9 @@ TEST(Container, SinksAreTold) {
         change(6);
         change(7);
         EXPECT_EQ(site.Take(), "view;");
+        com::ComPtr<IAdviseSink> sink;
+        EXPECT_EQ(view->GetAdvise(nullptr, nullptr, sink.Put()), S_OK);
+        EXPECT_EQ(sink.Get(), nullptr);
         SIZEL size = Natural();
         for (const char* const expected : {"closed;", "save;closed;"}) {  // only what was changed is to be saved
             EXPECT_EQ(control->Close(OLECLOSE_SAVEIFDIRTY), S_OK);

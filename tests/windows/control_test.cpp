@@ -169,8 +169,10 @@ TEST(Control, Storages) {
     const auto control = Control<IPersistStorage>(), copy = Control<IPersistStorage>();
     const auto stream = As<IPersistStreamInit>(control);
     EXPECT_EQ(Name(control->Load(storage.Get())), Name(STG_E_FILENOTFOUND));
+    EXPECT_EQ(control->InitNew(storage.Get()), S_OK);
     EXPECT_EQ(stream->Load(StreamOf(WithWidth(SavedBytes(stream), 423)).Get()), S_OK);
     EXPECT_EQ(control->Save(storage.Get(), TRUE), S_OK);
+    EXPECT_EQ(control->SaveCompleted(nullptr), S_OK);
     EXPECT_EQ(copy->Load(storage.Get()), S_OK);
     EXPECT_EQ(ExtentOf(copy), Show({423, Natural().cy}));
 }
