@@ -6,7 +6,7 @@
 . tools/wine.sh
 
 windows_folder=build/windows  # laid out here first, and logs come back to here
-type_records=(sdk/TalvoBinaryEncoding.typelib.txt tests/platform/data/probe.typelib.txt)
+type_record=sdk/TalvoBinaryEncoding.typelib.txt
 
 need_windows_tools() {
   need g++-mingw-w64-i686-posix "compiles for 32-bit Windows" command -v i686-w64-mingw32-g++-posix
@@ -66,7 +66,7 @@ lay_out_tests() {
   mkdir -p "$windows_folder"/{32,64,data} || return 1
   cp -r build/win32/bin/. "$windows_folder/32" || return 1
   cp -r build/win64/bin/. "$windows_folder/64" || return 1
-  cp "${type_records[@]}" "$windows_folder/data" || return 1
+  cp "$type_record" "$windows_folder/data" || return 1
   lay_out_scripts && lay_out_samples && hand_over
 }
 
@@ -117,31 +117,28 @@ run_on_windows() {
   rm -rf "$windows_folder"
   mkdir -p "$windows_folder"/{"$1",data}
   cp -r "build/win$1/bin/." "$windows_folder/$1"
-  cp "${type_records[@]}" "$windows_folder/data"
+  cp "$type_record" "$windows_folder/data"
   hand_over
   in_wine_root bash /home/wine/run/session.sh run "$@"
 }
 
 # --- what is made of the IDL ------------------------------------------------------------------------------------------
 
-# Writes the committed header and the records of the type libraries anew. Needs only the IDL to be right, not the module.
+# Writes the committed header and the record of the type library anew. Needs only the IDL to be right, not the module.
 write_idl_files() {
-  local record
   need_windows_tools
   install_needed
-  build win64 generated_header type_library type_library_dump probe_library
+  build win64 generated_header type_library type_library_dump
   setup_wine
   rm -rf "$windows_folder"
   mkdir -p "$windows_folder"/{64,data}
-  cp build/win64/bin/{type_library_dump.exe,probe.tlb} build/win64/generated/TalvoBinaryEncoding.tlb "$windows_folder/64"
+  cp build/win64/bin/type_library_dump.exe build/win64/generated/TalvoBinaryEncoding.tlb "$windows_folder/64"
   hand_over
   cp build/win64/generated/sdk/TalvoBinaryEncoding.h sdk/
-  for record in "${type_records[@]}"; do
-    in_wine_root bash /home/wine/run/session.sh run 64 type_library_dump.exe "$(basename "$record" .typelib.txt).tlb" |
-      tr -d '\r' >build/record.txt
-    cp build/record.txt "$record"
-  done
-  git diff --stat -- sdk "${type_records[@]}"
+  in_wine_root bash /home/wine/run/session.sh run 64 type_library_dump.exe TalvoBinaryEncoding.tlb | tr -d '\r' \
+    >build/record.txt
+  cp build/record.txt "$type_record"
+  git diff --stat -- sdk
 }
 
 # --- test -------------------------------------------------------------------------------------------------------------

@@ -1,19 +1,12 @@
-// A module with a message table, a resource that is no type library, a DllMain that keeps count and a class, for the
-// tests of the stand-in. It may be unloaded while nobody refers to its object.
+// A module with a message table, a resource that is no type library, and a class, for the tests of the stand-in. It may
+// be unloaded while nobody refers to its object.
 #include "tests/platform/sample_module/sample_module.h"
 
 #include <objbase.h>
 
 #include <platform_image.h>
 
-#include <string>
-
 namespace {
-
-const std::string ready = "ready";  // made before DllMain is told, gone after
-int* log = nullptr;
-HINSTANCE instance = nullptr;
-int attached = 0;
 
 const PlatformMessage kMessages[] = {{2, "Ours before the system's."}};
 const PlatformResource kResources[] = {
@@ -41,18 +34,10 @@ Sample sample;
 
 const PlatformImage platform_image = {kResources, 2};
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE hinst, DWORD reason, LPVOID) {
-    if (reason == DLL_PROCESS_ATTACH) attached += ready == "ready";
-    if (reason == DLL_PROCESS_DETACH && log) *log += ready == "ready";
-    instance = hinst;
-    return TRUE;
-}
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) { return TRUE; }
 
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) {
     return rclsid == kSampleClass ? sample.QueryInterface(riid, ppv) : CLASS_E_CLASSNOTAVAILABLE;
 }
 
 STDAPI DllCanUnloadNow() { return sample.references == 0 ? S_OK : S_FALSE; }
-
-extern "C" HINSTANCE SampleInstance() { return attached == 1 ? instance : nullptr; }
-extern "C" void SampleLog(int* detachments) { log = detachments; }
