@@ -22,6 +22,7 @@ TEST(Invoke, ValuesOfProperties) {
         std::string outcome;  // the value as it comes back, or why it was refused
         bool refused = false;
         WORD flags = kPut;
+        CLSID format = CLSID_TalvoBinHexEncodingFormat;
     } rows[] = {
         {1809, Variant::Ref(VT_I2, &narrow), "i4:4"},
         {1809, toText, "i4:12"},
@@ -33,18 +34,24 @@ TEST(Invoke, ValuesOfProperties) {
         {1809, Variant::Ref(VT_I4, nullptr), "DISP_E_TYPEMISMATCH", true},
         {1809, kMissing, "DISP_E_PARAMNOTOPTIONAL", true},
         {1808, Variant::Text("-7"), "i2:-7"},
+        {1808, 0x10000, "DISP_E_OVERFLOW"},
         {1806, Variant::Bytes("TEXT"), "bytes TEXT"},
         {1805, 7, "\"7\""},
         {1805, Variant(), "\"\""},
         {1803, Variant::Text("true"), "true"},
+        {1803, 1, "true"},
         {1801, Variant::Of(VT_I2, bltLf), "i4:2"},
         {1800, Variant(static_cast<IDispatch*>(nullptr)), "no object", false, kPutRef},
         {1800, Variant(Create<IDispatch>(CLSID_TalvoHexaEncodingFormat).Get()), "object", false, kPutRef},
         {1800, 4, "DISP_E_TYPEMISMATCH", false, kPutRef},
+        {1006, 0x1FF, "i4:511", false, kPut, CLSID_TalvoUUEncodingFormat},
+        {1204, Variant::Truth(false), "false", false, kPut, CLSID_TalvoXXEncodingFormat},
+        {1402, Variant::Bytes("12"), "DISP_E_TYPEMISMATCH", false, kPut, CLSID_TalvoBase64EncodingFormat},
+        {1603, Variant(), "false", false, kPut, CLSID_TalvoHexaEncodingFormat},
     };
     for (const auto& row : rows) {
         if (row.refused && UnderWine()) continue;
-        const auto format = Create<IDispatch>(CLSID_TalvoBinHexEncodingFormat);
+        const auto format = Create<IDispatch>(row.format);
         const Outcome put = Invoke(format.Get(), row.member, row.flags, {{"value", row.value}}, {DISPID_PROPERTYPUT});
         const Outcome get = Invoke(format.Get(), row.member, DISPATCH_PROPERTYGET | DISPATCH_METHOD, {}, {});
         EXPECT_EQ(put.Code == "S_OK" ? get.Result.Show() : put.Code, row.outcome) << row.member;

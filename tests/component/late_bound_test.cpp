@@ -65,31 +65,6 @@ TEST(LateBound, TypeInformation) {
     info->ReleaseTypeAttr(attributes);
 }
 
-TEST(LateBound, PropertiesOfTheFormats) {
-    // Put, and get again: the value as it comes back, or why it was refused.
-    const struct {
-        const char* ProgId;
-        const char* Member;
-        Variant Put;
-        std::string Get;
-    } rows[] = {
-        {"Talvo.UUEncoding.1", "HeaderPermissions", Variant(0x1FF), "i4:511"},
-        {"Talvo.XXEncoding.1", "IncludeHeaderFooter", Variant::Truth(false), "false"},
-        {"Talvo.Base64Encoding.1", "MaxLineLength", Variant::Text("64"), "i4:64"},
-        {"Talvo.Base64Encoding.1", "MaxLineLength", Variant::Bytes("12"), "DISP_E_TYPEMISMATCH"},
-        {"Talvo.HexaEncoding.1", "ContinueOnInvalidData", Variant(1), "true"},
-        {"Talvo.BinHexEncoding.1", "HeaderFlags", Variant(-2), "i2:-2"},
-        {"Talvo.BinHexEncoding.1", "HeaderFlags", Variant(0x10000), Name(DISP_E_OVERFLOW)},
-        {"Talvo.BinHexEncoding.1", "HeaderDataForkLength", Variant(-1), "i4:-1"},
-    };
-    for (const auto& row : rows) {
-        const auto object = ByProgId(row.ProgId);
-        const Outcome put = Call(object.Get(), row.Member, DISPATCH_PROPERTYPUT, {row.Put});
-        const Outcome get = Call(object.Get(), row.Member, DISPATCH_PROPERTYGET);
-        EXPECT_EQ(put.Code == "S_OK" ? get.Result.Show() : put.Code, row.Get) << row.ProgId << "." << row.Member;
-    }
-}
-
 TEST(LateBound, FailuresArriveAsExceptions) {
     const auto format = ByProgId("Talvo.UUEncoding.1");
     const Outcome put = Call(format.Get(), "EndOfLineType", DISPATCH_PROPERTYPUT, {Variant(bltNone)});

@@ -11,10 +11,10 @@
 namespace talvo::test {
 
 // Without `opened` the key is closed again.
-inline LONG CreateKey(HKEY parent, const std::string& name, HKEY* opened = nullptr, DWORD* disposition = nullptr) {
+inline LONG CreateKey(HKEY parent, const std::string& name, HKEY* opened = nullptr) {
     HKEY key = nullptr;
     const LONG code = RegCreateKeyExW(parent, Widen(name).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                                      opened ? opened : &key, disposition);
+                                      opened ? opened : &key, nullptr);
     if (key) RegCloseKey(key);
     return code;
 }

@@ -32,14 +32,8 @@ std::string Show(const VARIANT& value) {
             return Show(value.bstrVal);
         case VT_DISPATCH:
             return value.pdispVal ? "object" : "no object";
-        case VT_ERROR:
-            return value.scode == DISP_E_PARAMNOTFOUND ? "missing" : "error";
         case VT_ARRAY | VT_UI1:
             return ShowBytes(value.parray);
-        case VT_BYREF | VT_VARIANT:
-            return "ref " + Show(*value.pvarVal);
-        case VT_BYREF | VT_I4:
-            return "ref i4:" + std::to_string(*value.plVal);
         default:
             return "vt" + std::to_string(value.vt);
     }

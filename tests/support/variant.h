@@ -10,9 +10,8 @@
 
 namespace talvo::test {
 
-// "empty", "null", "i4:7", "i2:7", "true", "false", "\"text\"", "object", "no object", "missing", "error", "ref " with
-// what is referred to, "bytes ..." for a byte array as results have it (unlocked, lower bound 0); of anything else the
-// type's number, of what is not as it must be "(bad ...)".
+// "empty", "null", "i4:7", "i2:7", "true", "false", "\"text\"", "object", "no object", "bytes ..." for a byte array as
+// results have it (unlocked, lower bound 0); of anything else the type's number, of what is not as it must be "(bad ...)".
 std::string Show(const VARIANT& value);
 std::string Show(BSTR text);
 
