@@ -62,8 +62,6 @@ WINOLEAUTAPI CreateErrorInfo(ICreateErrorInfo** pperrinfo);
 #define V_UI8(X) V_UNION(X, ullVal)
 #define V_BSTR(X) V_UNION(X, bstrVal)
 #define V_DISPATCH(X) V_UNION(X, pdispVal)
-#define V_BOOL(X) V_UNION(X, boolVal)
-#define V_BOOLREF(X) V_UNION(X, pboolVal)
 #define V_VARIANTREF(X) V_UNION(X, pvarVal)
 #define V_ARRAY(X) V_UNION(X, parray)
 #define V_ARRAYREF(X) V_UNION(X, pparray)

@@ -2,6 +2,7 @@
 // loose on a component, formats that link to each other, and a client's processor: every answer must be one that the
 // rules allow, and every value whole. Made for the thread sanitizer.
 #include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <random>
 #include <set>
@@ -10,7 +11,6 @@
 #include "tests/support/module/client_processor.h"
 #include "tests/support/module/component.h"
 #include "tests/support/module/format_classes.h"
-#include "tests/support/signal.h"
 
 #ifdef __SANITIZE_THREAD__
 // A Reset takes the locks of a chain from the outermost object inwards. Linked the other way round, the same objects have
@@ -21,6 +21,26 @@ extern "C" const char* __tsan_default_suppressions() { return "deadlock:talvo::E
 
 namespace talvo::test {
 namespace {
+
+// One thread waits until another raises it, once. std::binary_semaphore would do, but hangs with the library of mingw's
+// gcc 12 on 32-bit Windows.
+class Signal {
+public:
+    void Raise() {
+        const std::lock_guard hold(lock_);
+        raised_ = true;
+        changed_.notify_all();
+    }
+    void Await() {
+        std::unique_lock hold(lock_);
+        changed_.wait(hold, [this] { return raised_; });
+    }
+
+private:
+    std::mutex lock_;
+    std::condition_variable changed_;
+    bool raised_ = false;
+};
 
 // A call that waits inside its processor, and what its own and all other threads are told meanwhile.
 void LookFromOutside(int kind, bool decoding) {

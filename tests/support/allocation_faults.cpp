@@ -4,7 +4,6 @@
 
 #include <objbase.h>
 
-#include <atomic>
 #include <mutex>
 #include <unordered_set>
 
@@ -26,7 +25,6 @@ public:
     STDMETHODIMP_(ULONG) Release() override { return 1; }
 
     STDMETHODIMP_(SIZE_T) PreAlloc(SIZE_T size) override {
-        ++asked_;
         if (g_taskFuse.Blows()) return 0;
         return size != 0 ? size : 1;  // 0 means failure here
     }
@@ -39,7 +37,6 @@ public:
     }
     STDMETHODIMP_(SIZE_T) PreRealloc(void* block, SIZE_T size, void** request, BOOL) override {
         *request = block;
-        ++asked_;
         if (g_taskFuse.Blows()) return 0;
         t_moving = block;
         return size;
@@ -65,13 +62,11 @@ public:
     void Forget() {
         const std::lock_guard hold(lock_);
         blocks_.clear();
-        asked_ = 0;
     }
     size_t Live() {
         const std::lock_guard hold(lock_);
         return blocks_.size();
     }
-    size_t Asked() const { return asked_; }
 
 private:
     void* Remember(void* block) {
@@ -84,7 +79,6 @@ private:
     static thread_local void* t_moving;  // the block that this thread is reallocating
     std::mutex lock_;
     std::unordered_set<void*> blocks_;
-    std::atomic<size_t> asked_ = 0;
 };
 
 thread_local void* Spy::t_moving = nullptr;
@@ -134,7 +128,6 @@ void AllocationFaults::Disarm() {
 
 size_t AllocationFaults::Struck() const { return g_taskFuse.Struck() + NewFuse().Struck(); }
 size_t AllocationFaults::Live() const { return TheSpy().Live(); }
-size_t AllocationFaults::Asked() const { return TheSpy().Asked(); }
 
 void ForEachFailingAllocation(const std::function<void(AllocationFaults&)>& story, FaultKind kind) {
     constexpr size_t kTooMany = 10'000;  // a story that never ends is a story that swallows failures

@@ -31,8 +31,6 @@ public:
     size_t Struck() const;
     // Blocks of task memory made since construction and not freed.
     size_t Live() const;
-    // Task allocations and reallocations asked for since construction, failed ones included.
-    size_t Asked() const;
 };
 
 template <int Step>

@@ -89,11 +89,14 @@ inline void Expect(const FileResult& result, HRESULT code, DWORD read, DWORD wri
 }
 
 // A folder of its own as the current one, with a folder "folder" in it. In the end no file may be open: who holds one
-// keeps others from opening it for themselves alone.
-class OwnFolder : public testing::Test {
+// keeps others from opening it for themselves alone. The component holds a Base64 object without line breaks.
+class FileMethods : public testing::Test {
 protected:
-    OwnFolder() { fs::create_directory("folder"); }
-    ~OwnFolder() override { ExpectNothingOpen(); }
+    FileMethods() {
+        fs::create_directory("folder");
+        format_->put_EndOfLineType(bltNone);
+    }
+    ~FileMethods() override { ExpectNothingOpen(); }
     static void ExpectNothingOpen() {
         for (const auto& entry : fs::recursive_directory_iterator(".")) {
             if (!entry.is_regular_file()) continue;
@@ -102,15 +105,6 @@ protected:
             EXPECT_TRUE(file) << entry.path();
         }
     }
-
-private:
-    const CurrentTempFolder own_;
-};
-
-// With a component that holds a Base64 object without line breaks.
-class FileMethods : public OwnFolder {
-protected:
-    FileMethods() { format_->put_EndOfLineType(bltNone); }
     FileResult Ask(Method method, const FileCall& call, Form form = Form::Native) const {
         return CallFileMethod(component_, method, call, form);
     }
@@ -121,6 +115,7 @@ protected:
         return Narrow(name);
     }
 
+    const CurrentTempFolder own_;
     const Component component_;
     const com::ComPtr<ITalvoBase64EncodingFormat> format_ = component_.UseBase64();
 };

@@ -25,7 +25,6 @@ struct Outcome {
     Variant Result;
     std::string Exception;  // "source: description" of a DISP_E_EXCEPTION
     std::string Scode;
-    UINT BadArgument = 99;
 };
 
 // Invokes a member by its number. Named arguments carry the numbers in `names`, as many as there are.
@@ -45,10 +44,9 @@ inline Outcome Invoke(IDispatch* object, DISPID member, WORD flags, const std::v
                              static_cast<UINT>(reversed.size())};
     Outcome outcome;
     EXCEPINFO exception = {};
-    outcome.Code =
-        Name(object->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
-                            flags & (DISPATCH_METHOD | DISPATCH_PROPERTYGET) ? outcome.Result.Put() : nullptr,
-                            &exception, &outcome.BadArgument));
+    outcome.Code = Name(object->Invoke(
+        member, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
+        flags & (DISPATCH_METHOD | DISPATCH_PROPERTYGET) ? outcome.Result.Put() : nullptr, &exception, nullptr));
     if (exception.pfnDeferredFillIn) exception.pfnDeferredFillIn(&exception);
     com::UniqueBstr source(exception.bstrSource);
     com::UniqueBstr description(exception.bstrDescription);

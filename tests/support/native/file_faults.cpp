@@ -40,8 +40,7 @@ BOOL FailTransfer(DWORD size, LPDWORD done, Transfer transfer) {
 }  // namespace
 
 unsigned FailFileCall(unsigned n, DWORD error, bool transfers) {
-    const unsigned left = std::exchange(g_fault, {n, error, transfers, ""}).left;
-    return left;
+    return std::exchange(g_fault, {n, error, transfers, ""}).left;
 }
 
 const char* FailedFileCall() { return g_fault.failed; }
