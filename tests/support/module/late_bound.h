@@ -25,6 +25,7 @@ struct Outcome {
     Variant Result;
     std::string Exception;  // "source: description" of a DISP_E_EXCEPTION
     std::string Scode;
+    UINT BadArgument = 99;
 };
 
 // Invokes a member by its number. Named arguments carry the numbers in `names`, as many as there are.
@@ -46,7 +47,7 @@ inline Outcome Invoke(IDispatch* object, DISPID member, WORD flags, const std::v
     EXCEPINFO exception = {};
     outcome.Code = Name(object->Invoke(
         member, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
-        flags & (DISPATCH_METHOD | DISPATCH_PROPERTYGET) ? outcome.Result.Put() : nullptr, &exception, nullptr));
+        flags & (DISPATCH_METHOD | DISPATCH_PROPERTYGET) ? outcome.Result.Put() : nullptr, &exception, &outcome.BadArgument));
     if (exception.pfnDeferredFillIn) exception.pfnDeferredFillIn(&exception);
     com::UniqueBstr source(exception.bstrSource);
     com::UniqueBstr description(exception.bstrDescription);
