@@ -45,9 +45,10 @@ inline Outcome Invoke(IDispatch* object, DISPID member, WORD flags, const std::v
                              static_cast<UINT>(reversed.size())};
     Outcome outcome;
     EXCEPINFO exception = {};
-    outcome.Code = Name(object->Invoke(
-        member, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
-        flags & (DISPATCH_METHOD | DISPATCH_PROPERTYGET) ? outcome.Result.Put() : nullptr, &exception, &outcome.BadArgument));
+    outcome.Code =
+        Name(object->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
+                            flags & (DISPATCH_METHOD | DISPATCH_PROPERTYGET) ? outcome.Result.Put() : nullptr,
+                            &exception, &outcome.BadArgument));
     if (exception.pfnDeferredFillIn) exception.pfnDeferredFillIn(&exception);
     com::UniqueBstr source(exception.bstrSource);
     com::UniqueBstr description(exception.bstrDescription);
