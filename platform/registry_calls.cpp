@@ -1,6 +1,7 @@
 // The registry calls: text in, text out, and no exception beyond the call.
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -51,7 +52,7 @@ LONG GiveData(const std::string& data, BYTE* buffer, DWORD* size) {
     *size = static_cast<DWORD>(data.size());
     if (!buffer) return ERROR_SUCCESS;
     if (data.size() > room) return ERROR_MORE_DATA;
-    std::memcpy(buffer, data.data(), data.size());
+    std::copy(data.begin(), data.end(), buffer);
     return ERROR_SUCCESS;
 }
 
