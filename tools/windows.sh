@@ -43,6 +43,7 @@ lay_out_scripts() {
   mkdir -p "$windows_folder/scripts/unregistered"
   for kind in vbs js; do
     for file in tests/scripts/*."$kind" tests/scripts/unregistered/*."$kind"; do
+      if [ ! -e "$file" ]; then continue; fi  # the pattern itself: none of that kind
       local folder=${file%/*}
       cat "tests/scripts/shared/checks.$kind" "$file" >"$windows_folder/${folder#tests/}/${file##*/}"
     done
