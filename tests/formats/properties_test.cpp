@@ -77,8 +77,10 @@ TEST(Properties, DefaultsAndNullPointers) {
         BYTE* block = nullptr;
         LONG detects = 0;
         for (const HRESULT hr :
-             {data.Process(nullptr, 0, 0, 0, 0, nullptr, &size), data.get_CanDetectEndOfData(nullptr),
-              data.Revert(nullptr, 0, 1, &block, &size, nullptr), data.Process(nullptr, 5, 1, 0, 0, &block, &size)})
+             {data.Process(nullptr, 0, 0, 0, 0, nullptr, &size), data.Process(nullptr, 0, 1, 0, 0, &block, nullptr),
+              data.Process(nullptr, 5, 1, 0, 0, &block, &size), data.Revert(nullptr, 5, 1, &block, &size, &size),
+              data.Revert(nullptr, 0, 1, nullptr, &size, &size), data.Revert(nullptr, 0, 1, &block, nullptr, &size),
+              data.Revert(nullptr, 0, 1, &block, &size, nullptr), data.get_CanDetectEndOfData(nullptr)})
             EXPECT_EQ(Name(hr), "E_POINTER");
         EXPECT_EQ(Name(data.get_CanDetectEndOfData(&detects)), "berNoEncodingFormat");
         for (const auto& [name, property] : format.Numbers) {
