@@ -1,4 +1,5 @@
-// Owner of one resource: a string, a task block, an array, a file, a registry key. Move only; empty it, give it away, or let it close.
+// Owner of one resource: a string, a task block, an array, a file, a registry key. Move only; empty it, give it away, or
+// let it close.
 // No operator& and no implicit conversion: both hide leaks.
 #pragma once
 
