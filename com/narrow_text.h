@@ -35,7 +35,10 @@ inline UniqueBstr Widen(UINT codePage, std::string_view narrow, DWORD flags = 0)
     const int size = static_cast<int>(narrow.size());
     const int length = size == 0 ? 0 : MultiByteToWideChar(codePage, flags, narrow.data(), size, nullptr, 0);
     UniqueBstr wide(SysAllocStringLen(nullptr, static_cast<UINT>(length)));
-    if (wide && length != 0) MultiByteToWideChar(codePage, flags, narrow.data(), size, wide.Get(), length);
+    if (wide && length != 0 &&
+        MultiByteToWideChar(codePage, flags, narrow.data(), size, wide.Get(), length) != length) {
+        wide.Reset(SysAllocStringLen(nullptr, 0));
+    }
     return wide;
 }
 
